@@ -1,0 +1,17 @@
+# spindrel_add_test(NAME name SOURCES ... LIBS ... [LABELS ...] [MAIN spindrel_testmain_widgets])
+# One GoogleTest program per folder of tests/, each test case registered with ctest.
+function(spindrel_add_test)
+    cmake_parse_arguments(T "" "NAME;MAIN" "SOURCES;LIBS;LABELS" ${ARGN})
+    if(NOT T_MAIN)
+        set(T_MAIN spindrel_testmain)
+    endif()
+    if(NOT T_LABELS)
+        set(T_LABELS unit)
+    endif()
+    add_executable(${T_NAME} ${T_SOURCES})
+    target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest GTest::gmock ${T_MAIN})
+    target_include_directories(${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    gtest_discover_tests(${T_NAME}
+        DISCOVERY_MODE PRE_TEST
+        PROPERTIES LABELS "${T_LABELS}" ENVIRONMENT "SPINDREL_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
+endfunction()
