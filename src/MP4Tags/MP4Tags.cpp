@@ -108,67 +108,12 @@ std::optional<QString> MP4Tags::readText(uint32_t atomCode) const
     return value->text();
 }
 
-std::optional<QString> MP4Tags::title() const
-{
-    return readText(TitleAtom);
-}
-bool MP4Tags::setTitle(const QString& title)
-{
-    return setData(title.toUtf8(), TitleAtom, TextType);
-}
-std::optional<QString> MP4Tags::artist() const
-{
-    return readText(ArtistAtom);
-}
-bool MP4Tags::setArtist(const QString& artist)
-{
-    return setData(artist.toUtf8(), ArtistAtom, TextType);
-}
-std::optional<QString> MP4Tags::album() const
-{
-    return readText(AlbumAtom);
-}
-bool MP4Tags::setAlbum(const QString& album)
-{
-    return setData(album.toUtf8(), AlbumAtom, TextType);
-}
-std::optional<QString> MP4Tags::lyrics() const
-{
-    return readText(LyricsAtom);
-}
-bool MP4Tags::setLyrics(const QString& lyrics)
-{
-    return setData(lyrics.toUtf8(), LyricsAtom, TextType);
-}
-std::optional<QString> MP4Tags::comment() const
-{
-    return readText(CommentAtom);
-}
-bool MP4Tags::setComment(const QString& comment)
-{
-    return setData(comment.toUtf8(), CommentAtom, TextType);
-}
-std::optional<QString> MP4Tags::releaseDate() const
-{
-    return readText(ReleaseDateAtom);
-}
-
-bool MP4Tags::setReleaseDate(const QString& releaseDate)
-{
-    return setData(releaseDate.toUtf8(), ReleaseDateAtom, TextType);
-}
-
 std::optional<QByteArray> MP4Tags::coverArt() const
 {
     const auto value = readAtom(CoverArtAtom);
     if (!value || !value->isImage())
         return std::nullopt;
     return value->bytes;
-}
-
-bool MP4Tags::setCoverArt(const QByteArray& png)
-{
-    return setData(png, CoverArtAtom, PNGType);
 }
 
 std::shared_ptr<MP4FileAtom> MP4Tags::topLevelAtom(uint32_t type) const

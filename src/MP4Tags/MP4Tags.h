@@ -30,16 +30,13 @@ struct MP4TagValue
 class MP4Tags
 {
 public:
-    static constexpr uint32_t TitleAtom = fourCC("\xA9nam");
-    static constexpr uint32_t ArtistAtom = fourCC("\xA9"
-                                                  "ART");
-    static constexpr uint32_t AlbumAtom = fourCC("\xA9"
-                                                 "alb");
-    static constexpr uint32_t LyricsAtom = fourCC("\xA9lyr");
-    static constexpr uint32_t CommentAtom = fourCC("\xA9"
-                                                   "cmt");
-    static constexpr uint32_t ReleaseDateAtom = fourCC("\xA9"
-                                                       "day");
+    // Item codes; the first byte of the iTunes codes is 0xA9, the copyright sign.
+    static constexpr uint32_t TitleAtom = 0xA96E616D;       // ©nam
+    static constexpr uint32_t ArtistAtom = 0xA9415254;      // ©ART
+    static constexpr uint32_t AlbumAtom = 0xA9616C62;       // ©alb
+    static constexpr uint32_t LyricsAtom = 0xA96C7972;      // ©lyr
+    static constexpr uint32_t CommentAtom = 0xA9636D74;     // ©cmt
+    static constexpr uint32_t ReleaseDateAtom = 0xA9646179; // ©day
     static constexpr uint32_t CoverArtAtom = fourCC("covr");
     static constexpr uint32_t UUIDAtom = fourCC("uuid");
 
@@ -57,22 +54,23 @@ public:
 
     /// Getters give the stored text, or nothing when the item is missing or not text. Setters
     /// return whether the file was written.
-    std::optional<QString> title() const;
-    bool setTitle(const QString& title);
-    std::optional<QString> artist() const;
-    bool setArtist(const QString& artist);
-    std::optional<QString> album() const;
-    bool setAlbum(const QString& album);
-    std::optional<QString> lyrics() const;
-    bool setLyrics(const QString& lyrics);
-    std::optional<QString> comment() const;
-    bool setComment(const QString& comment);
-    std::optional<QString> releaseDate() const;
-    bool setReleaseDate(const QString& releaseDate);
-    /// The encoded image (JPEG or PNG; QImage::fromData decodes either).
+    std::optional<QString> title() const { return readText(TitleAtom); }
+    bool setTitle(const QString& title) { return setData(title.toUtf8(), TitleAtom, TextType); }
+    std::optional<QString> artist() const { return readText(ArtistAtom); }
+    bool setArtist(const QString& artist) { return setData(artist.toUtf8(), ArtistAtom, TextType); }
+    std::optional<QString> album() const { return readText(AlbumAtom); }
+    bool setAlbum(const QString& album) { return setData(album.toUtf8(), AlbumAtom, TextType); }
+    std::optional<QString> lyrics() const { return readText(LyricsAtom); }
+    bool setLyrics(const QString& lyrics) { return setData(lyrics.toUtf8(), LyricsAtom, TextType); }
+    std::optional<QString> comment() const { return readText(CommentAtom); }
+    bool setComment(const QString& comment) { return setData(comment.toUtf8(), CommentAtom, TextType); }
+    /// A date as text.
+    std::optional<QString> releaseDate() const { return readText(ReleaseDateAtom); }
+    bool setReleaseDate(const QString& date) { return setData(date.toUtf8(), ReleaseDateAtom, TextType); }
+    /// The encoded image, JPEG or PNG (QImage::fromData decodes either).
     std::optional<QByteArray> coverArt() const;
     /// Stores PNG bytes; the caller turns its image into PNG.
-    bool setCoverArt(const QByteArray& png);
+    bool setCoverArt(const QByteArray& png) { return setData(png, CoverArtAtom, PNGType); }
 
     /// The value of an item of 'ilst', or nothing.
     std::optional<MP4TagValue> readAtom(uint32_t atomCode) const;
