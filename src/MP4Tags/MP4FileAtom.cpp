@@ -89,17 +89,29 @@ void MP4FileAtom::setChildData(const QByteArray& childData)
               "Did not write child data successfully");
 }
 
+std::pair<uint64_t, uint64_t> MP4FileAtom::contentRange() const
+{
+    uint32_t length = 0;
+    uint32_t type = 0;
+    if (!readHeaderAt(mFileHandle, mOffset, length, type)) {
+        // Raises the word read's assertion.
+        length = this->length();
+        type = this->type();
+    }
+    return {mOffset + (type == fourCC("meta") ? 12 : 8), mOffset + length};
+}
+
 std::shared_ptr<MP4FileAtom> MP4FileAtom::childFileAtomWithType(uint32_t type) const
 {
-    const uint64_t found =
-        offsetOfChildAtom(type, mOffset + childDataOffset(), mOffset + length(), mFileHandle);
+    const auto [start, end] = contentRange();
+    const uint64_t found = offsetOfChildAtom(type, start, end, mFileHandle);
     return found == NotFound ? nullptr : fileAtomWithOffset(found, mFileHandle);
 }
 
 std::shared_ptr<MP4FileAtom> MP4FileAtom::findChildFileAtomWithType(uint32_t type) const
 {
-    const uint64_t found =
-        findOffsetOfChildAtom(type, mOffset + childDataOffset(), mOffset + length(), mFileHandle);
+    const auto [start, end] = contentRange();
+    const uint64_t found = findOffsetOfChildAtom(type, start, end, mFileHandle);
     return found == NotFound ? nullptr : fileAtomWithOffset(found, mFileHandle);
 }
 
@@ -149,11 +161,12 @@ int32_t MP4FileAtom::replaceChildAtomOfType(uint32_t type, const MP4AtomPtr& ato
 
 uint64_t MP4FileAtom::offsetOfChildAtom(uint32_t type, uint64_t start, uint64_t end, int fileHandle)
 {
-    // Searches never fail loudly: a word that cannot be read ends the walk.
+    // Size and type come with one read. Searches never fail loudly: a header that cannot be read
+    // ends the walk.
     for (uint64_t p = start; p < end;) {
         uint32_t size = 0;
         uint32_t childType = 0;
-        if (!readWordAt(fileHandle, p, size) || size == 0 || !readWordAt(fileHandle, p + 4, childType))
+        if (!readHeaderAt(fileHandle, p, size, childType) || size == 0)
             return NotFound;
         if (childType == type)
             return p;

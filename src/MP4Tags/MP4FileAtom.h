@@ -3,6 +3,7 @@
 #include "MP4Tags/MP4Atom.h"
 
 #include <sys/types.h>
+#include <utility>
 
 namespace spindrel {
 
@@ -52,6 +53,8 @@ public:
     static uint64_t findOffsetOfChildAtom(uint32_t type, uint64_t start, uint64_t end, int fileHandle);
 
 private:
+    /// Where the content starts and ends, from one read of the header.
+    std::pair<uint64_t, uint64_t> contentRange() const;
     uint32_t readWord(uint64_t offset) const;
     void writeWord(uint64_t offset, uint32_t word);
 

@@ -2,6 +2,7 @@
 
 #include "MP4Tags/MP4FileAtom.h"
 #include "MP4Tags/MP4MemoryAtom.h"
+#include "MP4Tags/PositionedIO.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
@@ -39,6 +40,11 @@ uint64_t endOf(const MP4FileAtom& atom)
     return atom.offset() + atom.length();
 }
 
+uint32_t headerLength(uint32_t type)
+{
+    return type == Meta ? 12 : 8;
+}
+
 /// The child only when it is a whole atom inside its parent, so that reading it stays in bounds.
 std::shared_ptr<MP4FileAtom> containedChild(const MP4FileAtom* parent, uint32_t type)
 {
@@ -46,26 +52,39 @@ std::shared_ptr<MP4FileAtom> containedChild(const MP4FileAtom* parent, uint32_t 
         return nullptr;
     auto child = parent->childFileAtomWithType(type);
     const uint64_t end = endOf(*parent);
-    if (!child || end - child->offset() < 8)
+    uint32_t length = 0;
+    uint32_t childType = 0;
+    if (!child || end - child->offset() < 8 ||
+        !readHeaderAt(parent->fileHandle(), child->offset(), length, childType))
         return nullptr;
-    const uint32_t length = child->length();
-    return length >= child->childDataOffset() && length <= end - child->offset() ? child : nullptr;
+    return length >= headerLength(childType) && length <= end - child->offset() ? child : nullptr;
 }
 
-/// True when the sibling walk over the parent's content meets only whole atoms of at least a
-/// header's length and ends exactly at the parent's end. Anything appended to such a container is
-/// found again by the walk, and no write can land outside it.
-bool childrenAreSound(const MP4FileAtom& parent)
+using Wanted = std::initializer_list<std::pair<uint32_t, std::shared_ptr<MP4FileAtom>*>>;
+
+/// Walks the parent's children once, as the searches walk them, and hands back the first child of
+/// each wanted type. True when the walk meets only whole atoms of at least a header's length and
+/// ends exactly at the parent's end: then anything appended is found again by the walk, and no
+/// write can land outside the parent.
+bool scanChildren(const MP4FileAtom& parent, Wanted wanted)
 {
-    const uint64_t end = endOf(parent);
-    uint64_t p = parent.offset() + parent.childDataOffset();
+    const int file = parent.fileHandle();
+    uint32_t parentLength = 0;
+    uint32_t parentType = 0;
+    if (!readHeaderAt(file, parent.offset(), parentLength, parentType))
+        return false;
+    const uint64_t end = parent.offset() + parentLength;
+    uint64_t p = parent.offset() + headerLength(parentType);
     while (p < end) {
-        if (end - p < 8)
+        uint32_t length = 0;
+        uint32_t type = 0;
+        if (end - p < 8 || !readHeaderAt(file, p, length, type) || length < headerLength(type) ||
+            length > end - p)
             return false;
-        const MP4FileAtom child(p, parent.fileHandle());
-        const uint32_t length = child.length();
-        if (length < child.childDataOffset() || length > end - p)
-            return false;
+        for (const auto& [wantedType, found] : wanted) {
+            if (type == wantedType && !*found)
+                *found = MP4FileAtom::fileAtomWithOffset(p, file);
+        }
         p += length;
     }
     return p == end;
@@ -223,6 +242,12 @@ bool MP4Tags::setUserData(const QByteArray& data, const QByteArray& uuid, uint32
     return setData(data, UUIDAtom, type, uuid);
 }
 
+struct MP4Tags::Chain
+{
+    uint64_t fileLength = 0;
+    std::shared_ptr<MP4FileAtom> mdat, moov, trak, udta, meta, hdlr, ilst;
+};
+
 bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
                       const std::optional<QByteArray>& uuid)
 {
@@ -232,27 +257,29 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
         SP_ASSERT(!uuid.has_value(), "Invalid parameter not satisfying: uuid == nil");
     SP_ASSERT(data.size() < INT32_MAX - 64, "Tag value too large for an atom");
 
-    const auto mdat = MP4FileAtom::withType(Mdat, mFileHandle);
-    const uint64_t mdatOffset = mdat ? mdat->offset() : 0;
-    const auto moov = MP4FileAtom::withType(Moov, mFileHandle);
-    if (!moov) {
+    Chain chain = topLevelChain();
+    const uint64_t mdatOffset = chain.mdat ? chain.mdat->offset() : 0;
+    if (!chain.moov) {
         logTagError(NoMoovMessage);
         return false;
     }
     const auto item = createDataAtom(atomCode, data, type, uuid);
-    if (!checkChainBeforeWriting(*moov, atomCode, item->length(), mdatOffset > moov->offset()))
+    const bool offsetsFollow = mdatOffset > chain.moov->offset();
+    if (!checkChainBeforeWriting(chain, atomCode, item->length(), offsetsFollow))
         return false;
 
-    // Each container's length is corrected by exactly the bytes that went into it.
+    // Each container's length is corrected by exactly the bytes that went into it. Additions go to
+    // the end of a container, so the atoms found so far keep their places.
+    const auto& moov = chain.moov;
+    auto& udta = chain.udta;
     int32_t growth = 0;
-    auto udta = moov->childFileAtomWithType(Udta);
     if (!udta) {
         growth += int32_t(moov->addChild(MP4Atom::memoryAtomWithType(Udta, {})));
         udta = moov->childFileAtomWithType(Udta);
     }
     int32_t delta = 0;
     if (atomCode != UUIDAtom) {
-        auto meta = udta->childFileAtomWithType(Meta);
+        auto& meta = chain.meta;
         if (!meta) {
             const uint32_t added = udta->addChild(newMeta());
             moov->setLength(moov->length() + added);
@@ -265,9 +292,9 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
             moov->setLength(moov->length() + added);
             growth += int32_t(added);
         };
-        if (!meta->childFileAtomWithType(Hdlr))
+        if (!chain.hdlr)
             growMeta(newHdlr());
-        auto ilst = meta->childFileAtomWithType(Ilst);
+        auto& ilst = chain.ilst;
         if (!ilst) {
             growMeta(MP4Atom::memoryAtomWithType(Ilst, {}));
             ilst = meta->childFileAtomWithType(Ilst);
@@ -281,53 +308,73 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
     moov->setLength(moov->length() + uint32_t(delta));
 
     // Metadata ahead of the audio moved the audio by the same amount.
-    if (mdatOffset > moov->offset())
+    if (offsetsFollow)
         fixStco(delta + growth);
     return true;
 }
 
-bool MP4Tags::checkChainBeforeWriting(const MP4FileAtom& moov, uint32_t atomCode, uint32_t itemLength,
+MP4Tags::Chain MP4Tags::topLevelChain() const
+{
+    // One walk finds both: the first 'mdat' and the first 'moov', up to a size of 0.
+    Chain chain;
+    struct stat status;
+    if (fstat(mFileHandle, &status) != 0)
+        return chain;
+    chain.fileLength = uint64_t(status.st_size);
+    uint32_t length = 0;
+    uint32_t type = 0;
+    for (uint64_t p = 0; p < chain.fileLength && !(chain.mdat && chain.moov); p += length) {
+        if (!readHeaderAt(mFileHandle, p, length, type) || length == 0)
+            break;
+        if (type == Mdat && !chain.mdat)
+            chain.mdat = MP4FileAtom::fileAtomWithOffset(p, mFileHandle);
+        else if (type == Moov && !chain.moov)
+            chain.moov = MP4FileAtom::fileAtomWithOffset(p, mFileHandle);
+    }
+    return chain;
+}
+
+bool MP4Tags::checkChainBeforeWriting(Chain& chain, uint32_t atomCode, uint32_t itemLength,
                                       bool offsetsFollow) const
 {
     const auto damaged = [] {
         logTagError(DamagedChainMessage);
         return false;
     };
-    if (!topLevelAtom(Moov) || !childrenAreSound(moov))
+    const MP4FileAtom& moov = *chain.moov;
+    const uint32_t moovLength = moov.length();
+    if (moovLength < 8 || moovLength > chain.fileLength - moov.offset() ||
+        !scanChildren(moov, {{Udta, &chain.udta}, {fourCC("trak"), &chain.trak}}))
         return damaged();
 
-    int64_t growth = 0;
-    uint32_t oldLength = 0;
-    const auto udta = moov.childFileAtomWithType(Udta);
-    if (udta && !childrenAreSound(*udta))
+    std::shared_ptr<MP4FileAtom> old;
+    std::shared_ptr<MP4FileAtom> oldUUID;
+    if (chain.udta && !scanChildren(*chain.udta, {{Meta, &chain.meta}, {UUIDAtom, &oldUUID}}))
         return damaged();
+    int64_t growth = 0;
     if (atomCode == UUIDAtom) {
-        const auto old = udta ? udta->childFileAtomWithType(UUIDAtom) : nullptr;
-        growth = udta ? 0 : 8;
-        oldLength = old ? old->length() : 0;
+        growth = chain.udta ? 0 : 8;
+        old = oldUUID;
     } else {
-        const auto meta = udta ? udta->childFileAtomWithType(Meta) : nullptr;
-        if (meta && !childrenAreSound(*meta))
+        if (chain.meta && !scanChildren(*chain.meta, {{Hdlr, &chain.hdlr}, {Ilst, &chain.ilst}}))
             return damaged();
-        const auto ilst = meta ? meta->childFileAtomWithType(Ilst) : nullptr;
-        if (ilst && !childrenAreSound(*ilst))
+        if (chain.ilst && !scanChildren(*chain.ilst, {{atomCode, &old}}))
             return damaged();
-        const auto old = ilst ? ilst->childFileAtomWithType(atomCode) : nullptr;
-        const bool hasHdlr = meta && meta->childFileAtomWithType(Hdlr);
-        growth = (udta ? 0 : 8) + (meta ? 0 : 12) + (hasHdlr ? 0 : 34) + (ilst ? 0 : 8);
-        oldLength = old ? old->length() : 0;
+        growth = (chain.udta ? 0 : 8) + (chain.meta ? 0 : 12) + (chain.hdlr ? 0 : 34) + (chain.ilst ? 0 : 8);
     }
-    const int64_t delta = growth + int64_t(itemLength) - int64_t(oldLength);
-    if (int64_t(moov.length()) + delta > int64_t(UINT32_MAX))
+    const int64_t delta = growth + int64_t(itemLength) - int64_t(old ? old->length() : 0);
+    if (int64_t(moovLength) + delta > int64_t(UINT32_MAX))
         return damaged();
 
     if (offsetsFollow && delta != 0) {
         bool sound = true;
-        const auto stbl = sampleTableAtom(moov, &sound);
+        const auto stbl = sampleTableAtom(chain.trak, &sound);
         if (!sound)
             return damaged();
         // Moving the tags without moving the audio's offsets would break the audio.
-        if (!stbl || (!stbl->childFileAtomWithType(Stco) && !stbl->childFileAtomWithType(Co64))) {
+        std::shared_ptr<MP4FileAtom> stco;
+        std::shared_ptr<MP4FileAtom> co64;
+        if (!stbl || !scanChildren(*stbl, {{Stco, &stco}, {Co64, &co64}}) || (!stco && !co64)) {
             logTagError(NoChunkOffsetsMessage);
             return false;
         }
@@ -335,20 +382,21 @@ bool MP4Tags::checkChainBeforeWriting(const MP4FileAtom& moov, uint32_t atomCode
     return true;
 }
 
-std::shared_ptr<MP4FileAtom> MP4Tags::sampleTableAtom(const MP4FileAtom& moov, bool* sound) const
+std::shared_ptr<MP4FileAtom> MP4Tags::sampleTableAtom(std::shared_ptr<MP4FileAtom> trak, bool* sound) const
 {
-    std::shared_ptr<MP4FileAtom> atom = std::make_shared<MP4FileAtom>(moov.offset(), mFileHandle);
-    for (const uint32_t type : {fourCC("trak"), fourCC("mdia"), fourCC("minf"), fourCC("stbl")}) {
-        if (!childrenAreSound(*atom)) {
+    // The first track only; tape files have one.
+    auto atom = std::move(trak);
+    for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl")}) {
+        if (!atom)
+            return nullptr;
+        std::shared_ptr<MP4FileAtom> child;
+        if (!scanChildren(*atom, {{type, &child}})) {
             *sound = false;
             return nullptr;
         }
-        atom = atom->childFileAtomWithType(type);
-        if (!atom)
-            return nullptr;
+        atom = child;
     }
-    *sound = childrenAreSound(*atom);
-    return *sound ? atom : nullptr;
+    return atom;
 }
 
 void MP4Tags::fixStco(int32_t delta)
@@ -356,15 +404,18 @@ void MP4Tags::fixStco(int32_t delta)
     if (delta == 0)
         return;
     const auto moov = topLevelAtom(Moov);
-    bool sound = true;
-    const auto stbl = moov ? sampleTableAtom(*moov, &sound) : nullptr;
-    if (!sound) {
+    std::shared_ptr<MP4FileAtom> trak;
+    bool sound = !moov || scanChildren(*moov, {{fourCC("trak"), &trak}});
+    const auto stbl = sound ? sampleTableAtom(trak, &sound) : nullptr;
+    std::shared_ptr<MP4FileAtom> stco;
+    std::shared_ptr<MP4FileAtom> co64;
+    if (!sound || (stbl && !scanChildren(*stbl, {{Stco, &stco}, {Co64, &co64}}))) {
         logTagError(DamagedChainMessage);
         return;
     }
-    if (const auto stco = stbl ? stbl->childFileAtomWithType(Stco) : nullptr)
+    if (stco)
         fixStco32(*stbl, *stco, delta);
-    else if (const auto co64 = stbl ? stbl->childFileAtomWithType(Co64) : nullptr)
+    else if (co64)
         fixStco64(*stbl, *co64, delta);
     else
         logTagError(NoChunkOffsetsMessage);

@@ -106,9 +106,11 @@ private:
 
     std::optional<QString> readText(uint32_t atomCode) const;
     std::shared_ptr<MP4FileAtom> topLevelAtom(uint32_t type) const;
-    std::shared_ptr<MP4FileAtom> sampleTableAtom(const MP4FileAtom& moov, bool* sound) const;
-    bool checkChainBeforeWriting(const MP4FileAtom& moov, uint32_t atomCode, uint32_t itemLength,
+    struct Chain;
+    Chain topLevelChain() const;
+    bool checkChainBeforeWriting(Chain& chain, uint32_t atomCode, uint32_t itemLength,
                                  bool offsetsFollow) const;
+    std::shared_ptr<MP4FileAtom> sampleTableAtom(std::shared_ptr<MP4FileAtom> trak, bool* sound) const;
     void fixStco32(MP4FileAtom& stbl, const MP4FileAtom& stco, int32_t delta);
     void fixStco64(MP4FileAtom& stbl, const MP4FileAtom& co64, int32_t delta);
 

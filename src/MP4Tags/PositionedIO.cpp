@@ -56,4 +56,13 @@ bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word)
     return complete;
 }
 
+bool readHeaderAt(int fileHandle, uint64_t offset, uint32_t& length, uint32_t& type)
+{
+    uchar bytes[8] = {};
+    const bool complete = preadFully(fileHandle, bytes, 8, offset) == 8;
+    length = complete ? qFromBigEndian<uint32_t>(bytes) : 0;
+    type = complete ? qFromBigEndian<uint32_t>(bytes + 4) : 0;
+    return complete;
+}
+
 } // namespace spindrel

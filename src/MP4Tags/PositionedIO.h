@@ -14,4 +14,7 @@ ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t o
 /// The big-endian 32-bit word at the offset; false (and 0) when 4 bytes cannot be read.
 bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word);
 
+/// An atom's size and type words with one read; false when 8 bytes cannot be read.
+bool readHeaderAt(int fileHandle, uint64_t offset, uint32_t& length, uint32_t& type);
+
 } // namespace spindrel

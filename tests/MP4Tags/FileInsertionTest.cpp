@@ -3,8 +3,6 @@
 #include "MP4Tags/MP4TestFiles.h"
 
 #include <QFile>
-#include <QTemporaryDir>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -22,29 +20,7 @@ QByteArray pattern(int size)
     return bytes;
 }
 
-class FileInsertionTest : public ::testing::Test
-{
-protected:
-    int openWith(const QByteArray& bytes)
-    {
-        if (mFile >= 0)
-            close(mFile);
-        mPath = mDir.filePath(QStringLiteral("shift.bin"));
-        writeFile(mPath, bytes);
-        mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
-        return mFile;
-    }
-    QByteArray contents() const { return readFile(mPath); }
-    void TearDown() override
-    {
-        if (mFile >= 0)
-            close(mFile);
-    }
-
-    QTemporaryDir mDir;
-    QString mPath;
-    int mFile = -1;
-};
+using FileInsertionTest = ScratchFileTest;
 
 } // namespace
 

@@ -3,8 +3,6 @@
 #include "MP4Tags/MP4TestFiles.h"
 
 #include <QFile>
-#include <QTemporaryDir>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -29,27 +27,7 @@ public:
     uint64_t offset() const override { return 0; }
 };
 
-class MP4FileAtomTest : public ::testing::Test
-{
-protected:
-    int openWith(const QByteArray& bytes)
-    {
-        mPath = mDir.filePath(QStringLiteral("atoms.mp4"));
-        writeFile(mPath, bytes);
-        mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
-        return mFile;
-    }
-    QByteArray contents() const { return readFile(mPath); }
-    void TearDown() override
-    {
-        if (mFile >= 0)
-            close(mFile);
-    }
-
-    QTemporaryDir mDir;
-    QString mPath;
-    int mFile = -1;
-};
+using MP4FileAtomTest = ScratchFileTest;
 
 } // namespace
 
@@ -110,7 +88,6 @@ TEST_F(MP4FileAtomTest, TopLevelSearchFollowsSizesAndStopsAtZero)
     EXPECT_EQ(found->data(), moov);
     EXPECT_EQ(MP4Atom::fileAtomWithType(fourCC("mdat"), file), nullptr);
 
-    close(mFile);
     const int zeroFirst = openWith(box("ftyp", "M4A ") + be32(0) + "free" + moov);
     EXPECT_EQ(MP4Atom::fileAtomWithType(fourCC("moov"), zeroFirst), nullptr);
 }
@@ -153,7 +130,6 @@ TEST_F(MP4FileAtomTest, ReplacingAChildResizesFileAndParentInPlace)
             ilst.replaceChildAtomOfType(fourCC("aaaa"), memoryAtom("aaaa", QByteArray(newLength - 8, 'n'))),
             newLength - 30);
         EXPECT_EQ(contents(), box("ilst", replacement + box("bbbb")) + after);
-        close(mFile);
     }
 }
 

@@ -25,6 +25,13 @@ QString fromTagLib(const TagLib::String& text)
     return QString::fromStdString(text.to8Bit(true));
 }
 
+QList<quint64> shifted(QList<quint64> offsets, qint64 delta)
+{
+    for (quint64& offset : offsets)
+        offset += delta;
+    return offsets;
+}
+
 QByteArray pngImage()
 {
     QImage image(6, 4, QImage::Format_RGB32);
@@ -99,59 +106,49 @@ TEST_P(MP4TagsRoundTrip, EveryTagReadsTheSameInFFprobeAndTagLib)
     const QByteArray original = readFile(path);
     ASSERT_FALSE(audio.isEmpty());
 
-    const QString title = QStringLiteral("Kassette Nº 1 – “Ünïcode” 🎵");
-    const QString lyrics = QStringLiteral("line one\nline two");
+    const struct
+    {
+        bool (MP4Tags::*set)(const QString&);
+        std::optional<QString> (MP4Tags::*get)() const;
+        const char* probeKey;
+        const char* tagLibKey;
+        QString value;
+    } texts[] = {
+        {&MP4Tags::setTitle, &MP4Tags::title, "title", "\251nam",
+         QStringLiteral("Kassette Nº 1 – “Ünïcode” 🎵")},
+        {&MP4Tags::setArtist, &MP4Tags::artist, "artist", "\251ART", QStringLiteral("Ada")},
+        {&MP4Tags::setAlbum, &MP4Tags::album, "album", "\251alb", QStringLiteral("Side A")},
+        {&MP4Tags::setLyrics, &MP4Tags::lyrics, "lyrics", "\251lyr", QStringLiteral("line one\nline two")},
+        {&MP4Tags::setComment, &MP4Tags::comment, "comment", "\251cmt", QStringLiteral("a comment")},
+        {&MP4Tags::setReleaseDate, &MP4Tags::releaseDate, "date", "\251day",
+         QStringLiteral("2024-03-05 10:20:30 +0100")},
+    };
     const QByteArray cover = pngImage();
     {
         auto tags = MP4Tags::fromFile(path);
-        ASSERT_TRUE(tags);
-        EXPECT_TRUE(tags->setTitle(title));
-        EXPECT_TRUE(tags->setArtist(QStringLiteral("Ada")));
-        EXPECT_TRUE(tags->setAlbum(QStringLiteral("Side A")));
-        EXPECT_TRUE(tags->setLyrics(lyrics));
-        EXPECT_TRUE(tags->setComment(QStringLiteral("a comment")));
-        EXPECT_TRUE(tags->setReleaseDate(QStringLiteral("2024-03-05 10:20:30 +0100")));
+        for (const auto& text : texts)
+            EXPECT_TRUE(((*tags).*text.set)(text.value));
         EXPECT_TRUE(tags->setCoverArt(cover));
     }
     auto tags = MP4Tags::fromFile(path);
-    EXPECT_EQ(tags->title(), title);
-    EXPECT_EQ(tags->artist(), QStringLiteral("Ada"));
-    EXPECT_EQ(tags->album(), QStringLiteral("Side A"));
-    EXPECT_EQ(tags->lyrics(), lyrics);
-    EXPECT_EQ(tags->comment(), QStringLiteral("a comment"));
-    EXPECT_EQ(tags->releaseDate(), QStringLiteral("2024-03-05 10:20:30 +0100"));
-    EXPECT_EQ(tags->coverArt(), cover);
-
     const QJsonObject probed = probeTags(path);
-    EXPECT_EQ(probed[QStringLiteral("title")].toString(), title);
-    EXPECT_EQ(probed[QStringLiteral("artist")].toString(), QStringLiteral("Ada"));
-    EXPECT_EQ(probed[QStringLiteral("album")].toString(), QStringLiteral("Side A"));
-    EXPECT_EQ(probed[QStringLiteral("lyrics")].toString(), lyrics);
-    EXPECT_EQ(probed[QStringLiteral("comment")].toString(), QStringLiteral("a comment"));
-    EXPECT_EQ(probed[QStringLiteral("date")].toString(), QStringLiteral("2024-03-05 10:20:30 +0100"));
-
     TagLib::MP4::File file(QFile::encodeName(path).constData());
     ASSERT_TRUE(file.isValid());
-    const TagLib::MP4::Tag* tag = file.tag();
-    EXPECT_EQ(fromTagLib(tag->title()), title);
-    EXPECT_EQ(fromTagLib(tag->artist()), QStringLiteral("Ada"));
-    EXPECT_EQ(fromTagLib(tag->album()), QStringLiteral("Side A"));
-    EXPECT_EQ(fromTagLib(tag->comment()), QStringLiteral("a comment"));
-    EXPECT_EQ(fromTagLib(tag->item("\251lyr").toStringList().toString()), lyrics);
-    EXPECT_EQ(fromTagLib(tag->item("\251day").toStringList().toString()),
-              QStringLiteral("2024-03-05 10:20:30 +0100"));
-    const auto covers = tag->item("covr").toCoverArtList();
+    for (const auto& text : texts) {
+        EXPECT_EQ(((*tags).*text.get)(), text.value);
+        EXPECT_EQ(probed[QLatin1String(text.probeKey)].toString(), text.value);
+        EXPECT_EQ(fromTagLib(file.tag()->item(text.tagLibKey).toStringList().toString()), text.value);
+    }
+    EXPECT_EQ(tags->coverArt(), cover);
+    const auto covers = file.tag()->item("covr").toCoverArtList();
     ASSERT_EQ(covers.size(), 1u);
     EXPECT_EQ(covers.front().format(), TagLib::MP4::CoverArt::PNG);
     EXPECT_EQ(QByteArray(covers.front().data().data(), int(covers.front().data().size())), cover);
 
     // The audio decodes to the same samples: the chunk offsets moved exactly with the audio.
     EXPECT_EQ(decodedAudioDigest(path), audio);
-    const qint64 growth = QFileInfo(path).size() - original.size();
-    QList<quint64> expectedOffsets = chunkOffsets(original);
-    for (quint64& offset : expectedOffsets)
-        offset += layout == Layout::MoovFirst ? growth : 0;
-    EXPECT_EQ(chunkOffsets(readFile(path)), expectedOffsets);
+    const qint64 growth = layout == Layout::MoovFirst ? QFileInfo(path).size() - original.size() : 0;
+    EXPECT_EQ(chunkOffsets(readFile(path)), shifted(chunkOffsets(original), growth));
     EXPECT_TRUE(mLogged.isEmpty()) << mLogged.join(u'\n').toStdString();
 }
 
@@ -184,10 +181,8 @@ TEST_F(MP4TagsTest, RewritingShrinksAndGrowsEveryContainerByTheSameAmount)
                 EXPECT_EQ(sizeAt(after, Ilst.mid(0, depth)), sizeAt(before, Ilst.mid(0, depth)) + delta);
             EXPECT_EQ(sizeAt(after, Ilst + QList<QByteArray>{"\xA9nam"}),
                       quint32(24 + title.toUtf8().size()));
-            QList<quint64> offsets = chunkOffsets(before);
-            for (quint64& offset : offsets)
-                offset += layout == Layout::MoovFirst ? delta : 0;
-            EXPECT_EQ(chunkOffsets(after), offsets);
+            EXPECT_EQ(chunkOffsets(after),
+                      shifted(chunkOffsets(before), layout == Layout::MoovFirst ? delta : 0));
             EXPECT_EQ(tags->title(), title);
         }
         EXPECT_EQ(decodedAudioDigest(path), audio);
@@ -230,21 +225,18 @@ TEST_F(MP4TagsTest, ChunkOffsetTablesMoveOnlyWhenTheAudioFollows)
 {
     const QByteArray stco = box("stco", be32(0) + be32(3) + be32(1000) + be32(2000) + be32(3000));
     const QByteArray co64 = box("co64", be32(0) + be32(3) + be64(1000) + be64(2000) + be64(3000));
-    const int growth = 62 + 25;
-
-    ASSERT_TRUE(MP4Tags::fromFile(fileWith(fileWithChunkTable(stco, false)))->setTitle(QStringLiteral("T")));
-    EXPECT_EQ(chunkOffsets(readFile(mDir.filePath(QStringLiteral("made.m4a")))),
-              (QList<quint64>{1000 + growth, 2000 + growth, 3000 + growth}));
+    const quint64 growth = 62 + 25;
+    const auto offsetsAfterTitle = [&](const QByteArray& table, bool audioFirst) {
+        const QString path = fileWith(fileWithChunkTable(table, audioFirst));
+        EXPECT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
+        return chunkOffsets(readFile(path));
+    };
+    EXPECT_EQ(offsetsAfterTitle(stco, false), (QList<quint64>{1000 + growth, 2000 + growth, 3000 + growth}));
     // The 64-bit table keeps its first entry where it was.
-    ASSERT_TRUE(MP4Tags::fromFile(fileWith(fileWithChunkTable(co64, false)))->setTitle(QStringLiteral("T")));
-    EXPECT_EQ(chunkOffsets(readFile(mDir.filePath(QStringLiteral("made.m4a")))),
-              (QList<quint64>{1000, 2000 + growth, 3000 + growth}));
-    ASSERT_TRUE(MP4Tags::fromFile(fileWith(fileWithChunkTable(co64, true)))->setTitle(QStringLiteral("T")));
-    EXPECT_EQ(chunkOffsets(readFile(mDir.filePath(QStringLiteral("made.m4a")))),
-              (QList<quint64>{1000, 2000, 3000}));
+    EXPECT_EQ(offsetsAfterTitle(co64, false), (QList<quint64>{1000, 2000 + growth, 3000 + growth}));
+    EXPECT_EQ(offsetsAfterTitle(co64, true), (QList<quint64>{1000, 2000, 3000}));
     // Without a table nothing needs to move while the audio comes first.
-    ASSERT_TRUE(
-        MP4Tags::fromFile(fileWith(fileWithChunkTable(box("stsz"), true)))->setTitle(QStringLiteral("T")));
+    EXPECT_TRUE(offsetsAfterTitle(box("stsz"), true).isEmpty());
     EXPECT_TRUE(mLogged.isEmpty());
 }
 

@@ -4,7 +4,9 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QtEndian>
+#include <fcntl.h>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace mp4test {
 
@@ -21,25 +23,20 @@ int run(const QString& program, const QStringList& arguments, QByteArray* output
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
+namespace {
+QStringList words(const char* text)
+{
+    return QString::fromLatin1(text).split(u' ');
+}
+} // namespace
+
 void makeAudioFile(const QString& path, Codec codec, Layout layout)
 {
-    QStringList arguments{QStringLiteral("-v"),
-                          QStringLiteral("error"),
-                          QStringLiteral("-y"),
-                          QStringLiteral("-f"),
-                          QStringLiteral("lavfi"),
-                          QStringLiteral("-i"),
-                          QStringLiteral("sine=frequency=440:duration=1:sample_rate=44100"),
-                          QStringLiteral("-ac"),
-                          QStringLiteral("2")};
-    if (codec == Codec::AAC)
-        arguments << QStringLiteral("-c:a") << QStringLiteral("aac") << QStringLiteral("-b:a")
-                  << QStringLiteral("128k");
-    else
-        arguments << QStringLiteral("-c:a") << QStringLiteral("alac");
+    QStringList arguments =
+        words("-v error -y -f lavfi -i sine=frequency=440:duration=1:sample_rate=44100 -ac 2");
+    arguments << words(codec == Codec::AAC ? "-c:a aac -b:a 128k" : "-c:a alac");
     if (layout == Layout::MoovFirst)
-        arguments << QStringLiteral("-movflags") << QStringLiteral("+faststart")
-                  << QStringLiteral("-movie_timescale") << QStringLiteral("44100");
+        arguments << words("-movflags +faststart -movie_timescale 44100");
     QByteArray errors;
     if (run(QStringLiteral("ffmpeg"), arguments << path, nullptr, &errors) != 0)
         throw std::runtime_error("ffmpeg failed: " + errors.toStdString());
@@ -128,10 +125,7 @@ QList<quint64> chunkOffsets(const QByteArray& file)
 QJsonObject probeTags(const QString& path)
 {
     QByteArray output;
-    run(QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-         QStringLiteral("format_tags"), QStringLiteral("-of"), QStringLiteral("json"), path},
-        &output);
+    run(QStringLiteral("ffprobe"), words("-v error -show_entries format_tags -of json") << path, &output);
     return QJsonDocument::fromJson(output)
         .object()[QStringLiteral("format")]
         .toObject()[QStringLiteral("tags")]
@@ -142,14 +136,26 @@ QByteArray decodedAudioDigest(const QString& path)
 {
     QByteArray output;
     QByteArray errors;
-    const int status =
-        run(QStringLiteral("ffmpeg"),
-            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-             QStringLiteral("-map"), QStringLiteral("0"), QStringLiteral("-f"), QStringLiteral("null"),
-             QStringLiteral("/dev/null"), QStringLiteral("-map"), QStringLiteral("0:a"), QStringLiteral("-f"),
-             QStringLiteral("md5"), QStringLiteral("-")},
-            &output, &errors);
+    const QStringList arguments = words("-v error -i")
+                                  << path << words("-map 0 -f null /dev/null -map 0:a -f md5 -");
+    const int status = run(QStringLiteral("ffmpeg"), arguments, &output, &errors);
     return status == 0 && errors.trimmed().isEmpty() ? output.trimmed() : QByteArray();
+}
+
+ScratchFileTest::~ScratchFileTest()
+{
+    if (mFile >= 0)
+        close(mFile);
+}
+
+int ScratchFileTest::openWith(const QByteArray& bytes)
+{
+    if (mFile >= 0)
+        close(mFile);
+    mPath = mDir.filePath(QStringLiteral("scratch.bin"));
+    writeFile(mPath, bytes);
+    mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
+    return mFile;
 }
 
 } // namespace mp4test

@@ -51,6 +51,9 @@ QByteArray decodedAudioDigest(const QString& path);
 
 #include "foundation/Assertion.h"
 
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
 namespace mp4test {
 
 /// The description of the internal assertion the call raises, or "(none)".
@@ -63,5 +66,19 @@ template <typename Call> std::string assertionFrom(Call&& call)
     }
     return "(none)";
 }
+
+/// A test on one file of its own, opened for reading and writing.
+class ScratchFileTest : public ::testing::Test
+{
+protected:
+    ~ScratchFileTest() override;
+    /// Replaces the file with these bytes and opens it again.
+    int openWith(const QByteArray& bytes);
+    QByteArray contents() const { return readFile(mPath); }
+
+    QTemporaryDir mDir;
+    QString mPath;
+    int mFile = -1;
+};
 
 } // namespace mp4test
