@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QtEndian>
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -169,15 +170,21 @@ std::optional<MP4TagValue> MP4Tags::readUUIDAtom(const QByteArray& uuid) const
     if (!uuidAtom || uuidAtom->childData().left(16) != uuid)
         return std::nullopt;
 
-    // Step over the identifier: the walk for 'data' then begins right after it. Its end bound comes
-    // from the identifier's middle bytes, so the match is checked against the real atom below.
+    // Step over the identifier: the walk for 'data' begins right after it, and its end comes from
+    // the identifier's bytes 8 to 11 read as a length. It is cut at the atom's own end, since
+    // nothing found past that would be read anyway.
     const MP4FileAtom afterIdentifier(uuidAtom->offset() + 16, mFileHandle);
-    const auto data = afterIdentifier.childFileAtomWithType(Data);
-    if (!data || endOf(*uuidAtom) - data->offset() < 8 || data->length() < 8 ||
-        data->length() > endOf(*uuidAtom) - data->offset())
+    const uint64_t start = afterIdentifier.offset() + afterIdentifier.childDataOffset();
+    const uint64_t end = std::min(afterIdentifier.offset() + afterIdentifier.length(), endOf(*uuidAtom));
+    const uint64_t found = MP4FileAtom::offsetOfChildAtom(Data, start, end, mFileHandle);
+    uint32_t length = 0;
+    uint32_t type = 0;
+    if (found == MP4Atom::NotFound || endOf(*uuidAtom) - found < 8 ||
+        !readHeaderAt(mFileHandle, found, length, type) || length < 8 || length > endOf(*uuidAtom) - found)
         return std::nullopt;
+    const MP4FileAtom data(found, mFileHandle);
     uint32_t flags = 0;
-    const auto value = readDataAtom(*data, &flags);
+    const auto value = readDataAtom(data, &flags);
     return value ? valueForData(*value, flags) : std::nullopt;
 }
 

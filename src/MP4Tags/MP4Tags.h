@@ -98,7 +98,7 @@ public:
     /// The value as its indicator (low 24 bits of `flags`) says; nothing for unknown indicators.
     static std::optional<MP4TagValue> valueForData(const QByteArray& data, uint32_t flags);
 
-    /// Moves every chunk offset of the first track by `delta`.
+    /// Moves the chunk offsets of the first track by `delta` (a 64-bit table keeps its first entry).
     void fixStco(int32_t delta);
 
 private:
