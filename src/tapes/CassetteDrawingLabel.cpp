@@ -78,6 +78,8 @@ void drawLetterBox(QPainter& painter, const CassetteValues& values)
 
 void drawQualityBox(QPainter& painter, const CassetteValues& values)
 {
+    if (values.quality.isEmpty())
+        return;
     const QRectF box = G::qualityRect().adjusted(4, 14, -4, -14);
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(QColor(60, 56, 50), 1.4));
