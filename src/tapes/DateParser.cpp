@@ -77,7 +77,14 @@ int fullYear(int year, int currentYear)
     return full;
 }
 
-class TextReader
+QDateTime noonOf(const QDate& day)
+{
+    return QDateTime(day, QTime(12, 0));
+}
+
+} // namespace
+
+class DateParser::TextReader
 {
 public:
     TextReader(const QDateTime& now, const QLocale& locale) : mNow(now)
@@ -242,13 +249,6 @@ private:
     bool mDayFirst = false;
 };
 
-QDateTime noonOf(const QDate& day)
-{
-    return QDateTime(day, QTime(12, 0));
-}
-
-} // namespace
-
 bool DateParser::Result::contains(const QDateTime& moment) const
 {
     if (span == Span::Instant)
@@ -256,13 +256,14 @@ bool DateParser::Result::contains(const QDateTime& moment) const
     return begin <= moment && moment < end;
 }
 
-DateParser::DateParser(const QDateTime& now, const QLocale& locale) : mNow(now.toLocalTime()), mLocale(locale)
+DateParser::DateParser(const QDateTime& now, const QLocale& locale)
+    : mNow(now.toLocalTime()), mReader(std::make_shared<const TextReader>(mNow, locale))
 {
 }
 
 std::optional<DateParser::Result> DateParser::parse(const QString& text) const
 {
-    const auto read = TextReader(mNow, mLocale).read(text);
+    const auto read = mReader->read(text);
     if (!read)
         return std::nullopt;
     Fields f = *read;
@@ -318,6 +319,8 @@ std::optional<DateParser::Result> DateParser::parse(const QString& text) const
             return std::nullopt;
         const QDateTime moment = f.offsetSeconds ? QDateTime(first, *f.time, QTimeZone(*f.offsetSeconds))
                                                  : QDateTime(first, *f.time);
+        if (!moment.isValid())
+            return std::nullopt;
         result.span = Span::Instant;
         result.date = result.begin = result.end = moment.toLocalTime();
         return result;

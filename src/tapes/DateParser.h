@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QString>
+#include <memory>
 #include <optional>
 
 namespace spindrel {
@@ -47,8 +48,10 @@ public:
     static QString standardDescription(const QDateTime& date);
 
 private:
+    class TextReader;
+
     QDateTime mNow;
-    QLocale mLocale;
+    std::shared_ptr<const TextReader> mReader; // the locale's names, built once per parser
 };
 
 } // namespace spindrel
