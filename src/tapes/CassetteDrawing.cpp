@@ -1,6 +1,7 @@
 #include "tapes/CassetteDrawing.h"
 
 #include "tapes/CassetteGeometry.h"
+#include "tapes/GlyphGrabber.h"
 
 #include <QLinearGradient>
 #include <QPainter>
@@ -246,10 +247,8 @@ void CassetteDrawing::drawDoor(QPainter& painter, const QString& slogan)
     painter.fillPath(glare, glareFade);
     painter.restore();
 
-    QPainterPath text;
-    QFont face = font(12, QFont::Bold);
-    face.setLetterSpacing(QFont::AbsoluteSpacing, 1.0);
-    text.addText(0, 0, face, slogan);
+    constexpr double sloganKerning = 1.0;
+    QPainterPath text = GlyphGrabber::glyphForCharacter(slogan, font(12, QFont::Bold), sloganKerning);
     const QRectF bounds = text.boundingRect();
     const QRectF strip = G::sloganRect();
     text.translate(strip.center() - bounds.center());

@@ -1,5 +1,6 @@
 #include "tapes/CassetteDrawing.h"
 #include "tapes/CassetteGeometry.h"
+#include "tapes/GlyphGrabber.h"
 
 #include <QFontMetricsF>
 #include <QLinearGradient>
@@ -60,8 +61,8 @@ void drawLetterBox(QPainter& painter, const CassetteValues& values)
     painter.drawPath(boxPath);
 
     // The letter as glyph outlines, centred on its ink rather than on the font's line box.
-    QPainterPath glyphs;
-    glyphs.addText(0, 0, CassetteDrawing::font(58, QFont::Bold), values.letter);
+    const QPainterPath glyphs =
+        GlyphGrabber::glyphForCharacter(values.letter, CassetteDrawing::font(58, QFont::Bold));
     if (glyphs.isEmpty())
         return;
     const QRectF ink = glyphs.boundingRect();
