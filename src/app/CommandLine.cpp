@@ -1,15 +1,17 @@
 #include "app/CommandLine.h"
 
+#include "app/Commands.h"
+
 #include <QFileInfo>
 #include <QTextStream>
-
 #include <cstdio>
 
 namespace spindrel {
 
 CommandLine::CommandLine()
 {
-    // Commands are registered here as the layers they drive come into being.
+    mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
+                 renderCassetteCommand(), libraryCommand(), importCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const
