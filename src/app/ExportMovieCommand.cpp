@@ -74,8 +74,11 @@ int runExportMovie(const QStringList& args)
         loop.exec();
     movie.waitUntilFinished();
     setLogSink(previousSink);
-    if (showBar)
+    if (showBar) {
+        if (!result)
+            drawProgressBar(100);
         std::fputs("\n", stderr);
+    }
     if (result)
         return options.fail(QStringLiteral("%1: %2").arg(out, result->localizedDescription()));
     options.out() << out << "\n";

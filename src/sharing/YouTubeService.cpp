@@ -3,6 +3,7 @@
 #include "sharing/SecretServiceTokenStore.h"
 #include "sharing/YouTubeAuthorizer.h"
 
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QSettings>
 #include <QUrlQuery>
@@ -50,8 +51,13 @@ YouTubeService::Configuration YouTubeService::Configuration::fromEnvironment()
 
 std::shared_ptr<YouTubeService> YouTubeService::youTubeService()
 {
-    static std::shared_ptr<YouTubeService> service = std::make_shared<YouTubeService>(
-        Configuration::fromEnvironment(), std::make_unique<SecretServiceTokenStore>());
+    static std::shared_ptr<YouTubeService> service;
+    if (!service) {
+        service = std::make_shared<YouTubeService>(Configuration::fromEnvironment(),
+                                                   std::make_unique<SecretServiceTokenStore>());
+        // Its network objects must go while the application object still exists.
+        qAddPostRoutine([] { service.reset(); });
+    }
     return service;
 }
 

@@ -80,8 +80,9 @@ void YouTubeWindowController::windowDidLoad()
 
     YouTubeAuthorizer& authorizer = mService->authorizer();
     connect(&authorizer, &YouTubeAuthorizer::signInFinished, this, &YouTubeWindowController::signInFinished);
+    // A refreshed token must not undo what the user typed: only the sign-in controls follow it.
     connect(&authorizer, &YouTubeAuthorizer::authorizationChanged, this,
-            &YouTubeWindowController::refreshControls);
+            &YouTubeWindowController::refreshSignInControls);
     authorizer.loadStoredAuthorization();
 
     switchToView(mUploadSettingsView);
@@ -179,13 +180,18 @@ QStringList YouTubeWindowController::keywords() const
     return tokens;
 }
 
-void YouTubeWindowController::refreshControls()
+void YouTubeWindowController::refreshSignInControls()
 {
     const bool signedIn = isSignedIn();
     mLoginButton->setText(signedIn ? tr("Sign Out") : tr("Sign In"));
     mUploadButton->setEnabled(signedIn);
     mSignedInLabel->setText(signedIn ? tr("Signed in as %1").arg(signedInUserName()) : QString());
     mKeyringNoticeLabel->setVisible(signedIn && !mService->authorizer().storesPersistently());
+}
+
+void YouTubeWindowController::refreshControls()
+{
+    refreshSignInControls();
 
     mTitleField->setText(mTape ? mTape->title() : QString());
     mKeywordsTokenField->setText(QStringList{QStringLiteral("spindrel")}.join(keywordSeparator));
@@ -282,13 +288,13 @@ void YouTubeWindowController::fetchStandardCategories()
         return; // one fetch at a time; it brings the current list
     QNetworkRequest request(mService->categoriesUrl(regionCode()));
     request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
-    // "YouTube categories": the fetch's comment, for anyone tracing requests.
-    request.setRawHeader("X-Spindrel-Fetch", "YouTube categories");
     const auto send = [this, request] {
         QNetworkRequest authorized = request;
         if (mService->authorizer().canAuthorize())
             authorized.setRawHeader("Authorization", mService->authorizer().authorizationHeaderValue());
         QNetworkReply* reply = mService->network().get(authorized);
+        // The fetch's comment, for anyone tracing the requests.
+        reply->setObjectName(QStringLiteral("YouTube categories"));
         mEntriesFetchTicket = reply;
         connect(reply, &QNetworkReply::finished, this, [this, reply] {
             reply->deleteLater();

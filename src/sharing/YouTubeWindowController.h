@@ -96,6 +96,7 @@ protected:
 
 private:
     void windowDidLoad();
+    void refreshSignInControls();
     void buildSettingsView();
     void buildProgressView();
     void buildCompleteView();
