@@ -107,9 +107,9 @@ void VarispeedSource::restartAt(int64_t frame)
     mDirection = mSpeed.load() < 0.0 ? -1 : 1;
     mReadPosition = frame;
     mPosition.store(frame);
+    mPlayed = double(frame);
     mSourceExhausted.store(false);
     mReachedEnd.store(false);
-    mConverterFlushed = false;
 }
 
 void VarispeedSource::setPosition(int64_t frame)
@@ -156,15 +156,17 @@ void VarispeedSource::render(float* out, size_t frames)
             if (src_process(mConverter, &data) != 0)
                 break;
             mRing.commitRead(size_t(data.input_frames_used) * channels);
-            const int64_t moved = mDirection * int64_t(data.input_frames_used);
-            mPosition.store(std::clamp<int64_t>(mPosition.load(std::memory_order_relaxed) + moved, 0, mTotal),
-                            std::memory_order_relaxed);
             produced += size_t(data.output_frames_gen);
             if (lastInput && data.output_frames_gen == 0 && data.input_frames_used == data.input_frames) {
-                mConverterFlushed = true;
+                mPlayed = mDirection > 0 ? double(mTotal) : 0.0;
+                mPosition.store(int64_t(mPlayed), std::memory_order_relaxed);
                 mReachedEnd.store(true, std::memory_order_release);
                 break;
             }
+            // The converter reads ahead of what it outputs; what has been heard is the output.
+            mPlayed = std::clamp(mPlayed + mDirection * double(data.output_frames_gen) / ratio, 0.0,
+                                 double(mTotal));
+            mPosition.store(std::llround(mPlayed), std::memory_order_relaxed);
         }
     }
     std::fill(out + produced * channels, out + frames * channels, 0.0f);

@@ -38,7 +38,8 @@ public:
 
     /// Moves to a frame (clamped to the file) and starts decoding ahead from there.
     void setPosition(int64_t frame);
-    /// The frame being played: the file position of the last frame handed to the converter.
+    /// The frame being played: counted from the converter's output, so frames the converter
+    /// holds ahead are not yet played.
     int64_t position() const { return mPosition.load(std::memory_order_relaxed); }
 
     /// Sets the signed speed factor (0 is silence).
@@ -50,6 +51,11 @@ public:
     void render(float* out, size_t frames);
     /// True once play has run off the end (forward) or the start (backwards) of the file.
     bool reachedEnd() const { return mReachedEnd.load(std::memory_order_acquire); }
+
+    /// Frames decoded ahead of play, and whether decoding has reached the end in the direction
+    /// of play (for callers that must not underrun, such as offline rendering).
+    size_t bufferedFrames() const { return mRing.readAvailable() / size_t(mChannels); }
+    bool decodedToEnd() const { return mSourceExhausted.load(std::memory_order_acquire); }
 
 private:
     void workerLoop();
@@ -70,8 +76,8 @@ private:
     std::atomic<int64_t> mPosition{0};
     std::atomic<bool> mReachedEnd{false};
     std::atomic<bool> mSourceExhausted{false}; // the worker has read up to the end
-    int mDirection = 1;             // the direction the ring holds; changed only while the worker is paused
-    bool mConverterFlushed = false; // output thread: the converter's tail has been played
+    int mDirection = 1;   // the direction the ring holds; changed only while the worker is paused
+    double mPlayed = 0.0; // output thread: the position with its fraction
 
     // Worker control (never touched by render()).
     std::thread mWorker;
