@@ -36,6 +36,8 @@ public:
     double nominalSampleRate(unsigned direction) const;
     /// True when the server has a device with this UID for the direction.
     bool isPresent(unsigned direction) const;
+    /// True for the monitor of an output, offered as an input.
+    bool isMonitor() const { return mSource && mSource->isMonitor; }
 
     /// What a recording or playback stream connects to (the default device's name for an unknown
     /// UID); empty when the server knows no such device at all.

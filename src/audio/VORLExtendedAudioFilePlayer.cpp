@@ -64,7 +64,7 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
     QString error;
     mStream = mConnection->connectStream(
         PulseConnection::Direction::Playback, "Tape", spec, {}, mDevice.sinkName(), attributes,
-        PA_STREAM_ADJUST_LATENCY,
+        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING,
         [this](pa_stream* stream) { pa_stream_set_write_callback(stream, &streamWrite, this); }, &error);
     if (!mStream) {
         mError = QStringLiteral("Could not play to %1: %2").arg(mDevice.deviceName(), error);
@@ -82,13 +82,21 @@ void VORLExtendedAudioFilePlayer::stopFilePlaying()
     if (!mPlaying)
         return;
     mWatchTimer.stop();
+    int64_t unheard = 0;
     {
         PulseConnection::Locker lock(*mConnection);
+        // What was written but not yet played is dropped with the stream: go back by as much,
+        // so that playing on starts where the sound stopped.
+        pa_usec_t latency = 0;
+        int negative = 0;
+        if (!mSource->reachedEnd() && pa_stream_get_latency(mStream, &latency, &negative) == 0 && !negative) {
+            const double speed = mSource->speed();
+            unheard = std::llround(double(latency) * mSource->sampleRate() / PA_USEC_PER_SEC * speed);
+        }
         PulseConnection::releaseStream(mStream);
     }
     mPlaying = false;
-    // Start again exactly where the sound stopped, not where decoding had got to.
-    mSource->setPosition(mSource->position());
+    mSource->setPosition(mSource->position() - unheard);
 }
 
 void VORLExtendedAudioFilePlayer::watchOutput()

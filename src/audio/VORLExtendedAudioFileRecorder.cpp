@@ -13,6 +13,8 @@ namespace spindrel {
 
 namespace {
 constexpr double kFragmentSeconds = 0.02;
+constexpr pa_usec_t kMaximumStopLatencyUsec = PA_USEC_PER_SEC;
+constexpr int kStopGraceMs = 500;
 } // namespace
 
 VORLExtendedAudioFileRecorder::VORLExtendedAudioFileRecorder(std::shared_ptr<VORLExtendedAudioFile> file,
@@ -21,6 +23,8 @@ VORLExtendedAudioFileRecorder::VORLExtendedAudioFileRecorder(std::shared_ptr<VOR
                                                              QObject* parent)
     : QObject(parent), mFile(std::move(file)), mDevice(device), mRecordChannels(recordChannels)
 {
+    mStopTimer.setSingleShot(true);
+    connect(&mStopTimer, &QTimer::timeout, this, &VORLExtendedAudioFileRecorder::endCaptureNow);
     const unsigned deviceChannels = unsigned(mDevice.channelPositions(VORLAudioDevice::Input).size());
     std::vector<unsigned> channels(recordChannels.begin(), recordChannels.end());
     for (unsigned channel : channels) {
@@ -38,6 +42,7 @@ VORLExtendedAudioFileRecorder::VORLExtendedAudioFileRecorder(std::shared_ptr<VOR
 VORLExtendedAudioFileRecorder::~VORLExtendedAudioFileRecorder()
 {
     stopRecording();
+    endCaptureNow();
     mPipeline->waitUntilDrained();
     mConnection.reset();
 }
@@ -71,6 +76,7 @@ bool VORLExtendedAudioFileRecorder::startRecording()
                  .arg(mPipeline->deviceChannels()));
         return false;
     }
+    endCaptureNow(); // a stop that is still collecting its last frames ends here
     mPipeline->waitUntilDrained();
     if (!mConnection || !mConnection->isConnected()) {
         mConnection.reset();
@@ -92,11 +98,12 @@ bool VORLExtendedAudioFileRecorder::startRecording()
     attributes.fragsize = uint32_t(pa_usec_to_bytes(pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC), &spec));
     // Without DONT_MOVE the server would quietly move the capture to another source when the
     // device goes away; a recording must instead end there.
-    const unsigned flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE;
+    const unsigned flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_AUTO_TIMING_UPDATE;
 
     PulseConnection::Locker lock(*mConnection);
     QString error;
     mCaptureLost.store(false);
+    mStopAtFrame.store(kNoStop);
     mStream = mConnection->connectStream(
         PulseConnection::Direction::Record, "Recording", spec, positions, mDevice.sourceName(), attributes,
         flags, [this](pa_stream* stream) { pa_stream_set_read_callback(stream, &streamRead, this); }, &error);
@@ -105,7 +112,8 @@ bool VORLExtendedAudioFileRecorder::startRecording()
         return false;
     }
     pa_stream_set_state_callback(mStream, &streamStateChanged, this);
-    mPipeline->beginSession([this] { captureDrained(); });
+    const unsigned session = ++mSession;
+    mPipeline->beginSession([this, session] { captureDrained(session); });
     mRecording = true;
     return true;
 }
@@ -114,12 +122,27 @@ void VORLExtendedAudioFileRecorder::stopRecording()
 {
     if (!mRecording)
         return;
-    {
+    mRecording = false;
+    PulseConnection::Locker lock(*mConnection);
+    // The server still holds what the device captured before now: its latency's worth.
+    pa_usec_t latency = 0;
+    int negative = 0;
+    if (pa_stream_get_latency(mStream, &latency, &negative) < 0 || negative)
+        latency = pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC);
+    latency = std::min<pa_usec_t>(latency, kMaximumStopLatencyUsec);
+    const uint64_t pending = uint64_t(double(latency) * mFile->inputSampleRate() / PA_USEC_PER_SEC);
+    mStopAtFrame.store(mPipeline->capturedFrames() + pending);
+    mStopTimer.start(int(latency / 1000) + kStopGraceMs);
+}
+
+void VORLExtendedAudioFileRecorder::endCaptureNow()
+{
+    mStopTimer.stop();
+    if (mConnection) {
         PulseConnection::Locker lock(*mConnection);
         PulseConnection::releaseStream(mStream); // no capture callback runs after this
     }
     mPipeline->endCapture();
-    mRecording = false;
 }
 
 double VORLExtendedAudioFileRecorder::currentTime() const
@@ -136,17 +159,27 @@ quint64 VORLExtendedAudioFileRecorder::droppedFrames() const
 void VORLExtendedAudioFileRecorder::streamRead(pa_stream* stream, size_t, void* userdata)
 {
     auto* self = static_cast<VORLExtendedAudioFileRecorder*>(userdata);
-    const size_t frameBytes = sizeof(float) * self->mPipeline->deviceChannels();
+    RecordingPipeline& pipeline = *self->mPipeline;
+    const size_t frameBytes = sizeof(float) * pipeline.deviceChannels();
     while (pa_stream_readable_size(stream) > 0) {
         const void* data = nullptr;
         size_t bytes = 0;
         if (pa_stream_peek(stream, &data, &bytes) < 0 || bytes == 0)
             return;
-        if (data)
-            self->mPipeline->captureInterleaved(static_cast<const float*>(data), bytes / frameBytes);
-        else
-            self->mPipeline->captureSilence(bytes / frameBytes); // a hole: frames the server lost
+        const uint64_t stopAt = self->mStopAtFrame.load();
+        const uint64_t captured = pipeline.capturedFrames();
+        size_t frames = bytes / frameBytes;
+        if (stopAt != kNoStop)
+            frames = size_t(std::min<uint64_t>(frames, stopAt > captured ? stopAt - captured : 0));
+        if (frames > 0 && data)
+            pipeline.captureInterleaved(static_cast<const float*>(data), frames);
+        else if (frames > 0)
+            pipeline.captureSilence(frames); // a hole: frames the server lost
         pa_stream_drop(stream);
+        if (stopAt != kNoStop && captured + frames >= stopAt) {
+            pipeline.endCapture(); // everything up to the stop is in; the rest is after it
+            return;
+        }
     }
 }
 
@@ -160,22 +193,25 @@ void VORLExtendedAudioFileRecorder::streamStateChanged(pa_stream* stream, void* 
     }
 }
 
-void VORLExtendedAudioFileRecorder::captureDrained()
+void VORLExtendedAudioFileRecorder::captureDrained(unsigned session)
 {
     // A lost device ends the recording here, so the file is whole even if nobody closes it.
     if (mCaptureLost.load())
         mFile->closeFile();
     QMetaObject::invokeMethod(
-        this, [this] { finishStop(); }, Qt::QueuedConnection);
+        this, [this, session] { finishStop(session); }, Qt::QueuedConnection);
 }
 
-void VORLExtendedAudioFileRecorder::finishStop()
+void VORLExtendedAudioFileRecorder::finishStop(unsigned session)
 {
+    if (session != mSession)
+        return; // a stop overtaken by a new start: recording goes on
+    mStopTimer.stop();
+    {
+        PulseConnection::Locker lock(*mConnection);
+        PulseConnection::releaseStream(mStream);
+    }
     if (mCaptureLost.exchange(false)) {
-        {
-            PulseConnection::Locker lock(*mConnection);
-            PulseConnection::releaseStream(mStream);
-        }
         mRecording = false;
         fail(QStringLiteral("Recording from %1 stopped: the device is gone").arg(mDevice.deviceName()));
     } else if (!mPipeline->fileWritesSucceeded() && mError.isEmpty()) {
@@ -185,8 +221,6 @@ void VORLExtendedAudioFileRecorder::finishStop()
         logError(logSourceName(__FILE__),
                  QStringLiteral("%1 frames were lost because the encoder fell behind").arg(dropped));
     }
-    if (mRecording)
-        return; // an older stop: recording has started again since
     Q_EMIT audioFileRecorderDidStop(this);
     if (mDelegate)
         mDelegate->audioFileRecorderDidStop(this);

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <atomic>
 #include <memory>
 
@@ -48,7 +49,9 @@ public:
     /// capture cannot start (no sound server, no such device, file closed); errorString() and
     /// the log say why.
     bool startRecording();
-    /// Requests the stop and returns at once; the did-stop notice follows on the main thread.
+    /// Requests the stop and returns at once. What the device had captured up to this moment but
+    /// the server not yet delivered still goes into the file; then the did-stop notice follows
+    /// on the main thread.
     void stopRecording();
     bool isFileRecording() const { return mRecording; }
     std::shared_ptr<VORLExtendedAudioFile> recordFile() const { return mFile; }
@@ -67,8 +70,9 @@ Q_SIGNALS:
 private:
     static void streamRead(pa_stream* stream, size_t bytes, void* self);
     static void streamStateChanged(pa_stream* stream, void* self);
-    void captureDrained(); // encoder thread
-    void finishStop();     // main thread
+    void captureDrained(unsigned session); // encoder thread
+    void finishStop(unsigned session);     // main thread
+    void endCaptureNow();                  // main thread: stops waiting for the server's last frames
     void fail(const QString& message);
 
     std::shared_ptr<VORLExtendedAudioFile> mFile;
@@ -79,6 +83,11 @@ private:
     pa_stream* mStream = nullptr;
     VORLExtendedAudioFileRecorderDelegate* mDelegate = nullptr;
     bool mRecording = false;
+    unsigned mSession = 0;
+    QTimer mStopTimer; // gives up waiting for the frames still on their way after a stop
+    static constexpr uint64_t kNoStop = UINT64_MAX;
+    // Captured-frame count at which the session ends; set by stopRecording, read by the capture.
+    std::atomic<uint64_t> mStopAtFrame{kNoStop};
     std::atomic<bool> mCaptureLost{false}; // set on the server thread when the stream died
     QString mError;
 };

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstring>
@@ -117,6 +118,21 @@ double toneShare(const std::vector<float>& samples, double sampleRate, double fr
     const double amplitude = 2.0 * std::abs(sum) / double(samples.size());
     const double value = rms(samples);
     return value > 0.0 ? amplitude / (value * std::sqrt(2.0)) : 0.0;
+}
+
+double medianToneShare(const std::vector<float>& samples, double sampleRate, double frequency,
+                       double windowSeconds)
+{
+    const size_t window = size_t(sampleRate * windowSeconds);
+    std::vector<double> shares;
+    for (size_t at = 0; at + window <= samples.size(); at += window) {
+        const std::vector<float> part(samples.begin() + long(at), samples.begin() + long(at + window));
+        shares.push_back(toneShare(part, sampleRate, frequency));
+    }
+    if (shares.empty())
+        return toneShare(samples, sampleRate, frequency);
+    std::nth_element(shares.begin(), shares.begin() + long(shares.size() / 2), shares.end());
+    return shares[shares.size() / 2];
 }
 
 namespace {

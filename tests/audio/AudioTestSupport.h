@@ -40,6 +40,10 @@ DecodedAudio decodeAudio(const QString& path);
 /// How much of a signal is a sine at `frequency`: the Goertzel amplitude over the RMS amplitude,
 /// about 1 for a pure tone of that frequency, near 0 when it is absent.
 double toneShare(const std::vector<float>& samples, double sampleRate, double frequency);
+/// toneShare() over windows of `windowSeconds`, the median of them: a live capture may have a
+/// dropout here and there, which shifts the phase and would spoil one long Goertzel sum.
+double medianToneShare(const std::vector<float>& samples, double sampleRate, double frequency,
+                       double windowSeconds = 0.1);
 double rms(const std::vector<float>& samples);
 double rmsDecibels(const std::vector<float>& samples);
 
