@@ -1,5 +1,7 @@
 #include "app/CommandLine.h"
 
+#include "app/AudioCommands.h"
+
 #include <QFileInfo>
 #include <QTextStream>
 
@@ -10,6 +12,10 @@ namespace spindrel {
 CommandLine::CommandLine()
 {
     // Commands are registered here as the layers they drive come into being.
+    mCommands.push_back(devicesCommand());
+    mCommands.push_back(playCommand());
+    mCommands.push_back(meterCommand());
+    mCommands.push_back(recordRawCommand());
 }
 
 bool CommandLine::handles(const QStringList& arguments) const
