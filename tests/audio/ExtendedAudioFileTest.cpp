@@ -22,6 +22,12 @@ struct PresetCase
     const char* sampleFormat;
 };
 
+// Keeps the test listing readable instead of a byte dump.
+void PrintTo(const PresetCase& preset, std::ostream* out)
+{
+    *out << preset.quality << (preset.stereo ? " stereo" : " mono") << " from " << preset.inputRate << " Hz";
+}
+
 class ExtendedAudioFileTest : public ::testing::TestWithParam<PresetCase>
 {
 protected:

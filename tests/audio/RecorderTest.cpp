@@ -25,6 +25,11 @@ struct RecorderCase
     bool stereo;
 };
 
+void PrintTo(const RecorderCase& preset, std::ostream* out)
+{
+    *out << preset.quality << (preset.stereo ? " stereo" : " mono");
+}
+
 class CountingDelegate : public VORLExtendedAudioFileRecorderDelegate
 {
 public:
