@@ -10,7 +10,8 @@ VORLAudioDevice::VORLAudioDevice(const QString& deviceUID) : mUID(deviceUID)
     try {
         connection = PulseConnection::shared();
     } catch (const AudioException&) {
-        return; // no server: a device without properties
+        mServerReachable = false; // a device without properties
+        return;
     }
     mSource = connection->source(deviceUID);
     mSink = connection->sink(deviceUID);
@@ -69,6 +70,15 @@ double VORLAudioDevice::nominalSampleRate(unsigned direction) const
 {
     const auto& info = resolved(direction);
     return info ? double(info->sampleRate) : 0.0;
+}
+
+QString VORLAudioDevice::inputProblem() const
+{
+    if (!mServerReachable)
+        return QStringLiteral("Could not connect to the sound server");
+    if (!resolved(Input))
+        return QStringLiteral("There is no input device to record from");
+    return {};
 }
 
 bool VORLAudioDevice::isPresent(unsigned direction) const

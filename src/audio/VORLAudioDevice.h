@@ -36,6 +36,10 @@ public:
     double nominalSampleRate(unsigned direction) const;
     /// True when the server has a device with this UID for the direction.
     bool isPresent(unsigned direction) const;
+    /// False when the sound server could not be reached as the device was made.
+    bool serverReachable() const { return mServerReachable; }
+    /// Why the device cannot deliver input, for messages; empty when it can.
+    QString inputProblem() const;
     /// True for the monitor of an output, offered as an input.
     bool isMonitor() const { return mSource && mSource->isMonitor; }
 
@@ -53,6 +57,7 @@ private:
     const std::optional<PulseDeviceInfo>& resolved(unsigned direction) const;
 
     QString mUID;
+    bool mServerReachable = true;
     std::optional<PulseDeviceInfo> mSource;
     std::optional<PulseDeviceInfo> mSink;
     std::optional<PulseDeviceInfo> mDefaultSource; // only looked up when mSource is missing

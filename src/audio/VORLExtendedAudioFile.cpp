@@ -63,13 +63,20 @@ int checked(int result, const char* what)
     return result;
 }
 
+double inputRateOf(const VORLAudioDevice& device)
+{
+    const QString problem = device.inputProblem();
+    if (!problem.isEmpty())
+        throw AudioException(problem);
+    return device.nominalSampleRate(VORLAudioDevice::Input);
+}
+
 } // namespace
 
 VORLExtendedAudioFile::VORLExtendedAudioFile(const QString& filename,
                                              const VORLAudioStreamBasicDescription& streamDescription,
                                              int bitrate, const VORLAudioDevice& audioDevice)
-    : VORLExtendedAudioFile(filename, streamDescription, bitrate,
-                            audioDevice.nominalSampleRate(VORLAudioDevice::Input))
+    : VORLExtendedAudioFile(filename, streamDescription, bitrate, inputRateOf(audioDevice))
 {
 }
 
@@ -79,8 +86,7 @@ VORLExtendedAudioFile::VORLExtendedAudioFile(const QString& filename,
     : d(std::make_unique<Impl>())
 {
     if (!(inputSampleRate > 0.0))
-        throw AudioException(
-            QStringLiteral("The recording device's sample rate is unknown (is the sound server running?)"));
+        throw AudioException(QStringLiteral("The input sample rate is unknown"));
     quietenFFmpeg();
     d->filename = filename;
     d->bitrate = bitrate;

@@ -58,15 +58,7 @@ bool VORLExtendedAudioFileRecorder::startRecording()
     }
     const std::vector<int> positions = mDevice.channelPositions(VORLAudioDevice::Input);
     if (positions.empty()) {
-        const bool server = [] {
-            try {
-                return PulseConnection::shared() != nullptr;
-            } catch (const AudioException&) {
-                return false;
-            }
-        }();
-        fail(server ? QStringLiteral("There is no input device to record from")
-                    : QStringLiteral("Could not connect to the sound server"));
+        fail(mDevice.inputProblem());
         return false;
     }
     if (positions.size() != mPipeline->deviceChannels()) {
