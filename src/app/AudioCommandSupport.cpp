@@ -1,4 +1,5 @@
-#include "app/AudioCommands.h"
+#include "app/AudioCommandSupport.h"
+
 #include "audio/VORLAudioHardware.h"
 
 #include <QCoreApplication>

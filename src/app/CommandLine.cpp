@@ -1,21 +1,19 @@
 #include "app/CommandLine.h"
 
-#include "app/AudioCommands.h"
+#include "app/Commands.h"
 
 #include <QFileInfo>
 #include <QTextStream>
-
 #include <cstdio>
 
 namespace spindrel {
 
 CommandLine::CommandLine()
 {
-    // Commands are registered here as the layers they drive come into being.
-    mCommands.push_back(devicesCommand());
-    mCommands.push_back(playCommand());
-    mCommands.push_back(meterCommand());
-    mCommands.push_back(recordRawCommand());
+    mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
+                 renderCassetteCommand(), libraryCommand(), importCommand(),
+                 devicesCommand(),        playCommand(),    meterCommand(),
+                 recordRawCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

@@ -1,10 +1,11 @@
-#include "app/AudioCommands.h"
+// spindrel devices: the sound server's recording and playback devices.
+#include "app/CommandLine.h"
+#include "app/CommandOptions.h"
 #include "audio/VORLAudioHardware.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTextStream>
 
 namespace spindrel {
 
@@ -20,26 +21,22 @@ QJsonObject deviceObject(const VORLAudioDevice& device, unsigned direction, bool
                        {QStringLiteral("monitor"), device.isMonitor()}};
 }
 
-int listDevices(const QStringList& args)
+int runDevices(const QStringList& args)
 {
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    const bool json = args.contains(QStringLiteral("--json"));
-    for (const QString& arg : args) {
-        if (arg != QLatin1String("--json")) {
-            err << "spindrel devices: unknown argument " << arg << "\n";
-            return 2;
-        }
-    }
+    CommandOptions options(QStringLiteral("devices"), QStringLiteral("[--json]"));
+    options.parser().addOption(QCommandLineOption(QStringLiteral("json")));
+    if (!options.parse(args))
+        return 2;
+    if (!options.positional().isEmpty())
+        return options.usageError(QStringLiteral("takes no arguments"));
     const QList<VORLAudioDevice> inputs = VORLAudioHardware::recordingDevices();
     const QList<VORLAudioDevice> outputs = VORLAudioHardware::playbackDevices();
-    if (inputs.isEmpty() && outputs.isEmpty()) {
-        err << "spindrel devices: no sound server, or it has no devices\n";
-        return 1;
-    }
+    if (inputs.isEmpty() && outputs.isEmpty())
+        return options.fail(QStringLiteral("no sound server, or it has no devices"));
     const QString defaultInput = VORLAudioHardware::defaultInputDevice().deviceUID();
     const QString defaultOutput = VORLAudioHardware::defaultOutputDevice().deviceUID();
-    if (json) {
+
+    if (options.isSet(QStringLiteral("json"))) {
         QJsonArray inputArray;
         for (const VORLAudioDevice& device : inputs)
             inputArray.append(
@@ -48,22 +45,22 @@ int listDevices(const QStringList& args)
         for (const VORLAudioDevice& device : outputs)
             outputArray.append(
                 deviceObject(device, VORLAudioDevice::Output, device.deviceUID() == defaultOutput));
-        out << QJsonDocument(QJsonObject{{QStringLiteral("inputs"), inputArray},
-                                         {QStringLiteral("outputs"), outputArray}})
-                   .toJson(QJsonDocument::Indented);
+        options.out() << QJsonDocument(QJsonObject{{QStringLiteral("inputs"), inputArray},
+                                                   {QStringLiteral("outputs"), outputArray}})
+                             .toJson(QJsonDocument::Indented);
         return 0;
     }
-    const auto print = [&out](const QList<VORLAudioDevice>& devices, unsigned direction,
-                              const QString& defaultUID) {
+    const auto print = [&options](const QList<VORLAudioDevice>& devices, unsigned direction,
+                                  const QString& defaultUID) {
         for (const VORLAudioDevice& device : devices) {
-            out << (device.deviceUID() == defaultUID ? "* " : "  ") << device.deviceUID() << "\t"
-                << device.deviceName() << "\t" << device.numberOfChannelsForDirection(direction)
-                << " channels, " << device.nominalSampleRate(direction) << " Hz\n";
+            options.out() << (device.deviceUID() == defaultUID ? "* " : "  ") << device.deviceUID() << "\t"
+                          << device.deviceName() << "\t" << device.numberOfChannelsForDirection(direction)
+                          << " channels, " << device.nominalSampleRate(direction) << " Hz\n";
         }
     };
-    out << "Inputs (* default):\n";
+    options.out() << "Inputs (* default):\n";
     print(inputs, VORLAudioDevice::Input, defaultInput);
-    out << "Outputs (* default):\n";
+    options.out() << "Outputs (* default):\n";
     print(outputs, VORLAudioDevice::Output, defaultOutput);
     return 0;
 }
@@ -72,9 +69,10 @@ int listDevices(const QStringList& args)
 
 CommandLine::Command devicesCommand()
 {
-    return {QStringLiteral("devices"), QStringLiteral("[--json]"),
-            QStringLiteral("List the recording and playback devices with their UIDs and channels."),
-            listDevices};
+    return {
+        QStringLiteral("devices"), QStringLiteral("[--json]"),
+        QStringLiteral("list the recording and playback devices with UID, name, channels and the defaults"),
+        runDevices};
 }
 
 } // namespace spindrel

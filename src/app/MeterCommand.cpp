@@ -1,65 +1,63 @@
-#include "app/AudioCommands.h"
+// spindrel meter: prints the input levels until Ctrl-C.
+#include "app/AudioCommandSupport.h"
+#include "app/CommandLine.h"
+#include "app/CommandOptions.h"
 #include "audio/AudioException.h"
 #include "audio/VORLAudioInputMeter.h"
 
 #include <QCoreApplication>
-#include <QTextStream>
 #include <QTimer>
 
 namespace spindrel {
 
 namespace {
 
-int meter(const QStringList& args)
+int runMeter(const QStringList& args)
 {
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    QString deviceUID;
+    CommandOptions options(QStringLiteral("meter"),
+                           QStringLiteral("[--device UID] [--channels 0,1] [--interval MS] [--count N]"));
+    for (const char* name : {"device", "channels", "interval", "count"})
+        options.parser().addOption(
+            QCommandLineOption(QString::fromLatin1(name), QString(), QStringLiteral("value")));
+    if (!options.parse(args))
+        return 2;
+    if (!options.positional().isEmpty())
+        return options.usageError(QStringLiteral("takes no file"));
     QList<unsigned> channels{0, 1};
-    int intervalMs = 200;
-    int count = -1;
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& arg = args.at(i);
-        const bool hasValue = i + 1 < args.size();
-        bool ok = true;
-        if (arg == QLatin1String("--device") && hasValue) {
-            deviceUID = args.at(++i);
-        } else if (arg == QLatin1String("--channels") && hasValue) {
-            const auto parsed = audiocommands::parseChannels(args.at(++i));
-            ok = parsed.has_value();
-            if (ok)
-                channels = *parsed;
-        } else if (arg == QLatin1String("--interval") && hasValue) {
-            intervalMs = args.at(++i).toInt(&ok);
-            ok = ok && intervalMs > 0;
-        } else if (arg == QLatin1String("--count") && hasValue) {
-            count = args.at(++i).toInt(&ok);
-        } else {
-            ok = false;
-        }
-        if (!ok) {
-            err << "spindrel meter: bad argument " << arg << "\n";
-            return 2;
-        }
+    if (options.isSet(QStringLiteral("channels"))) {
+        const auto parsed = audiocommands::parseChannels(options.value(QStringLiteral("channels")));
+        if (!parsed)
+            return options.usageError(
+                QStringLiteral("--channels takes one or two zero-based channels, as 2,3"));
+        channels = *parsed;
     }
+    bool intervalOK = true;
+    bool countOK = true;
+    const int intervalMs = options.isSet(QStringLiteral("interval"))
+                               ? options.value(QStringLiteral("interval")).toInt(&intervalOK)
+                               : 200;
+    int count =
+        options.isSet(QStringLiteral("count")) ? options.value(QStringLiteral("count")).toInt(&countOK) : -1;
+    if (!intervalOK || intervalMs <= 0 || !countOK)
+        return options.usageError(QStringLiteral("--interval and --count take whole numbers"));
 
+    const VORLAudioDevice device =
+        audiocommands::deviceForUID(options.value(QStringLiteral("device")), VORLAudioDevice::Input);
     std::unique_ptr<VORLAudioInputMeter> meter;
-    const VORLAudioDevice device = audiocommands::deviceForUID(deviceUID, VORLAudioDevice::Input);
     try {
         meter = std::make_unique<VORLAudioInputMeter>(device, channels);
         meter->start();
     } catch (const AudioException& exception) {
-        err << "spindrel meter: " << exception.reason() << "\n";
-        return 1;
+        return options.fail(exception.reason());
     }
-    out << "Levels of " << device.deviceName() << " (Ctrl-C to stop)\n";
-    out.flush();
+    options.out() << "Levels of " << device.deviceName() << " (Ctrl-C to stop)\n";
+    options.out().flush();
     QTimer timer;
     timer.setInterval(intervalMs);
     QObject::connect(&timer, &QTimer::timeout, [&] {
         const auto [left, right] = meter->levels();
-        out << QStringLiteral("L %1 dB  R %2 dB\n").arg(left, 6, 'f', 1).arg(right, 6, 'f', 1);
-        out.flush();
+        options.out() << QStringLiteral("L %1 dB  R %2 dB\n").arg(left, 6, 'f', 1).arg(right, 6, 'f', 1);
+        options.out().flush();
         if (count > 0 && --count == 0)
             QCoreApplication::quit();
     });
@@ -76,7 +74,7 @@ CommandLine::Command meterCommand()
 {
     return {QStringLiteral("meter"),
             QStringLiteral("[--device UID] [--channels 0,1] [--interval MS] [--count N]"),
-            QStringLiteral("Print the input levels in dB until Ctrl-C."), meter};
+            QStringLiteral("print the input levels in dB until Ctrl-C"), runMeter};
 }
 
 } // namespace spindrel

@@ -1,77 +1,71 @@
-#include "app/AudioCommands.h"
+// spindrel play FILE: plays an audio file at a tape speed until its end or Ctrl-C.
+#include "app/AudioCommandSupport.h"
+#include "app/CommandLine.h"
+#include "app/CommandOptions.h"
 #include "audio/AudioException.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
 
 #include <QCoreApplication>
-#include <QTextStream>
 
 namespace spindrel {
 
 namespace {
 
-int play(const QStringList& args)
+int runPlay(const QStringList& args)
 {
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    QString filename;
-    QString deviceUID;
-    double speed = 1.0;
-    double volume = 0.0;
-    std::optional<double> from;
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& arg = args.at(i);
-        const bool hasValue = i + 1 < args.size();
-        bool ok = true;
-        if (arg == QLatin1String("--speed") && hasValue)
-            speed = args.at(++i).toDouble(&ok);
-        else if (arg == QLatin1String("--from") && hasValue)
-            from = args.at(++i).toDouble(&ok);
-        else if (arg == QLatin1String("--volume") && hasValue)
-            volume = args.at(++i).toDouble(&ok);
-        else if (arg == QLatin1String("--device") && hasValue)
-            deviceUID = args.at(++i);
-        else if (!arg.startsWith(QLatin1Char('-')) && filename.isEmpty())
-            filename = arg;
-        else
-            ok = false;
-        if (!ok) {
-            err << "spindrel play: bad argument " << arg << "\n";
-            return 2;
-        }
-    }
-    if (filename.isEmpty()) {
-        err << "spindrel play: which file?\n";
+    CommandOptions options(QStringLiteral("play"),
+                           QStringLiteral("FILE [--speed S] [--from MS] [--volume DB] [--device UID]"));
+    for (const char* name : {"speed", "from", "volume", "device"})
+        options.parser().addOption(
+            QCommandLineOption(QString::fromLatin1(name), QString(), QStringLiteral("value")));
+    if (!options.parse(args))
         return 2;
-    }
+    if (options.positional().size() != 1)
+        return options.usageError(QStringLiteral("expected one file"));
+    bool speedOK = true;
+    bool fromOK = true;
+    bool volumeOK = true;
+    const double speed = options.isSet(QStringLiteral("speed"))
+                             ? options.value(QStringLiteral("speed")).toDouble(&speedOK)
+                             : 1.0;
+    const double volume = options.isSet(QStringLiteral("volume"))
+                              ? options.value(QStringLiteral("volume")).toDouble(&volumeOK)
+                              : 0.0;
+    const double from = options.isSet(QStringLiteral("from"))
+                            ? options.value(QStringLiteral("from")).toDouble(&fromOK)
+                            : -1.0;
+    if (!speedOK || !fromOK || !volumeOK)
+        return options.usageError(QStringLiteral("--speed, --from and --volume take numbers"));
 
+    const QString filename = options.positional().first();
     std::unique_ptr<VORLExtendedAudioFilePlayer> player;
     try {
         player = std::make_unique<VORLExtendedAudioFilePlayer>(
-            filename, audiocommands::deviceForUID(deviceUID, VORLAudioDevice::Output));
+            filename,
+            audiocommands::deviceForUID(options.value(QStringLiteral("device")), VORLAudioDevice::Output));
     } catch (const AudioException& exception) {
-        err << "spindrel play: " << exception.reason() << "\n";
-        return 1;
+        return options.fail(exception.reason());
     }
     player->setPlaybackVolume(volume);
     player->setPlaybackSpeed(speed);
     // Backwards without a starting point starts from the end, like rewinding a wound tape.
-    player->setCurrentTime(from.value_or(speed < 0.0 ? player->maxTime() : 0.0));
-    out << "Playing " << filename << " from " << audiocommands::formatMilliseconds(player->currentTime())
-        << " of " << audiocommands::formatMilliseconds(player->maxTime()) << " at speed " << speed << "\n";
-    out.flush();
-    if (!player->startFilePlaying()) {
-        err << "spindrel play: " << player->errorString() << "\n";
-        return 1;
-    }
+    player->setCurrentTime(from >= 0.0 ? from : speed < 0.0 ? player->maxTime() : 0.0);
+    options.out() << "Playing " << filename << " from "
+                  << audiocommands::formatMilliseconds(player->currentTime()) << " of "
+                  << audiocommands::formatMilliseconds(player->maxTime()) << " at speed " << speed << "\n";
+    options.out().flush();
+    if (!player->startFilePlaying())
+        return options.fail(player->errorString());
+
     int status = 0;
     QObject::connect(player.get(), &VORLExtendedAudioFilePlayer::audioFilePlayerDidReachEndOfFile, [&] {
-        out << "Reached the " << (player->playbackSpeed() < 0.0 ? "start" : "end") << " at "
-            << audiocommands::formatMilliseconds(player->currentTime()) << "\n";
+        options.out() << "Reached the " << (player->playbackSpeed() < 0.0 ? "start" : "end") << " at "
+                      << audiocommands::formatMilliseconds(player->currentTime()) << "\n";
         QCoreApplication::quit();
     });
     audiocommands::onInterrupt([&] {
         player->stopFilePlaying();
-        out << "Stopped at " << audiocommands::formatMilliseconds(player->currentTime()) << "\n";
+        options.out() << "Stopped at " << audiocommands::formatMilliseconds(player->currentTime()) << "\n";
         status = 130;
         QCoreApplication::quit();
     });
@@ -86,8 +80,8 @@ CommandLine::Command playCommand()
     return {QStringLiteral("play"),
             QStringLiteral("FILE [--speed S] [--from MS] [--volume DB] [--device UID]"),
             QStringLiteral(
-                "Play an audio file at a tape speed (negative plays backwards) until its end or Ctrl-C."),
-            play};
+                "play an audio file at a tape speed (negative plays backwards) until its end or Ctrl-C"),
+            runPlay};
 }
 
 } // namespace spindrel

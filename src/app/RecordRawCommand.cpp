@@ -1,99 +1,82 @@
-#include "app/AudioCommands.h"
+// spindrel record-raw: records an input device into an .m4a file, without making a tape of it.
+#include "app/AudioCommandSupport.h"
+#include "app/CommandLine.h"
+#include "app/CommandOptions.h"
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
 
 #include <QCoreApplication>
-#include <QTextStream>
 #include <QTimer>
 
 namespace spindrel {
 
 namespace {
 
-// How long a requested stop may take to drain before we give up waiting and close the file.
+const QString kUsage = QStringLiteral(
+    "--seconds N OUT.m4a [--quality LQ|MQ|HQ] [--mono] [--device UID] [--channels 2,3] [--device-rate]");
+
+// How long a requested stop may take to drain before we stop waiting and close the file.
 constexpr int kStopGraceMs = 5000;
+// How much longer than the recording's length the device may take to deliver it.
+constexpr int kLateDeviceMs = 10000;
 
-int recordRaw(const QStringList& args)
+int runRecordRaw(const QStringList& args)
 {
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    QString filename;
-    QString quality = QStringLiteral("MQ");
-    QString deviceUID;
-    std::optional<QList<unsigned>> channels;
-    double seconds = -1.0;
-    bool stereo = true;
-    bool lockSampleRate = true;
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& arg = args.at(i);
-        const bool hasValue = i + 1 < args.size();
-        bool ok = true;
-        if (arg == QLatin1String("--seconds") && hasValue) {
-            seconds = args.at(++i).toDouble(&ok);
-        } else if (arg == QLatin1String("--quality") && hasValue) {
-            quality = args.at(++i);
-            ok = RecordingPresets::isQuality(quality);
-        } else if (arg == QLatin1String("--mono")) {
-            stereo = false;
-        } else if (arg == QLatin1String("--device-rate")) {
-            lockSampleRate = false;
-        } else if (arg == QLatin1String("--device") && hasValue) {
-            deviceUID = args.at(++i);
-        } else if (arg == QLatin1String("--channels") && hasValue) {
-            channels = audiocommands::parseChannels(args.at(++i));
-            ok = channels.has_value();
-        } else if (!arg.startsWith(QLatin1Char('-')) && filename.isEmpty()) {
-            filename = arg;
-        } else {
-            ok = false;
-        }
-        if (!ok) {
-            err << "spindrel record-raw: bad argument " << arg << "\n";
-            return 2;
-        }
-    }
-    if (filename.isEmpty() || !(seconds > 0.0)) {
-        err << "spindrel record-raw: needs --seconds N and an output file\n";
+    CommandOptions options(QStringLiteral("record-raw"), kUsage);
+    for (const char* name : {"seconds", "quality", "device", "channels"})
+        options.parser().addOption(
+            QCommandLineOption(QString::fromLatin1(name), QString(), QStringLiteral("value")));
+    options.parser().addOption(QCommandLineOption(QStringLiteral("mono")));
+    options.parser().addOption(QCommandLineOption(QStringLiteral("device-rate")));
+    if (!options.parse(args))
         return 2;
-    }
-    if (!channels)
-        channels = stereo ? QList<unsigned>{0, 1} : QList<unsigned>{0};
-    if (channels->size() != (stereo ? 2 : 1)) {
-        err << "spindrel record-raw: "
-            << (stereo ? "stereo records two channels" : "mono records one channel") << "\n";
-        return 2;
+    bool secondsOK = false;
+    const double seconds = options.value(QStringLiteral("seconds")).toDouble(&secondsOK);
+    if (options.positional().size() != 1 || !secondsOK || !(seconds > 0.0))
+        return options.usageError(QStringLiteral("needs --seconds N and one output file"));
+    const QString quality = options.isSet(QStringLiteral("quality"))
+                                ? options.value(QStringLiteral("quality"))
+                                : QStringLiteral("MQ");
+    if (!RecordingPresets::isQuality(quality))
+        return options.usageError(QStringLiteral("--quality is LQ, MQ or HQ"));
+    const bool stereo = !options.isSet(QStringLiteral("mono"));
+    QList<unsigned> channels = stereo ? QList<unsigned>{0, 1} : QList<unsigned>{0};
+    if (options.isSet(QStringLiteral("channels"))) {
+        const auto parsed = audiocommands::parseChannels(options.value(QStringLiteral("channels")));
+        if (!parsed || parsed->size() != channels.size())
+            return options.usageError(stereo
+                                          ? QStringLiteral("stereo records two zero-based channels, as 2,3")
+                                          : QStringLiteral("mono records one zero-based channel"));
+        channels = *parsed;
     }
 
-    const VORLAudioDevice device = audiocommands::deviceForUID(deviceUID, VORLAudioDevice::Input);
+    const QString filename = options.positional().first();
+    const VORLAudioDevice device =
+        audiocommands::deviceForUID(options.value(QStringLiteral("device")), VORLAudioDevice::Input);
     QString error;
-    const auto file = RecordingPresets::audioFileForRecordingWithFilename(filename, quality, stereo, device,
-                                                                          lockSampleRate, &error);
-    if (!file) {
-        err << "spindrel record-raw: " << error << "\n";
-        return 1;
-    }
-    VORLExtendedAudioFileRecorder recorder(file, device, *channels);
+    const auto file = RecordingPresets::audioFileForRecordingWithFilename(
+        filename, quality, stereo, device, !options.isSet(QStringLiteral("device-rate")), &error);
+    if (!file)
+        return options.fail(error);
+    VORLExtendedAudioFileRecorder recorder(file, device, channels);
     int status = 0;
-    QObject::connect(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail,
-                     [&](VORLExtendedAudioFileRecorder*, const QString& message) {
-                         err << "spindrel record-raw: " << message << "\n";
-                         status = 1;
-                     });
+    QObject::connect(
+        &recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail,
+        [&](VORLExtendedAudioFileRecorder*, const QString& message) { status = options.fail(message); });
     if (!recorder.startRecording()) {
         file->closeFile();
         return 1;
     }
-    out << "Recording " << quality << (stereo ? " stereo" : " mono") << " from " << device.deviceName()
-        << " into " << filename << "\n";
-    out.flush();
+    options.out() << "Recording " << quality << (stereo ? " stereo" : " mono") << " from "
+                  << device.deviceName() << " into " << filename << "\n";
+    options.out().flush();
 
     QTimer graceTimer;
     graceTimer.setSingleShot(true);
     graceTimer.setInterval(kStopGraceMs);
     QObject::connect(&graceTimer, &QTimer::timeout, [&] {
-        err << "spindrel record-raw: the recording did not drain in time\n";
-        status = 1;
+        status = options.fail(QStringLiteral("the recording did not drain in time"));
         QCoreApplication::quit();
     });
     const auto stop = [&] {
@@ -103,18 +86,24 @@ int recordRaw(const QStringList& args)
         }
     };
     QObject::connect(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop,
-                     [&] { QCoreApplication::quit(); });
-    QTimer::singleShot(int(seconds * 1000.0), stop);
+                     [] { QCoreApplication::quit(); });
+    // Exactly the seconds asked for, counted in audio; a device that delivers too slowly is
+    // stopped a while after the time is up.
+    recorder.stopRecordingAtTime(seconds * 1000.0);
+    QTimer::singleShot(int(seconds * 1000.0) + kLateDeviceMs, [&] {
+        if (recorder.isFileRecording()) {
+            status = options.fail(QStringLiteral("the device delivered too little audio in time"));
+            stop();
+        }
+    });
     audiocommands::onInterrupt(stop);
     QCoreApplication::exec();
 
     file->closeFile();
-    if (!file->errorString().isEmpty()) {
-        err << "spindrel record-raw: " << file->errorString() << "\n";
-        status = 1;
-    }
-    out << "Recorded " << audiocommands::formatMilliseconds(recorder.currentTime()) << " into " << filename
-        << "\n";
+    if (!file->errorString().isEmpty())
+        status = options.fail(file->errorString());
+    options.out() << "Recorded " << audiocommands::formatMilliseconds(recorder.currentTime()) << " into "
+                  << filename << "\n";
     return status;
 }
 
@@ -122,11 +111,9 @@ int recordRaw(const QStringList& args)
 
 CommandLine::Command recordRawCommand()
 {
-    return {
-        QStringLiteral("record-raw"),
-        QStringLiteral("--seconds N OUT.m4a [--quality LQ|MQ|HQ] [--mono] [--device UID] [--channels 2,3] "
-                       "[--device-rate]"),
-        QStringLiteral("Record an input device into an .m4a file (channels are zero-based)."), recordRaw};
+    return {QStringLiteral("record-raw"), kUsage,
+            QStringLiteral("record an input device into an .m4a file (zero-based channels), without a tape"),
+            runRecordRaw};
 }
 
 } // namespace spindrel

@@ -1,7 +1,7 @@
 #include "app/CommandLine.h"
 
 #include <QApplication>
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QMainWindow>
 
 int main(int argc, char** argv)
@@ -12,11 +12,16 @@ int main(int argc, char** argv)
 
     spindrel::CommandLine commandLine;
     if (commandLine.handles(arguments)) {
-        QCoreApplication app(argc, argv);
+        // Commands draw (cover art) but never show a window.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        QGuiApplication app(argc, argv);
+        QCoreApplication::setOrganizationName(QStringLiteral("Spindrel"));
+        QCoreApplication::setApplicationName(QStringLiteral("Spindrel"));
         return commandLine.run(arguments);
     }
 
     QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationVersion(QStringLiteral(SPINDREL_VERSION));
     QMainWindow window;

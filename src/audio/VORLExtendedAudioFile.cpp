@@ -51,6 +51,7 @@ struct VORLExtendedAudioFile::Impl
     bool ensurePlaneCapacity(int frames);
     bool encodeFromFifo(bool flush);
     bool sendFrame(AVFrame* input);
+    bool padToOneMillisecond();
     void fail(const QString& message) { error = message; }
 };
 
@@ -260,6 +261,20 @@ bool VORLExtendedAudioFile::Impl::encodeFromFifo(bool flush)
     return true;
 }
 
+bool VORLExtendedAudioFile::Impl::padToOneMillisecond()
+{
+    // A track without samples is left out of the file altogether: a recording too short to
+    // give a sample gets a millisecond of silence, so that even it is a playable file.
+    const int minimum = (fileRate + 999) / 1000;
+    const int missing = minimum - int(nextPts) - av_audio_fifo_size(fifo);
+    if (missing <= 0)
+        return true;
+    if (!ensurePlaneCapacity(missing))
+        return false;
+    av_samples_set_silence(planes.data(), 0, missing, channels, codec->sample_fmt);
+    return av_audio_fifo_write(fifo, reinterpret_cast<void**>(planes.data()), missing) == missing;
+}
+
 bool VORLExtendedAudioFile::Impl::sendFrame(AVFrame* input)
 {
     int result = avcodec_send_frame(codec, input);
@@ -310,17 +325,10 @@ void VORLExtendedAudioFile::closeFile()
     std::lock_guard lock(d->mutex);
     if (!d->open)
         return;
-    if (d->error.isEmpty() && d->inputFrames == 0) {
-        // A track without samples would be left out of the file altogether: give it a moment of
-        // silence so that even an empty recording is a playable file.
-        const std::vector<float> silence(size_t(std::ceil(d->inputRate / 1000.0)) * d->channels, 0.0f);
-        d->convertAndEncode(silence.data(), int(silence.size()) / d->channels);
-    }
-    if (d->error.isEmpty()) {
-        // Drain the resampler, encode the short last frame, then the encoder's delayed packets.
-        if (d->convertAndEncode(nullptr, 0) && d->encodeFromFifo(true))
-            d->sendFrame(nullptr);
-    }
+    // Drain the resampler, encode the short last frame, then the encoder's delayed packets.
+    if (d->error.isEmpty() && d->convertAndEncode(nullptr, 0) && d->padToOneMillisecond() &&
+        d->encodeFromFifo(true))
+        d->sendFrame(nullptr);
     const int trailer = av_write_trailer(d->format);
     if (trailer < 0 && d->error.isEmpty())
         d->fail(QStringLiteral("Could not finish %1: %2").arg(d->filename, ffmpegErrorString(trailer)));

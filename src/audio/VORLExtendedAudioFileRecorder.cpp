@@ -127,6 +127,12 @@ void VORLExtendedAudioFileRecorder::stopRecording()
     mStopTimer.start(int(latency / 1000) + kStopGraceMs);
 }
 
+void VORLExtendedAudioFileRecorder::stopRecordingAtTime(double milliseconds)
+{
+    mLimitFrame.store(
+        uint64_t(std::max<int64_t>(0, std::llround(milliseconds * mFile->inputSampleRate() / 1000.0))));
+}
+
 void VORLExtendedAudioFileRecorder::endCaptureNow()
 {
     mStopTimer.stop();
@@ -158,7 +164,7 @@ void VORLExtendedAudioFileRecorder::streamRead(pa_stream* stream, size_t, void* 
         size_t bytes = 0;
         if (pa_stream_peek(stream, &data, &bytes) < 0 || bytes == 0)
             return;
-        const uint64_t stopAt = self->mStopAtFrame.load();
+        const uint64_t stopAt = std::min(self->mStopAtFrame.load(), self->mLimitFrame.load());
         const uint64_t captured = pipeline.capturedFrames();
         size_t frames = bytes / frameBytes;
         if (stopAt != kNoStop)
@@ -203,8 +209,8 @@ void VORLExtendedAudioFileRecorder::finishStop(unsigned session)
         PulseConnection::Locker lock(*mConnection);
         PulseConnection::releaseStream(mStream);
     }
+    mRecording = false; // also when the capture ended by itself (a time limit, a lost device)
     if (mCaptureLost.exchange(false)) {
-        mRecording = false;
         fail(QStringLiteral("Recording from %1 stopped: the device is gone").arg(mDevice.deviceName()));
     } else if (!mPipeline->fileWritesSucceeded() && mError.isEmpty()) {
         fail(QStringLiteral("Could not write the recording: ") + mFile->errorString());

@@ -53,6 +53,9 @@ public:
     /// the server not yet delivered still goes into the file; then the did-stop notice follows
     /// on the main thread.
     void stopRecording();
+    /// Ends the recording by itself once `milliseconds` are in the file (counted over all
+    /// starts), exactly there; the did-stop notice follows as after stopRecording().
+    void stopRecordingAtTime(double milliseconds);
     bool isFileRecording() const { return mRecording; }
     std::shared_ptr<VORLExtendedAudioFile> recordFile() const { return mFile; }
     /// Milliseconds recorded into the file so far, over all starts.
@@ -88,7 +91,8 @@ private:
     static constexpr uint64_t kNoStop = UINT64_MAX;
     // Captured-frame count at which the session ends; set by stopRecording, read by the capture.
     std::atomic<uint64_t> mStopAtFrame{kNoStop};
-    std::atomic<bool> mCaptureLost{false}; // set on the server thread when the stream died
+    std::atomic<uint64_t> mLimitFrame{kNoStop}; // the same, from stopRecordingAtTime
+    std::atomic<bool> mCaptureLost{false};      // set on the server thread when the stream died
     QString mError;
 };
 

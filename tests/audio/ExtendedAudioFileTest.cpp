@@ -133,18 +133,25 @@ TEST(ExtendedAudioFile, closingTwiceAndWritingAfterCloseAreHarmless)
     EXPECT_NEAR(probeAudio(path).durationSeconds, 0.1, 0.002);
 }
 
-TEST(ExtendedAudioFile, anEmptyRecordingIsStillAValidFile)
+TEST(ExtendedAudioFile, anEmptyOrTinyRecordingIsStillAPlayableFile)
 {
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("empty.m4a"));
-    {
-        VORLExtendedAudioFile file(
-            path, RecordingPresets::streamDescriptionForQuality(QStringLiteral("HQ"), true), 0, 44100.0);
-    } // the destructor closes
-    const ProbedAudio probed = probeAudio(path);
-    ASSERT_TRUE(probed.ok);
-    EXPECT_EQ(probed.codec, QStringLiteral("alac"));
-    EXPECT_LE(probed.durationSeconds, 0.0011);
+    // Nothing at all, and one frame that the resampler turns into no sample at all.
+    for (const auto& [quality, frames] : {std::pair{"HQ", 0}, std::pair{"LQ", 1}}) {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("empty.m4a"));
+        {
+            VORLExtendedAudioFile file(
+                path, RecordingPresets::streamDescriptionForQuality(QString::fromLatin1(quality), true),
+                48000, 44100.0);
+            const float sample[2] = {0.1f, 0.1f};
+            if (frames)
+                file.writeFrames(sample, 1);
+        } // the destructor closes
+        const ProbedAudio probed = probeAudio(path);
+        ASSERT_TRUE(probed.ok) << quality;
+        EXPECT_GT(probed.durationSeconds, 0.0) << quality;
+        EXPECT_LE(probed.durationSeconds, 0.0011) << quality;
+    }
 }
 
 TEST(ExtendedAudioFile, unusableTargetsRaise)

@@ -156,6 +156,25 @@ TEST(Recorder, pauseAndResumeMakeOneContinuousFile)
     EXPECT_LT(largestStep, steepest * 1.5);
 }
 
+TEST(Recorder, aTimeLimitEndsTheRecordingExactlyThere)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("limited.m4a"));
+    const VORLAudioDevice device(QStringLiteral("vmic"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), true, device);
+    ASSERT_TRUE(file);
+    VORLExtendedAudioFileRecorder recorder(file, device, {0, 1});
+    QSignalSpy stopped(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop);
+    recorder.stopRecordingAtTime(400.0);
+    ASSERT_TRUE(recorder.startRecording());
+    ASSERT_TRUE(stopped.wait(8000));
+    EXPECT_FALSE(recorder.isFileRecording());
+    EXPECT_DOUBLE_EQ(recorder.currentTime(), 400.0);
+    file->closeFile();
+    EXPECT_EQ(decodeAudio(path).frames(), 17640u);
+}
+
 TEST(Recorder, recordsTheChosenChannelsOfAFourChannelDevice)
 {
     const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),

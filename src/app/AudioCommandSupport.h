@@ -1,22 +1,19 @@
 #pragma once
 
-#include "app/CommandLine.h"
-
 #include <QList>
+#include <QString>
+#include <functional>
 #include <optional>
 
 namespace spindrel {
 
 class VORLAudioDevice;
 
-CommandLine::Command devicesCommand();
-CommandLine::Command playCommand();
-CommandLine::Command meterCommand();
-CommandLine::Command recordRawCommand();
-
+/// Helpers shared by the audio commands (devices, play, meter, record-raw).
 namespace audiocommands {
 
-/// Zero-based channel numbers from "2,3"; nothing when the text is not such a list.
+/// Zero-based channel numbers from "2,3" (one or two of them); nothing when the text is not such
+/// a list.
 std::optional<QList<unsigned>> parseChannels(const QString& text);
 /// The device for a UID given on the command line, or the default one for the direction.
 VORLAudioDevice deviceForUID(const QString& uid, unsigned direction);

@@ -1,0 +1,43 @@
+// spindrel render-cassette FILE OUT.png: the tape's cassette picture at scale 2.0.
+#include "app/CommandLine.h"
+#include "app/CommandOptions.h"
+#include "tapes/CassetteArtwork.h"
+#include "tapes/Tape.h"
+#include "tapes/TapeCassette.h"
+
+#include <QFileInfo>
+
+namespace spindrel {
+
+namespace {
+
+int runRenderCassette(const QStringList& args)
+{
+    CommandOptions options(QStringLiteral("render-cassette"), QStringLiteral("FILE OUT.png"));
+    if (!options.parse(args))
+        return 2;
+    if (options.positional().size() != 2)
+        return options.usageError(QStringLiteral("expected a tape and an output file"));
+    const QString path = options.positional().at(0);
+    const QString out = options.positional().at(1);
+    if (!QFileInfo(path).isFile())
+        return options.fail(QStringLiteral("%1: no such file").arg(path));
+
+    Tape tape(path);
+    tape.setCommitsWhenReleased(false);
+    CassetteArtwork artwork(TapeCassette::valuesForTape(tape));
+    if (!artwork.coverArtImage().save(out, "PNG"))
+        return options.fail(QStringLiteral("%1: could not be written").arg(out));
+    options.out() << out << "\n";
+    return 0;
+}
+
+} // namespace
+
+CommandLine::Command renderCassetteCommand()
+{
+    return {QStringLiteral("render-cassette"), QStringLiteral("FILE OUT.png"),
+            QStringLiteral("draw the tape's cassette as a PNG at scale 2.0"), runRenderCassette};
+}
+
+} // namespace spindrel

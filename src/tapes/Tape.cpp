@@ -1,0 +1,212 @@
+#include "tapes/Tape.h"
+
+#include "MP4Tags/MP4Tags.h"
+#include "foundation/Log.h"
+#include "tapes/DateParser.h"
+#include "tapes/TapeCassette.h"
+#include "tapes/TapeLetterTag.h"
+#include "tapes/TapeQuality.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeData>
+#include <QUrl>
+
+namespace spindrel {
+
+Tape::Tape(const QString& filename, QObject* parent) : QObject(parent), mFilename(filename)
+{
+    // Loading assigns the fields directly, so it never marks them dirty (but for a missing letter).
+    loadAttributes();
+}
+
+Tape::~Tape()
+{
+    if (mCommitsWhenReleased)
+        commitAttributes();
+}
+
+void Tape::loadAttributes()
+{
+    if (auto tags = MP4Tags::fromFile(mFilename)) {
+        if (auto title = tags->title())
+            mTitle = *title;
+        if (auto lyrics = tags->lyrics())
+            mNotes = *lyrics;
+        if (auto releaseDate = tags->releaseDate()) {
+            if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
+                mDate = *date;
+        }
+        if (auto letter = readTapeLetter(*tags))
+            mTapeLetter = *letter;
+        else
+            markDirty(mTapeLetterDirty);
+    } else {
+        markDirty(mTapeLetterDirty);
+    }
+    // The artist is written, never read back.
+    mArtist = QString();
+    parseMP4FileHeaders();
+}
+
+void Tape::commitAttributes()
+{
+    if (!QFileInfo::exists(mFilename))
+        return;
+    auto tags = MP4Tags::fromFile(mFilename);
+    if (!tags)
+        return;
+
+    const bool title = mTitleDirty;
+    const bool notes = mNotesDirty;
+    const bool date = mDateDirty;
+    const bool artist = mArtistDirty;
+
+    if (title)
+        tags->setTitle(mTitle);
+    if (notes) {
+        tags->setLyrics(mNotes);
+        clearFlag(mNotesDirty);
+    }
+    if (date) {
+        tags->setReleaseDate(DateParser::standardDescription(mDate));
+        clearFlag(mDateDirty);
+    }
+    if (artist) {
+        tags->setArtist(mArtist);
+        clearFlag(mArtistDirty);
+    }
+    if (mTapeLetterDirty || date || notes || title)
+        tags->setCoverArt(renderCoverArt());
+    if (mTapeLetterDirty) {
+        writeTapeLetter(*tags, mTapeLetter);
+        clearFlag(mTapeLetterDirty);
+    }
+    tags.reset();
+    if (mTitleDirty) {
+        if (auto error = renameFile(mTitle))
+            Q_EMIT errorOccurred(*error);
+        clearFlag(mTitleDirty);
+    }
+}
+
+std::optional<Error> Tape::renameFile(const QString& title)
+{
+    const QFileInfo current(mFilename);
+    const QString day =
+        mDate.isValid() ? mDate.toLocalTime().toString(QStringLiteral("[yyyy-MM-dd]")) : QStringLiteral("[]");
+    const QString base = fileFriendlyName(day + QLatin1Char(' ') + title);
+    const QString directory = current.absolutePath() + QLatin1Char('/');
+    const QString extension = current.suffix();
+
+    // The tape's own path counts as taken, so even an unchanged title moves on to " 1".
+    QString candidate;
+    for (int n = 0;; ++n) {
+        const QString leaf = n == 0 ? base : QStringLiteral("%1 %2").arg(base).arg(n);
+        candidate = directory + leaf + QLatin1Char('.') + extension;
+        if (!QFileInfo::exists(candidate))
+            break;
+    }
+
+    QFile file(mFilename);
+    if (!file.rename(candidate)) {
+        QVariantMap info{{Error::DescriptionKey,
+                          tr("“%1” couldn’t be renamed to “%2”: %3")
+                              .arg(current.fileName(), QFileInfo(candidate).fileName(), file.errorString())}};
+        return Error(Error::CocoaDomain, file.error(), info);
+    }
+    mFilename = candidate;
+    Q_EMIT filenameChanged();
+    return std::nullopt;
+}
+
+QString Tape::fileFriendlyName(const QString& name)
+{
+    QString friendly = name;
+    friendly.replace(QLatin1Char(':'), QLatin1Char('_'));
+    friendly.replace(QLatin1Char('/'), QLatin1Char('_'));
+    return friendly;
+}
+
+void Tape::setTitle(const QString& title)
+{
+    mTitle = title;
+    markDirty(mTitleDirty);
+    Q_EMIT titleChanged();
+}
+
+void Tape::setNotes(const QString& notes)
+{
+    mNotes = notes;
+    markDirty(mNotesDirty);
+    Q_EMIT notesChanged();
+}
+
+void Tape::setDate(const QDateTime& date)
+{
+    mDate = date;
+    markDirty(mDateDirty);
+    Q_EMIT dateChanged();
+}
+
+void Tape::setArtist(const QString& artist)
+{
+    mArtist = artist;
+    markDirty(mArtistDirty);
+    Q_EMIT artistChanged();
+}
+
+void Tape::setTapeLetter(const TapeLetter& letter)
+{
+    mTapeLetter = letter;
+    markDirty(mTapeLetterDirty);
+    Q_EMIT tapeLetterChanged();
+}
+
+bool Tape::dirty() const
+{
+    return mTitleDirty || mNotesDirty || mDateDirty || mArtistDirty || mTapeLetterDirty;
+}
+
+void Tape::markDirty(bool& flag)
+{
+    // Observers of dirty hear of every assignment of an edited field, not only of flag changes.
+    flag = true;
+    Q_EMIT dirtyChanged();
+}
+
+void Tape::clearFlag(bool& flag)
+{
+    if (!flag)
+        return;
+    flag = false;
+    Q_EMIT dirtyChanged();
+}
+
+QString Tape::validateNotes(const std::optional<QString>& notes)
+{
+    return notes ? *notes : QString(QLatin1String(""));
+}
+
+QString Tape::description() const
+{
+    return QStringLiteral("<Tape: %1, Duration: %2s, Date: %3>")
+        .arg(mTitle)
+        .arg(mDuration, 0, 'f', 6)
+        .arg(mDate.toString(Qt::ISODate));
+}
+
+std::unique_ptr<QMimeData> Tape::mimeData() const
+{
+    auto data = std::make_unique<QMimeData>();
+    data->setUrls({QUrl::fromLocalFile(mFilename)});
+    return data;
+}
+
+QByteArray Tape::renderCoverArt() const
+{
+    return TapeCassette::coverArtPNG(*this);
+}
+
+} // namespace spindrel

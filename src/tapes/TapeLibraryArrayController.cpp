@@ -1,0 +1,232 @@
+#include "tapes/TapeLibraryArrayController.h"
+
+#include "foundation/Log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeData>
+#include <QMimeDatabase>
+#include <QSet>
+
+namespace spindrel {
+
+namespace {
+constexpr int kCoalesceMs = 200;
+} // namespace
+
+TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath, QObject* parent)
+    : FilteringArrayController(parent), mFolderPath(folderPath)
+{
+    mCoalesce.setSingleShot(true);
+    mCoalesce.setInterval(kCoalesceMs);
+    connect(&mCoalesce, &QTimer::timeout, this, &TapeLibraryArrayController::coalescedFolderEvents);
+    checkRecordingDirectory();
+}
+
+TapeLibraryArrayController::~TapeLibraryArrayController() = default;
+
+QStringList TapeLibraryArrayController::soundFileList() const
+{
+    // Unsorted, hidden names included, no recursion; an unreadable folder lists nothing.
+    const QStringList entries =
+        QDir(mFolderPath).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Unsorted);
+    QStringList paths;
+    for (const QString& entry : entries) {
+        if (entry.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
+            paths.append(mFolderPath + QLatin1Char('/') + entry);
+    }
+    return paths;
+}
+
+void TapeLibraryArrayController::checkRecordingDirectory()
+{
+    const QStringList found = soundFileList();
+    const QSet<QString> foundSet(found.begin(), found.end());
+
+    QSet<QString> known;
+    QList<TapePtr> gone;
+    for (const TapePtr& tape : content()) {
+        known.insert(tape->filename());
+        if (!foundSet.contains(tape->filename()))
+            gone.append(tape);
+    }
+    QList<TapePtr> added;
+    for (const QString& path : found) {
+        if (!known.contains(path))
+            added.append(std::make_shared<Tape>(path));
+    }
+
+    if (!gone.isEmpty())
+        removeObjects(gone);
+    if (!added.isEmpty()) {
+        const bool selects = selectsInsertedObjects();
+        setSelectsInsertedObjects(false);
+        addObjects(added);
+        setSelectionIndex(0);
+        setSelectsInsertedObjects(selects);
+    }
+}
+
+void TapeLibraryArrayController::startMonitoringRecordingDirectory()
+{
+    mWatcher = std::make_unique<QFileSystemWatcher>();
+    connect(mWatcher.get(), &QFileSystemWatcher::directoryChanged, this,
+            &TapeLibraryArrayController::folderEvent);
+    mWatchedPath = mFolderPath;
+    mWatching = mWatcher->addPath(mWatchedPath);
+    if (!mWatching)
+        logError(QStringLiteral("TapeLibraryArrayController"),
+                 QStringLiteral("failed to start event stream"));
+}
+
+void TapeLibraryArrayController::pauseMonitoringRecordingDirectory()
+{
+    if (!mWatcher || !mWatching)
+        return;
+    mWatcher->removePath(mWatchedPath);
+    mWatching = false;
+    // Events of the paused stretch are not replayed.
+    mCoalesce.stop();
+    mPendingEvents = 0;
+}
+
+void TapeLibraryArrayController::resumeMonitoringRecordingDirectory()
+{
+    if (!mWatcher || mWatching)
+        return;
+    mWatching = mWatcher->addPath(mWatchedPath);
+    if (!mWatching)
+        logError(QStringLiteral("TapeLibraryArrayController"),
+                 QStringLiteral("failed to start event stream"));
+}
+
+void TapeLibraryArrayController::stopMonitoringRecordingDirectory()
+{
+    mCoalesce.stop();
+    mPendingEvents = 0;
+    mWatcher.reset();
+    mWatching = false;
+}
+
+void TapeLibraryArrayController::folderEvent()
+{
+    if (!mWatching)
+        return;
+    ++mPendingEvents;
+    if (!mCoalesce.isActive())
+        mCoalesce.start();
+}
+
+void TapeLibraryArrayController::coalescedFolderEvents()
+{
+    // One merge per event, not per batch; the merge is idempotent so the repeats cost only a scan.
+    for (int events = std::exchange(mPendingEvents, 0); events > 0; --events)
+        checkRecordingDirectory();
+    Q_EMIT folderChanged();
+}
+
+std::optional<Error> TapeLibraryArrayController::copyTape(const QUrl& source) const
+{
+    const QString sourcePath = source.toLocalFile();
+    const QString destination = mFolderPath + QLatin1Char('/') + QFileInfo(sourcePath).fileName();
+    if (QFileInfo::exists(destination))
+        return std::nullopt;
+    QFile file(sourcePath);
+    if (file.copy(destination))
+        return std::nullopt;
+    QVariantMap info{
+        {Error::DescriptionKey, tr("“%1” couldn’t be copied to “%2”: %3")
+                                    .arg(QFileInfo(sourcePath).fileName(), mFolderPath, file.errorString())}};
+    // A failed copy may leave a partial file behind; the library must not show it.
+    QFile::remove(destination);
+    return Error(Error::CocoaDomain, file.error(), info);
+}
+
+QList<Error> TapeLibraryArrayController::importTapesIntoLibrary(const QList<QUrl>& urls) const
+{
+    QList<Error> errors;
+    for (const QUrl& url : urls) {
+        if (auto error = copyTape(url))
+            errors.append(*error);
+    }
+    return errors;
+}
+
+bool TapeLibraryArrayController::moveTapeToTrash(const TapePtr& tape)
+{
+    const bool trashed = QFile::moveToTrash(tape->filename());
+    if (!trashed)
+        logError(QStringLiteral("TapeLibraryArrayController_TapeOperations"),
+                 QStringLiteral("performFileOperation failed!!!!"));
+    removeObject(tape);
+    return trashed;
+}
+
+Qt::ItemFlags TapeLibraryArrayController::flags(const QModelIndex& index) const
+{
+    const Qt::ItemFlags base = FilteringArrayController::flags(index);
+    return index.isValid() ? base | Qt::ItemIsDragEnabled : base | Qt::ItemIsDropEnabled;
+}
+
+QStringList TapeLibraryArrayController::mimeTypes() const
+{
+    return {QStringLiteral("text/uri-list")};
+}
+
+QMimeData* TapeLibraryArrayController::mimeData(const QModelIndexList& indexes) const
+{
+    QList<QUrl> urls;
+    for (const QModelIndex& index : indexes) {
+        const TapePtr tape = tapeAtRow(index.row());
+        const QUrl url = tape ? QUrl::fromLocalFile(tape->filename()) : QUrl();
+        if (tape && !urls.contains(url))
+            urls.append(url);
+    }
+    auto* data = new QMimeData;
+    data->setUrls(urls);
+    return data;
+}
+
+Qt::DropActions TapeLibraryArrayController::supportedDropActions() const
+{
+    return Qt::CopyAction;
+}
+
+Qt::DropActions TapeLibraryArrayController::supportedDragActions() const
+{
+    return Qt::CopyAction;
+}
+
+QList<QUrl> TapeLibraryArrayController::droppableTapeUrls(const QMimeData* data)
+{
+    QList<QUrl> urls;
+    if (!data || !data->hasUrls())
+        return urls;
+    static const QMimeDatabase database;
+    for (const QUrl& url : data->urls()) {
+        if (!url.isLocalFile())
+            continue;
+        const QMimeType type = database.mimeTypeForFile(url.toLocalFile());
+        if (type.inherits(QStringLiteral("audio/mp4")) || type.inherits(QStringLiteral("audio/x-m4a")))
+            urls.append(url);
+    }
+    return urls;
+}
+
+bool TapeLibraryArrayController::canDropMimeData(const QMimeData* data, Qt::DropAction action, int, int,
+                                                 const QModelIndex&) const
+{
+    return action == Qt::CopyAction && !droppableTapeUrls(data).isEmpty();
+}
+
+bool TapeLibraryArrayController::dropMimeData(const QMimeData* data, Qt::DropAction, int, int,
+                                              const QModelIndex&)
+{
+    const QList<QUrl> urls = droppableTapeUrls(data);
+    if (!urls.isEmpty())
+        Q_EMIT importRequested(urls);
+    return true;
+}
+
+} // namespace spindrel

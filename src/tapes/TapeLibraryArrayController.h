@@ -1,0 +1,77 @@
+#pragma once
+
+#include "tapes/FilteringArrayController.h"
+
+#include <QFileSystemWatcher>
+#include <QTimer>
+#include <QUrl>
+#include <memory>
+
+namespace spindrel {
+
+/// The library: one Tape per .m4a file lying directly in the library folder, kept in step with
+/// the folder by a watch whose events are coalesced over 0.2 s.
+class TapeLibraryArrayController : public FilteringArrayController
+{
+    Q_OBJECT
+
+public:
+    /// Scans the folder at once, so the library is full as soon as it exists.
+    explicit TapeLibraryArrayController(const QString& folderPath, QObject* parent = nullptr);
+    ~TapeLibraryArrayController() override;
+
+    const QString& folderPath() const { return mFolderPath; }
+    /// Changes the folder that scans read; a running watch keeps the path it was started with.
+    void setFolderPath(const QString& folderPath) { mFolderPath = folderPath; }
+
+    /// Full paths of the folder's tapes: names ending in ".m4a" exactly, no recursion, in listing order.
+    QStringList soundFileList() const;
+    /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
+    void checkRecordingDirectory();
+
+    void startMonitoringRecordingDirectory();
+    void pauseMonitoringRecordingDirectory();
+    void resumeMonitoringRecordingDirectory();
+    void stopMonitoringRecordingDirectory();
+    bool isMonitoring() const { return mWatcher != nullptr && mWatching; }
+
+    /// Copies a file into the folder under its own name; an existing name is skipped silently.
+    std::optional<Error> copyTape(const QUrl& source) const;
+    /// copyTape of each URL in order; the errors of those that failed.
+    QList<Error> importTapesIntoLibrary(const QList<QUrl>& urls) const;
+
+    /// Trashes the tape's file (freedesktop trash) and removes it from the content at once.
+    bool moveTapeToTrash(const TapePtr& tape);
+
+    // Drag and drop on the tape box table: tapes drag out as files, .m4a files drop in.
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDropActions() const override;
+    Qt::DropActions supportedDragActions() const override;
+    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                         const QModelIndex& parent) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
+    /// The MPEG-4 audio files among dropped URLs.
+    static QList<QUrl> droppableTapeUrls(const QMimeData* data);
+
+Q_SIGNALS:
+    /// Dropped .m4a files for the deck's import (which copies and reports errors).
+    void importRequested(const QList<QUrl>& urls);
+    /// A file event reached the folder (the merge has run).
+    void folderChanged();
+
+private:
+    void folderEvent();
+    void coalescedFolderEvents();
+
+    QString mFolderPath;
+    QString mWatchedPath;
+    std::unique_ptr<QFileSystemWatcher> mWatcher;
+    QTimer mCoalesce;
+    int mPendingEvents = 0;
+    bool mWatching = false;
+};
+
+} // namespace spindrel

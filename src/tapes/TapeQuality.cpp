@@ -1,0 +1,80 @@
+#include "tapes/TapeQuality.h"
+
+#include "foundation/Assertion.h"
+
+#include <array>
+#include <utility>
+
+namespace spindrel {
+
+namespace {
+
+constexpr uint32_t LockedSampleRate = 44100;
+
+const std::array<std::pair<QString, QualityPreset>, 3>& presetTable()
+{
+    static const std::array<std::pair<QString, QualityPreset>, 3> table = {{
+        {QStringLiteral("HQ"), {0, 0, 0, 0}},
+        {QStringLiteral("MQ"), {112000, 128000, 400000, 44100}},
+        {QStringLiteral("LQ"), {30000, 48000, 80000, 22050}},
+    }};
+    return table;
+}
+
+} // namespace
+
+const QStringList& TapeQuality::qualityNames()
+{
+    static const QStringList names = [] {
+        QStringList list;
+        for (const auto& entry : presetTable())
+            list << entry.first;
+        return list;
+    }();
+    return names;
+}
+
+std::optional<QualityPreset> TapeQuality::presetForQuality(const QString& quality)
+{
+    for (const auto& [name, preset] : presetTable()) {
+        if (name == quality)
+            return preset;
+    }
+    return std::nullopt;
+}
+
+QString TapeQuality::qualityForIndex(int32_t index)
+{
+    // Compared as an unsigned word, so negative indices land far beyond the end.
+    SP_ASSERT(static_cast<uint32_t>(index) < presetTable().size(), "Asking for qualty outside range");
+    return presetTable()[static_cast<uint32_t>(index)].first;
+}
+
+uint32_t TapeQuality::sampleRateForQuality(const QString& quality, bool lockRecordingSampleRate)
+{
+    const auto preset = presetForQuality(quality);
+    if (!preset)
+        return 0;
+    if (preset->sampleRate == 0 && lockRecordingSampleRate)
+        return LockedSampleRate;
+    return preset->sampleRate;
+}
+
+uint32_t TapeQuality::bitrateForQuality(const QString& quality)
+{
+    const auto preset = presetForQuality(quality);
+    return preset ? preset->bitrate : 0;
+}
+
+QString TapeQuality::qualityForBitrate(uint64_t bitrate, uint64_t /*sampleRate*/, bool stereo)
+{
+    const unsigned shift = stereo ? 0 : 1;
+    for (const auto& [name, preset] : presetTable()) {
+        if ((preset.lowerBitrate >> shift) <= bitrate && bitrate <= (preset.upperBitrate >> shift))
+            return name;
+    }
+    const QualityPreset lossless = presetTable()[0].second;
+    return lossless.bitrate < bitrate ? presetTable()[0].first : presetTable()[2].first;
+}
+
+} // namespace spindrel

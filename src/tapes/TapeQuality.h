@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <optional>
+
+namespace spindrel {
+
+/// Bit-rate window and rates of one recording quality.
+struct QualityPreset
+{
+    uint32_t lowerBitrate = 0;
+    uint32_t bitrate = 0;
+    uint32_t upperBitrate = 0;
+    uint32_t sampleRate = 0; ///< 0: not fixed, the recorder takes the input device's rate
+};
+
+/// The three recording qualities, "HQ" (lossless), "MQ" and "LQ" (AAC), at display indices 0 to 2.
+class TapeQuality
+{
+public:
+    /// The names in display order.
+    static const QStringList& qualityNames();
+    static std::optional<QualityPreset> presetForQuality(const QString& quality);
+
+    /// The name at a display index; an index outside 0..2 is an assertion.
+    static QString qualityForIndex(int32_t index);
+
+    /// The preset's sample rate in Hz; an unfixed rate reads 44100 when the recording sample rate
+    /// is locked (the user default SPLockRecordingSampleRate). Unknown names give 0.
+    static uint32_t sampleRateForQuality(const QString& quality, bool lockRecordingSampleRate = false);
+    /// The preset's target bit rate (0 for lossless and for unknown names).
+    static uint32_t bitrateForQuality(const QString& quality);
+
+    /// The quality whose window holds bitrate (the windows are halved for mono); any other
+    /// non-zero rate is "HQ". The sample rate does not take part.
+    static QString qualityForBitrate(uint64_t bitrate, uint64_t sampleRate, bool stereo);
+};
+
+} // namespace spindrel

@@ -1,0 +1,370 @@
+#include "MP4Tags/MP4Tags.h"
+
+#include "MP4Tags/MP4TestFiles.h"
+#include "foundation/Log.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <map>
+#include <mp4coverart.h>
+#include <mp4file.h>
+#include <mp4tag.h>
+
+using namespace spindrel;
+using namespace mp4test;
+
+namespace {
+
+const QList<QByteArray> Ilst{"moov", "udta", "meta", "ilst"};
+
+QString fromTagLib(const TagLib::String& text)
+{
+    return QString::fromStdString(text.to8Bit(true));
+}
+
+QList<quint64> shifted(QList<quint64> offsets, qint64 delta)
+{
+    for (quint64& offset : offsets)
+        offset += delta;
+    return offsets;
+}
+
+QByteArray pngImage()
+{
+    QImage image(6, 4, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
+
+class MP4TagsTest : public ::testing::Test
+{
+protected:
+    // ffmpeg runs once per kind of file; each test edits its own copy.
+    static QString sample(Codec codec, Layout layout)
+    {
+        static QTemporaryDir samples;
+        static std::map<std::pair<Codec, Layout>, QString> made;
+        QString& path = made[{codec, layout}];
+        if (path.isEmpty()) {
+            path = samples.filePath(QStringLiteral("sample-%1-%2.m4a").arg(int(codec)).arg(int(layout)));
+            makeAudioFile(path, codec, layout);
+        }
+        return path;
+    }
+    QString copyOf(Codec codec, Layout layout, const QString& name = QStringLiteral("tape.m4a"))
+    {
+        const QString path = mDir.filePath(name);
+        QFile::remove(path);
+        QFile::copy(sample(codec, layout), path);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        return path;
+    }
+    QString fileWith(const QByteArray& bytes)
+    {
+        const QString path = mDir.filePath(QStringLiteral("made.m4a"));
+        writeFile(path, bytes);
+        return path;
+    }
+
+    void SetUp() override
+    {
+        mPreviousSink = setLogSink([this](const QString& line) { mLogged << line; });
+    }
+    void TearDown() override { setLogSink(mPreviousSink); }
+
+    QTemporaryDir mDir;
+    QStringList mLogged;
+    LogSink mPreviousSink;
+};
+
+class MP4TagsRoundTrip : public MP4TagsTest, public ::testing::WithParamInterface<std::pair<Codec, Layout>>
+{
+};
+
+// Only chunk offsets tables and the sizes along them, under a moov with no tags at all.
+QByteArray fileWithChunkTable(const QByteArray& table, bool audioFirst)
+{
+    const QByteArray moov = box("moov", box("mvhd", QByteArray(100, '\0')) +
+                                            box("trak", box("mdia", box("minf", box("stbl", table)))));
+    const QByteArray mdat = box("mdat", QByteArray(64, 'a'));
+    return box("ftyp", "M4A ") + (audioFirst ? mdat + moov : moov + mdat);
+}
+
+} // namespace
+
+TEST_P(MP4TagsRoundTrip, EveryTagReadsTheSameInFFprobeAndTagLib)
+{
+    const auto [codec, layout] = GetParam();
+    const QString path = copyOf(codec, layout);
+    const QByteArray audio = decodedAudioDigest(path);
+    const QByteArray original = readFile(path);
+    ASSERT_FALSE(audio.isEmpty());
+
+    const struct
+    {
+        bool (MP4Tags::*set)(const QString&);
+        std::optional<QString> (MP4Tags::*get)() const;
+        const char* probeKey;
+        const char* tagLibKey;
+        QString value;
+    } texts[] = {
+        {&MP4Tags::setTitle, &MP4Tags::title, "title", "\251nam",
+         QStringLiteral("Kassette Nº 1 – “Ünïcode” 🎵")},
+        {&MP4Tags::setArtist, &MP4Tags::artist, "artist", "\251ART", QStringLiteral("Ada")},
+        {&MP4Tags::setAlbum, &MP4Tags::album, "album", "\251alb", QStringLiteral("Side A")},
+        {&MP4Tags::setLyrics, &MP4Tags::lyrics, "lyrics", "\251lyr", QStringLiteral("line one\nline two")},
+        {&MP4Tags::setComment, &MP4Tags::comment, "comment", "\251cmt", QStringLiteral("a comment")},
+        {&MP4Tags::setReleaseDate, &MP4Tags::releaseDate, "date", "\251day",
+         QStringLiteral("2024-03-05 10:20:30 +0100")},
+    };
+    const QByteArray cover = pngImage();
+    {
+        auto tags = MP4Tags::fromFile(path);
+        for (const auto& text : texts)
+            EXPECT_TRUE(((*tags).*text.set)(text.value));
+        EXPECT_TRUE(tags->setCoverArt(cover));
+    }
+    auto tags = MP4Tags::fromFile(path);
+    const QJsonObject probed = probeTags(path);
+    TagLib::MP4::File file(QFile::encodeName(path).constData());
+    ASSERT_TRUE(file.isValid());
+    for (const auto& text : texts) {
+        EXPECT_EQ(((*tags).*text.get)(), text.value);
+        EXPECT_EQ(probed[QLatin1String(text.probeKey)].toString(), text.value);
+        EXPECT_EQ(fromTagLib(file.tag()->item(text.tagLibKey).toStringList().toString()), text.value);
+    }
+    EXPECT_EQ(tags->coverArt(), cover);
+    const auto covers = file.tag()->item("covr").toCoverArtList();
+    ASSERT_EQ(covers.size(), 1u);
+    EXPECT_EQ(covers.front().format(), TagLib::MP4::CoverArt::PNG);
+    EXPECT_EQ(QByteArray(covers.front().data().data(), int(covers.front().data().size())), cover);
+
+    // The audio decodes to the same samples: the chunk offsets moved exactly with the audio.
+    EXPECT_EQ(decodedAudioDigest(path), audio);
+    const qint64 growth = layout == Layout::MoovFirst ? QFileInfo(path).size() - original.size() : 0;
+    EXPECT_EQ(chunkOffsets(readFile(path)), shifted(chunkOffsets(original), growth));
+    EXPECT_TRUE(mLogged.isEmpty()) << mLogged.join(u'\n').toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(FFmpegFiles, MP4TagsRoundTrip,
+                         ::testing::Values(std::pair{Codec::AAC, Layout::MoovLast},
+                                           std::pair{Codec::AAC, Layout::MoovFirst},
+                                           std::pair{Codec::ALAC, Layout::MoovLast},
+                                           std::pair{Codec::ALAC, Layout::MoovFirst}),
+                         [](const auto& info) {
+                             return std::string(info.param.first == Codec::AAC ? "AAC" : "ALAC") +
+                                    (info.param.second == Layout::MoovFirst ? "MoovFirst" : "MoovLast");
+                         });
+
+TEST_F(MP4TagsTest, RewritingShrinksAndGrowsEveryContainerByTheSameAmount)
+{
+    for (const Layout layout : {Layout::MoovLast, Layout::MoovFirst}) {
+        const QString path = copyOf(Codec::AAC, layout);
+        const QByteArray audio = decodedAudioDigest(path);
+        auto tags = MP4Tags::fromFile(path);
+        ASSERT_TRUE(tags->setTitle(QStringLiteral("a title of medium size")));
+        for (const QString& title :
+             {QStringLiteral("short"), QStringLiteral("a much longer title than before"),
+              QStringLiteral("a much longer title than befoRE")}) {
+            const QByteArray before = readFile(path);
+            const int delta = int(title.toUtf8().size()) - int(tags->title()->toUtf8().size());
+            ASSERT_TRUE(tags->setTitle(title));
+            const QByteArray after = readFile(path);
+            EXPECT_EQ(after.size() - before.size(), delta);
+            for (int depth = 1; depth <= Ilst.size(); ++depth)
+                EXPECT_EQ(sizeAt(after, Ilst.mid(0, depth)), sizeAt(before, Ilst.mid(0, depth)) + delta);
+            EXPECT_EQ(sizeAt(after, Ilst + QList<QByteArray>{"\xA9nam"}),
+                      quint32(24 + title.toUtf8().size()));
+            EXPECT_EQ(chunkOffsets(after),
+                      shifted(chunkOffsets(before), layout == Layout::MoovFirst ? delta : 0));
+            EXPECT_EQ(tags->title(), title);
+        }
+        EXPECT_EQ(decodedAudioDigest(path), audio);
+    }
+}
+
+TEST_F(MP4TagsTest, MissingContainersAreMadeAndTheAudioFollows)
+{
+    // An ffmpeg file with its whole 'udta' cut out by hand, audio offsets corrected.
+    QByteArray bytes = readFile(copyOf(Codec::AAC, Layout::MoovFirst));
+    const Span udta = findAtom(bytes, {"moov", "udta"});
+    const Span moov = findAtom(bytes, {"moov"});
+    const Span stco = findAtom(bytes, {"moov", "trak", "mdia", "minf", "stbl", "stco"});
+    ASSERT_GE(udta.offset, 0);
+    ASSERT_GT(udta.offset, stco.offset);
+    bytes.remove(udta.offset, udta.size);
+    bytes.replace(moov.offset, 4, be32(moov.size - udta.size));
+    bytes.replace(stco.offset + 16, 4, be32(chunkOffsets(bytes).front() - udta.size));
+    const QString path = fileWith(bytes);
+    const QByteArray audio = decodedAudioDigest(path);
+    ASSERT_FALSE(audio.isEmpty());
+
+    ASSERT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
+    const QByteArray after = readFile(path);
+    // udta 8 + meta 12 + hdlr 34 + ilst 8, and the 25-byte item.
+    EXPECT_EQ(after.size() - bytes.size(), 62 + 25);
+    EXPECT_EQ(chunkOffsets(after).front(), chunkOffsets(bytes).front() + 87);
+    EXPECT_EQ(after.mid(findAtom(after, {"moov", "udta"}).offset),
+              box("udta",
+                  box("meta", be32(0) + box("hdlr", QByteArray(8, '\0') + "mdirappl" + QByteArray(10, '\0')) +
+                                  box("ilst", box("\xA9nam", box("data", be32(1) + be32(0) + "T")))))
+                  .append(after.mid(findAtom(after, {"free"}).offset)));
+    EXPECT_EQ(probeTags(path)[QStringLiteral("title")].toString(), QStringLiteral("T"));
+    EXPECT_EQ(fromTagLib(TagLib::MP4::File(QFile::encodeName(path).constData()).tag()->title()),
+              QStringLiteral("T"));
+    EXPECT_EQ(decodedAudioDigest(path), audio);
+}
+
+TEST_F(MP4TagsTest, ChunkOffsetTablesMoveOnlyWhenTheAudioFollows)
+{
+    const QByteArray stco = box("stco", be32(0) + be32(3) + be32(1000) + be32(2000) + be32(3000));
+    const QByteArray co64 = box("co64", be32(0) + be32(3) + be64(1000) + be64(2000) + be64(3000));
+    const quint64 growth = 62 + 25;
+    const auto offsetsAfterTitle = [&](const QByteArray& table, bool audioFirst) {
+        const QString path = fileWith(fileWithChunkTable(table, audioFirst));
+        EXPECT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
+        return chunkOffsets(readFile(path));
+    };
+    EXPECT_EQ(offsetsAfterTitle(stco, false), (QList<quint64>{1000 + growth, 2000 + growth, 3000 + growth}));
+    // The 64-bit table keeps its first entry where it was.
+    EXPECT_EQ(offsetsAfterTitle(co64, false), (QList<quint64>{1000, 2000 + growth, 3000 + growth}));
+    EXPECT_EQ(offsetsAfterTitle(co64, true), (QList<quint64>{1000, 2000, 3000}));
+    // Without a table nothing needs to move while the audio comes first.
+    EXPECT_TRUE(offsetsAfterTitle(box("stsz"), true).isEmpty());
+    EXPECT_TRUE(mLogged.isEmpty());
+}
+
+TEST_F(MP4TagsTest, UserDataIsFoundByItsIdentifier)
+{
+    const QByteArray first = QByteArray::fromHex("00112233445566778899AABBCCDDEEFF");
+    const QByteArray second = QByteArray::fromHex("0F1E2D3C4B5A69788796A5B4C3D2E1F0");
+    const QString path = copyOf(Codec::AAC, Layout::MoovFirst);
+    const QByteArray audio = decodedAudioDigest(path);
+    auto tags = MP4Tags::fromFile(path);
+    ASSERT_TRUE(tags->setTitle(QStringLiteral("kept")));
+
+    ASSERT_TRUE(tags->setUserData("archive one", first, MP4Tags::RawDataType));
+    const auto value = tags->readUUIDAtom(first);
+    ASSERT_TRUE(value);
+    EXPECT_EQ(value->kind, MP4TagValue::Kind::Bytes);
+    EXPECT_EQ(value->bytes, QByteArray("archive one"));
+    EXPECT_FALSE(tags->readUUIDAtom(second));
+    const QByteArray bytes = readFile(path);
+    const Span uuid = findAtom(bytes, {"moov", "udta", "uuid"});
+    EXPECT_EQ(bytes.mid(uuid.offset, uuid.size),
+              box("uuid", first + box("data", be32(0) + be32(0) + "archive one")));
+
+    // One user-data atom is kept: another identifier replaces it.
+    ASSERT_TRUE(tags->setUserData("two", second, MP4Tags::RawDataType));
+    EXPECT_FALSE(tags->readUUIDAtom(first));
+    EXPECT_EQ(tags->readUUIDAtom(second)->bytes, QByteArray("two"));
+    EXPECT_EQ(tags->title(), QStringLiteral("kept"));
+    EXPECT_EQ(fromTagLib(TagLib::MP4::File(QFile::encodeName(path).constData()).tag()->title()),
+              QStringLiteral("kept"));
+    EXPECT_EQ(decodedAudioDigest(path), audio);
+}
+
+TEST_F(MP4TagsTest, UnknownIndicatorsAndBrokenContractsGiveNothing)
+{
+    const QString path = copyOf(Codec::AAC, Layout::MoovLast);
+    auto tags = MP4Tags::fromFile(path);
+    ASSERT_TRUE(tags->setData("x", MP4Tags::TitleAtom, 21));
+    EXPECT_FALSE(tags->readAtom(MP4Tags::TitleAtom));
+    EXPECT_FALSE(tags->title());
+    ASSERT_TRUE(tags->setData("not text", MP4Tags::TitleAtom, MP4Tags::RawDataType));
+    EXPECT_EQ(tags->readAtom(MP4Tags::TitleAtom)->bytes, QByteArray("not text"));
+    EXPECT_FALSE(tags->title());
+
+    const QByteArray before = readFile(path);
+    EXPECT_EQ(assertionFrom([&] { tags->setData("x", MP4Tags::UUIDAtom, 0, std::nullopt); }),
+              "Invalid parameter not satisfying: uuid != nil");
+    EXPECT_EQ(assertionFrom([&] { tags->setData("x", MP4Tags::TitleAtom, 1, QByteArray(16, 'u')); }),
+              "Invalid parameter not satisfying: uuid == nil");
+    EXPECT_EQ(readFile(path), before);
+    EXPECT_FALSE(MP4Tags::fromFile(mDir.filePath(QStringLiteral("no/such/folder/tape.m4a"))));
+}
+
+TEST_F(MP4TagsTest, DamagedFilesAreReadAsEmptyAndNeverWritten)
+{
+    const QByteArray real = readFile(copyOf(Codec::AAC, Layout::MoovLast));
+    const qint64 moovStart = findAtom(real, {"moov"}).offset;
+    const QByteArray ftyp = box("ftyp", "M4A ");
+    const QByteArray mvhd = box("mvhd", QByteArray(100, '\0'));
+    const QByteArray hdlr = box("hdlr", QByteArray(25, '\0'));
+    const QByteArray title = box("\xA9nam", box("data", be32(1) + be32(0) + "old"));
+    const auto withIlst = [&](const QByteArray& items) -> QByteArray {
+        return ftyp + box("moov", mvhd + box("udta", box("meta", be32(0) + hdlr + box("ilst", items))));
+    };
+    const QString noMoov = QStringLiteral("MP4Tags : (ERROR) No moov atom found in file!");
+    const QString damaged = QStringLiteral("MP4Tags : (ERROR) Damaged atom chain in file!");
+    const struct
+    {
+        const char* name;
+        QByteArray bytes;
+        QString message;
+    } cases[] = {
+        {"empty", {}, noMoov},
+        {"not-mpeg4", "just some text that is long enough", noMoov},
+        {"zero-size-before-moov", ftyp + be32(0) + "free" + withIlst(title).mid(ftyp.size()), noMoov},
+        {"truncated-in-moov", real.left(moovStart + 200), damaged},
+        {"moov-past-the-end", real.left(moovStart) + be32(0x7FFFFFFF) + real.mid(moovStart + 4), damaged},
+        {"meta-too-short", ftyp + box("moov", mvhd + box("udta", box("meta", "\0\0"))), damaged},
+        {"zero-size-item", withIlst(be32(0) + title.mid(4)), damaged},
+        {"item-past-ilst", withIlst(be32(title.size() + 1) + title.mid(4)), damaged},
+        {"no-chunk-offsets", fileWithChunkTable(box("stsz"), false),
+         QStringLiteral("MP4Tags : (ERROR) Could not find stco or co64")},
+    };
+    for (const auto& bad : cases) {
+        SCOPED_TRACE(bad.name);
+        mLogged.clear();
+        const QString path = fileWith(bad.bytes);
+        auto tags = MP4Tags::fromFile(path);
+        EXPECT_FALSE(tags->title());
+        EXPECT_FALSE(tags->coverArt());
+        EXPECT_FALSE(tags->readUUIDAtom(QByteArray(16, 'u')));
+        EXPECT_FALSE(tags->setTitle(QStringLiteral("new")));
+        EXPECT_EQ(readFile(path), bad.bytes);
+        EXPECT_EQ(mLogged, QStringList{bad.message});
+    }
+}
+
+TEST_F(MP4TagsTest, DamagedItemIsReplacedWhole)
+{
+    const QByteArray title = box("\xA9nam", box("data", be32(1) + be32(0) + "old"));
+    const QByteArray hdlr = box("hdlr", QByteArray(25, '\0'));
+    const QString path = fileWith(
+        box("ftyp", "M4A ") +
+        box("moov", box("udta", box("meta", be32(0) + hdlr +
+                                                box("ilst", title.left(8) + be32(100) + title.mid(12))))));
+    auto tags = MP4Tags::fromFile(path);
+    EXPECT_FALSE(tags->title());
+    ASSERT_TRUE(tags->setTitle(QStringLiteral("new")));
+    EXPECT_EQ(tags->title(), QStringLiteral("new"));
+    EXPECT_TRUE(mLogged.isEmpty());
+}
+
+TEST_F(MP4TagsTest, FilesCutAnywhereAreLeftAloneOrWrittenWhole)
+{
+    for (const Layout layout : {Layout::MoovLast, Layout::MoovFirst}) {
+        const QByteArray whole = readFile(copyOf(Codec::AAC, layout));
+        const Span moov = findAtom(whole, {"moov"});
+        // Every few bytes through the atoms, coarsely through the audio.
+        for (qsizetype cut = 0; cut < whole.size();
+             cut += cut >= moov.offset - 16 && cut <= moov.offset + moov.size + 16 ? 3 : 499) {
+            const QString path = fileWith(whole.left(cut));
+            auto tags = MP4Tags::fromFile(path);
+            tags->title();
+            tags->readUUIDAtom(QByteArray(16, 'u'));
+            if (tags->setTitle(QStringLiteral("cut")))
+                EXPECT_EQ(tags->title(), QStringLiteral("cut")) << "cut at " << cut;
+            else
+                EXPECT_EQ(readFile(path), whole.left(cut)) << "cut at " << cut;
+        }
+    }
+}

@@ -1,0 +1,71 @@
+#include "tapes/CassetteValues.h"
+
+#include "foundation/Assertion.h"
+#include "tapes/CassetteSlogan.h"
+
+#include <QSet>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+
+TEST(CassetteSloganTest, ProcessShowsOneOfTheSixteenSlogansThroughout)
+{
+    QSet<QString> all;
+    for (int i = 0; i < CassetteSlogan::count; ++i)
+        all.insert(CassetteSlogan::sloganAtIndex(i));
+    EXPECT_EQ(all.size(), 16);
+    EXPECT_TRUE(all.contains(QStringLiteral("DON'T FORGET A POP SCREEN")));
+    EXPECT_EQ(CassetteSlogan::sloganAtIndex(0), QStringLiteral("ADVANCED MPEG-4 TECHNOLOGY"));
+
+    const QString slogan = CassetteSlogan::processSlogan();
+    EXPECT_TRUE(all.contains(slogan));
+    EXPECT_EQ(CassetteSlogan::processSlogan(), slogan);
+    EXPECT_EQ(CassetteSlogan::sloganAtIndex(CassetteSlogan::processIndex()), slogan);
+    EXPECT_EQ(CassetteValues().doorSlogan, slogan);
+
+    EXPECT_THROW(CassetteSlogan::sloganAtIndex(16), InternalInconsistency);
+    EXPECT_THROW(CassetteSlogan::sloganAtIndex(-1), InternalInconsistency);
+}
+
+TEST(CassetteValuesTest, StillPictureIgnoresOnlyTheHubAngles)
+{
+    CassetteValues values;
+    CassetteValues turned = values;
+    turned.spoolRotation = 2.0;
+    turned.rightRotationMultiplier = 0.5;
+    EXPECT_TRUE(values.hasSameStillPicture(turned));
+    EXPECT_FALSE(values == turned);
+
+    CassetteValues relabelled = turned;
+    relabelled.notes = QStringLiteral("x");
+    EXPECT_FALSE(values.hasSameStillPicture(relabelled));
+    CassetteValues rewound = values;
+    rewound.leftPackDiameter = 100.0;
+    EXPECT_FALSE(values.hasSameStillPicture(rewound));
+}
+
+TEST(CassetteValuesTest, PacksKeepTheTapeAreaAsThePlayPositionMoves)
+{
+    const auto [startLeft, startRight] = CassetteValues::packDiametersForProgress(0.0);
+    EXPECT_DOUBLE_EQ(startLeft, 175.0);
+    EXPECT_DOUBLE_EQ(startRight, 36.0);
+    const auto [endLeft, endRight] = CassetteValues::packDiametersForProgress(1.0);
+    EXPECT_DOUBLE_EQ(endLeft, 36.0);
+    EXPECT_DOUBLE_EQ(endRight, 175.0);
+    // Out-of-range positions are held at the ends.
+    EXPECT_EQ(CassetteValues::packDiametersForProgress(-0.5), CassetteValues::packDiametersForProgress(0.0));
+    EXPECT_EQ(CassetteValues::packDiametersForProgress(7.0), CassetteValues::packDiametersForProgress(1.0));
+
+    const double area = startLeft * startLeft + startRight * startRight;
+    double previousLeft = startLeft;
+    for (double progress = 0.1; progress <= 1.0; progress += 0.1) {
+        const auto [left, right] = CassetteValues::packDiametersForProgress(progress);
+        EXPECT_NEAR(left * left + right * right, area, 1e-9);
+        EXPECT_LT(left, previousLeft);
+        previousLeft = left;
+    }
+    // The still drawing's packs lie near the start of the tape.
+    const auto [left, right] = CassetteValues::packDiametersForProgress(0.225);
+    EXPECT_NEAR(left, 155.0, 1.0);
+    EXPECT_NEAR(right, 89.0, 1.0);
+}
