@@ -15,5 +15,6 @@ CommandLine::Command devicesCommand();
 CommandLine::Command playCommand();
 CommandLine::Command meterCommand();
 CommandLine::Command recordRawCommand();
+CommandLine::Command exportMovieCommand();
 
 } // namespace spindrel
