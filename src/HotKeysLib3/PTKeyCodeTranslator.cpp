@@ -132,38 +132,42 @@ int32_t PTKeyCodeTranslator::keyCodeForXkbKeycode(uint32_t xkbKeycode) const
     return entry ? entry->keyCode : -1;
 }
 
-QString PTKeyCodeTranslator::translateKeyCode(int32_t keyCode) const
+uint32_t PTKeyCodeTranslator::keysymForKeyCode(int32_t keyCode) const
 {
     const uint32_t xkbKeycode = xkbKeycodeForKeyCode(keyCode);
     if (!xkbKeycode)
-        return {};
+        return XKB_KEY_NoSymbol;
     xkb_state* state = xkb_state_new(mKeymap);
     if (!state)
-        return {};
+        return XKB_KEY_NoSymbol;
     xkb_state_update_mask(state, 0, 0, 0, 0, 0, mLayout);
-    QString text = utf8ForKeysym(xkb_state_key_get_one_sym(state, xkbKeycode));
-    if (text.isEmpty()) {
-        // Keypad keys type their digit only with Num Lock on.
+    xkb_keysym_t keysym = xkb_state_key_get_one_sym(state, xkbKeycode);
+    if (utf8ForKeysym(keysym).isEmpty()) {
+        // Keypad keys type their character only with Num Lock on.
         const xkb_mod_index_t numLock = xkb_keymap_mod_get_index(mKeymap, XKB_MOD_NAME_NUM);
         if (numLock != XKB_MOD_INVALID) {
             xkb_state_update_mask(state, 0, 0, 1u << numLock, 0, 0, mLayout);
-            text = utf8ForKeysym(xkb_state_key_get_one_sym(state, xkbKeycode));
+            const xkb_keysym_t withNumLock = xkb_state_key_get_one_sym(state, xkbKeycode);
+            if (!utf8ForKeysym(withNumLock).isEmpty())
+                keysym = withNumLock;
         }
     }
     xkb_state_unref(state);
-    return text;
+    return keysym;
+}
+
+QString PTKeyCodeTranslator::translateKeyCode(int32_t keyCode) const
+{
+    return utf8ForKeysym(keysymForKeyCode(keyCode));
 }
 
 QString PTKeyCodeTranslator::keysymNameForKeyCode(int32_t keyCode) const
 {
-    const uint32_t xkbKeycode = xkbKeycodeForKeyCode(keyCode);
-    if (!xkbKeycode)
-        return {};
-    const xkb_keysym_t* syms = nullptr;
-    if (xkb_keymap_key_get_syms_by_level(mKeymap, xkbKeycode, mLayout, 0, &syms) < 1)
+    const xkb_keysym_t keysym = keysymForKeyCode(keyCode);
+    if (keysym == XKB_KEY_NoSymbol)
         return {};
     char name[64] = {};
-    if (xkb_keysym_get_name(syms[0], name, sizeof name) <= 0)
+    if (xkb_keysym_get_name(keysym, name, sizeof name) <= 0)
         return {};
     return QString::fromUtf8(name);
 }

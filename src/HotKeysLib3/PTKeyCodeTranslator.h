@@ -30,7 +30,7 @@ public:
 
     /// The character the key types without modifiers (with Num Lock on for keypad keys), or empty.
     QString translateKeyCode(int32_t keyCode) const;
-    /// The key's keysym name without modifiers ("7", "F5", "KP_7"), or empty.
+    /// The key's keysym name, chosen as for the character ("7", "F5", "KP_7"), or empty.
     QString keysymNameForKeyCode(int32_t keyCode) const;
     /// XKB (X11) key code of a stored key code in this keymap, 0 when the keymap has no such key.
     uint32_t xkbKeycodeForKeyCode(int32_t keyCode) const;
@@ -40,6 +40,7 @@ public:
     QString layoutName() const;
 
 private:
+    uint32_t keysymForKeyCode(int32_t keyCode) const;
     PTKeyCodeTranslator(xkb_context* context, xkb_keymap* keymap, uint32_t layout);
 
     xkb_context* mContext;

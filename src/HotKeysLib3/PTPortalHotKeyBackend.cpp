@@ -47,6 +47,8 @@ PTPortalHotKeyBackend::PTPortalHotKeyBackend(const QDBusConnection& bus) : mBus(
 {
     qDBusRegisterMetaType<PTPortalShortcut>();
     qDBusRegisterMetaType<PTPortalShortcutList>();
+    // QtDBus finds slot argument types by name, and this one is only known by name once registered.
+    qRegisterMetaType<QDBusObjectPath>();
     if (!mBus.isConnected()) {
         mAvailability = Availability::Unavailable;
         return;
