@@ -140,7 +140,8 @@ QString PTHotKeyCenter::availabilityText() const
 
 void PTHotKeyCenter::hotKeyDown(PTHotKey& hotKey)
 {
-    hotKey.invoke();
+    if (!mInvocationsSuspended)
+        hotKey.invoke();
     Q_EMIT hotKeyPressed(hotKey.identifier());
 }
 

@@ -40,6 +40,11 @@ public:
     Availability availability() const { return mBackend->availability(); }
     /// Empty while hot keys work; else the sentence the preferences show.
     QString availabilityText() const;
+
+    /// While suspended, presses are still announced (hotKeyPressed) but no action is invoked: the
+    /// combo panel uses this so that typing an existing hot key records it instead of firing it.
+    void setInvocationsSuspended(bool suspended) { mInvocationsSuspended = suspended; }
+    bool invocationsSuspended() const { return mInvocationsSuspended; }
     QString backendName() const { return mBackend->name(); }
 
 Q_SIGNALS:
@@ -55,6 +60,7 @@ private:
     std::map<uint32_t, std::shared_ptr<PTHotKey>> mHotKeys;
     uint32_t mHotKeyCount = 0;
     bool mEventHandlerInstalled = false;
+    bool mInvocationsSuspended = false;
 };
 
 } // namespace spindrel

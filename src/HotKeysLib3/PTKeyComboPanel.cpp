@@ -55,6 +55,7 @@ PTKeyComboPanel::PTKeyComboPanel(QWidget* parent)
     connect(okButton, &QPushButton::clicked, this, &PTKeyComboPanel::ok);
     connect(mKeyBroadcaster, &PTKeyBroadcaster::keyEvent, this, &PTKeyComboPanel::noteKeyBroadcast);
     connect(this, &QDialog::finished, this, [this](int result) {
+        releaseHotKeys();
         if (auto didEnd = std::exchange(mSheetDidEnd, nullptr))
             didEnd(result);
     });
@@ -68,12 +69,18 @@ PTKeyComboPanel::PTKeyComboPanel(QWidget* parent)
     refreshContents();
 }
 
+PTKeyComboPanel::~PTKeyComboPanel()
+{
+    releaseHotKeys();
+}
+
 int PTKeyComboPanel::runModalForHotKey(const std::shared_ptr<PTHotKey>& hotKey, PTHotKeyCenter& center)
 {
     setKeyBindingName(hotKey->name());
     setKeyCombo(hotKey->keyCombo());
     setWindowModality(Qt::ApplicationModal);
     mKeyBroadcaster->setFocus();
+    holdHotKeys(center);
     const int result = exec();
     if (result == QDialog::Accepted) {
         hotKey->setKeyCombo(mKeyCombo);
@@ -82,14 +89,36 @@ int PTKeyComboPanel::runModalForHotKey(const std::shared_ptr<PTHotKey>& hotKey, 
     return result;
 }
 
-void PTKeyComboPanel::runSheeetForModalWindow(QWidget* window, std::function<void(int returnCode)> didEnd)
+void PTKeyComboPanel::runSheeetForModalWindow(QWidget* window, std::function<void(int returnCode)> didEnd,
+                                              PTHotKeyCenter& center)
 {
     mSheetDidEnd = std::move(didEnd);
     if (window && parentWidget() != window)
         setParent(window, windowFlags() | Qt::Sheet);
     setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    holdHotKeys(center);
     open();
     mKeyBroadcaster->setFocus();
+}
+
+void PTKeyComboPanel::holdHotKeys(PTHotKeyCenter& center)
+{
+    releaseHotKeys();
+    mHeldCenter = &center;
+    center.setInvocationsSuspended(true);
+    mHeldConnection =
+        connect(&center, &PTHotKeyCenter::hotKeyPressed, this, [this](const QString& identifier) {
+            if (const auto hotKey = mHeldCenter ? mHeldCenter->hotKeyWithIdentifier(identifier) : nullptr)
+                setKeyCombo(hotKey->keyCombo());
+        });
+}
+
+void PTKeyComboPanel::releaseHotKeys()
+{
+    disconnect(mHeldConnection);
+    if (mHeldCenter)
+        mHeldCenter->setInvocationsSuspended(false);
+    mHeldCenter = nullptr;
 }
 
 void PTKeyComboPanel::setKeyCombo(const PTKeyCombo& keyCombo)

@@ -4,6 +4,7 @@
 #include "HotKeysLib3/PTKeyCombo.h"
 
 #include <QDialog>
+#include <QPointer>
 #include <functional>
 #include <memory>
 
@@ -22,13 +23,15 @@ public:
     static PTKeyComboPanel& sharedPanel();
 
     explicit PTKeyComboPanel(QWidget* parent = nullptr);
+    ~PTKeyComboPanel() override;
 
     /// Runs modally for the hot key; on OK gives it the new combination and registers it with it.
     int runModalForHotKey(const std::shared_ptr<PTHotKey>& hotKey,
                           PTHotKeyCenter& center = PTHotKeyCenter::sharedCenter());
     /// Opens as a sheet over the window and returns at once; didEnd gets QDialog::Accepted or
     /// QDialog::Rejected when the sheet ends (the keyCombo() then holds the result).
-    void runSheeetForModalWindow(QWidget* window, std::function<void(int returnCode)> didEnd);
+    void runSheeetForModalWindow(QWidget* window, std::function<void(int returnCode)> didEnd,
+                                 PTHotKeyCenter& center = PTHotKeyCenter::sharedCenter());
 
     void setKeyCombo(const PTKeyCombo& keyCombo);
     PTKeyCombo keyCombo() const { return mKeyCombo; }
@@ -45,6 +48,9 @@ public Q_SLOTS:
 
 private:
     void noteKeyBroadcast(const QVariantMap& userInfo);
+    // Registered hot keys would fire instead of reaching the field: hold them while the panel is open.
+    void holdHotKeys(PTHotKeyCenter& center);
+    void releaseHotKeys();
     void refreshContents();
 
     QLabel* mTitleField;
@@ -53,6 +59,8 @@ private:
     PTKeyCombo mKeyCombo;
     QString mKeyName;
     std::function<void(int)> mSheetDidEnd;
+    QPointer<PTHotKeyCenter> mHeldCenter;
+    QMetaObject::Connection mHeldConnection;
 };
 
 } // namespace spindrel

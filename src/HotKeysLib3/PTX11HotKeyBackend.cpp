@@ -201,7 +201,9 @@ void PTX11HotKeyBackend::unregisterHotKey(const PTHotKeyID& hotKeyID)
         if (it->hotKeyID == hotKeyID.id) {
             ungrab(*it);
             mGrabs.erase(it);
-            xcb_flush(mConnection);
+            // Wait until the server has done it: another program may grab the key right after.
+            free(xcb_get_input_focus_reply(mConnection, xcb_get_input_focus(mConnection), nullptr));
+            scheduleProcessEvents();
             return;
         }
     }

@@ -119,19 +119,33 @@ TEST(PTKeyComboPanelTest, RunningModallyGivesTheHotKeyItsNewCombinationAndRegist
     if (!other.isConnected())
         GTEST_SKIP() << "no X display";
     PTHotKeyCenter center(PTX11HotKeyBackend::connect());
+    QObject target;
+    QStringList calls;
     auto record = std::make_shared<PTHotKey>(QStringLiteral("Record"), PTKeyCombo(26, 768));
+    record->setTarget(&target);
+    record->setAction([&](PTHotKey& sender) { calls << sender.identifier(); });
     ASSERT_TRUE(center.registerHotKey(record));
 
     PTKeyComboPanel panel;
+    QSignalSpy pressed(&center, &PTHotKeyCenter::hotKeyPressed);
     QTimer::singleShot(0, &panel, [&] {
+        QTest::keyClick(panel.keyBroadcaster(), Qt::Key_B, Qt::ControlModifier);
+        // The grabbed combination reaches the panel through the center and does not record.
+        other.type({keyControl, keyShift, 0x37});
+        EXPECT_TRUE(pressed.wait(3000));
+        EXPECT_EQ(panel.keyCombo(), PTKeyCombo(26, 768));
         QTest::keyClick(panel.keyBroadcaster(), Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier);
         panel.ok();
     });
     EXPECT_EQ(panel.runModalForHotKey(record, center), int(QDialog::Accepted));
+    EXPECT_TRUE(calls.isEmpty());
+    EXPECT_FALSE(center.invocationsSuspended());
     EXPECT_EQ(record->keyCombo(), PTKeyCombo(0, 768));
-    EXPECT_NE(record->hotKeyID(), 0u);
     EXPECT_TRUE(other.canGrab(0x37, 5)) << "the old combination is free again";
     EXPECT_FALSE(other.canGrab(keyA, 5));
+    other.type({keyControl, keyShift, keyA});
+    ASSERT_TRUE(pressed.wait(3000));
+    EXPECT_EQ(calls, QStringList{QStringLiteral("Record")});
 
     // Cancel leaves the hot key alone.
     QTimer::singleShot(0, &panel, [&] {
