@@ -11,8 +11,9 @@ namespace spindrel {
 CommandLine::CommandLine()
 {
     mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
-                 renderCassetteCommand(), libraryCommand(), importCommand()};
-    mCommands.push_back(exportMovieCommand());
+                 renderCassetteCommand(), libraryCommand(), importCommand(),
+                 devicesCommand(),        playCommand(),    meterCommand(),
+                 recordRawCommand(),      exportMovieCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const
