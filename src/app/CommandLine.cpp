@@ -12,6 +12,7 @@ CommandLine::CommandLine()
 {
     mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
                  renderCassetteCommand(), libraryCommand(), importCommand()};
+    mCommands.push_back(recordCommand());
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

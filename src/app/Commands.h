@@ -11,5 +11,6 @@ CommandLine::Command tapeCommand();
 CommandLine::Command renderCassetteCommand();
 CommandLine::Command libraryCommand();
 CommandLine::Command importCommand();
+CommandLine::Command recordCommand();
 
 } // namespace spindrel
