@@ -1,6 +1,7 @@
 #include "tapes/Tape.h"
 
 #include "MP4Tags/MP4Tags.h"
+#include "MP4Tags/PositionedIO.h"
 #include "foundation/Log.h"
 #include "tapes/DateParser.h"
 #include "tapes/TapeCassette.h"
@@ -29,7 +30,10 @@ Tape::~Tape()
 
 void Tape::loadAttributes()
 {
-    if (auto tags = MP4Tags::fromFile(mFilename)) {
+    // Opening tags would create a missing file; a tape never does.
+    auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
+    if (tags) {
+        const ReadAheadScope readAhead(tags->fileHandle());
         if (auto title = tags->title())
             mTitle = *title;
         if (auto lyrics = tags->lyrics())
