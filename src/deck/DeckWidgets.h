@@ -114,6 +114,7 @@ class TapeView : public QWidget
 public:
     explicit TapeView(QWidget* parent = nullptr);
     void setTape(const TapePtr& tape);
+    TapePtr tape() const { return mTape; }
     void startRotationAnimation(bool start);
     bool isRotating() const { return mSpinTimer != nullptr; }
     void setRotationSpeed(double speed) { mRotationSpeed = speed; }
