@@ -51,13 +51,16 @@ void WindowController::startRecordingAudio()
         mPreferences.boolForKey(K::SPLockRecordingSampleRate), &error);
     if (mAudioFileRecorder) {
         mAudioFileRecorder->setDelegate(this);
-        connect(mAudioFileRecorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail, this,
-                [this](VORLExtendedAudioFileRecorder*, const QString& message) {
-                    recordingFailed(
-                        tr("The recording stopped: %1. What was recorded so far is kept.").arg(message));
-                });
-        if (!mAudioFileRecorder->startRecording())
+        if (mAudioFileRecorder->startRecording()) {
+            // A device that goes away later ends the recording; the recorder keeps what it has.
+            connect(mAudioFileRecorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail, this,
+                    [this](VORLExtendedAudioFileRecorder*, const QString& message) {
+                        recordingFailed(
+                            tr("The recording stopped: %1. What was recorded so far is kept.").arg(message));
+                    });
+        } else {
             error = mAudioFileRecorder->errorString();
+        }
     }
     if (!mAudioFileRecorder || !mAudioFileRecorder->isFileRecording()) {
         const QString problem = device.inputProblem();
