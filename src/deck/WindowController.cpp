@@ -316,6 +316,8 @@ void WindowController::windowWillClose()
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
     disconnect(&mPreferences, nullptr, this, nullptr);
+    // Files are rewritten below; nothing may be reading them then.
+    destroyTapePlayer();
     for (const TapePtr& tape : mTapeArrayController->content())
         tape->commitAttributes();
     if (mAudioFileRecorder)

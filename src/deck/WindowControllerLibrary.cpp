@@ -7,6 +7,7 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAction>
+#include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileDialog>
@@ -15,6 +16,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPropertyAnimation>
+#include <QStandardPaths>
 
 namespace spindrel {
 
@@ -137,6 +139,9 @@ void WindowController::moveTapeToTrash(QObject* sender)
     if (!tape)
         return;
     playSoundEffect(8);
+    // Without the user's data folder Qt looks for a trash beside the file and may make one in
+    // the working folder; the home trash must be there to be found.
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
     mTapeArrayController->moveTapeToTrash(tape);
 }
 

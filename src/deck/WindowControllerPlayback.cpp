@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <limits>
 
 namespace spindrel {
 
@@ -63,8 +64,9 @@ void WindowController::fastForwardTape()
 
 void WindowController::previousTape()
 {
-    // Unsigned, as the not-found index plus one must never count as inside the list.
-    const auto index = quint64(qint64(mTapeArrayController->selectionIndex()));
+    // Nothing selected is the largest index there is: one past it is never inside the list.
+    const int selected = mTapeArrayController->selectionIndex();
+    const auto index = selected < 0 ? quint64(std::numeric_limits<qint64>::max()) : quint64(selected);
     if (index + 1 >= quint64(mTapeArrayController->arrangedObjects().size())) {
         QApplication::beep();
         return;

@@ -45,13 +45,15 @@ void DeckTest::closeDeck()
     mDeck->window()->close();
 }
 
-QString DeckTest::addTape(const QString& title, const QDateTime& date, double seconds, const QString& quality)
+QString DeckTest::addTape(const QString& title, const QDateTime& date, double seconds, const QString& notes)
 {
     const QString path = mLibraryPath + QLatin1Char('/') + title + QStringLiteral(".m4a");
-    EXPECT_TRUE(makeTapeFile(path, {quality, true, seconds}));
+    EXPECT_TRUE(makeTapeFile(path, {QStringLiteral("LQ"), true, seconds}));
     Tape tape(path);
     tape.setTitle(title);
     tape.setDate(date);
+    if (!notes.isNull())
+        tape.setNotes(notes);
     tape.commitAttributes();
     return tape.filename();
 }

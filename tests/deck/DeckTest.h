@@ -27,7 +27,7 @@ protected:
 
     /// A tape file in the library with this title and date, `seconds` long.
     QString addTape(const QString& title, const QDateTime& date, double seconds = 2.0,
-                    const QString& quality = QStringLiteral("LQ"));
+                    const QString& notes = QString());
 
     /// Plays a 440 Hz tone of `seconds` into the recording input.
     void feedTone(double seconds);
