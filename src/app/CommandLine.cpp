@@ -11,8 +11,9 @@ namespace spindrel {
 CommandLine::CommandLine()
 {
     mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
-                 renderCassetteCommand(), libraryCommand(), importCommand()};
-    mCommands.push_back(recordCommand());
+                 renderCassetteCommand(), libraryCommand(), importCommand(),
+                 devicesCommand(),        playCommand(),    meterCommand(),
+                 recordRawCommand(),       recordCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

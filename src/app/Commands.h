@@ -11,6 +11,10 @@ CommandLine::Command tapeCommand();
 CommandLine::Command renderCassetteCommand();
 CommandLine::Command libraryCommand();
 CommandLine::Command importCommand();
+CommandLine::Command devicesCommand();
+CommandLine::Command playCommand();
+CommandLine::Command meterCommand();
+CommandLine::Command recordRawCommand();
 CommandLine::Command recordCommand();
 
 } // namespace spindrel

@@ -40,7 +40,7 @@ void Tape::loadAttributes()
             mNotes = *lyrics;
         if (auto releaseDate = tags->releaseDate()) {
             if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
-                mDate = *date;
+                storeDate(*date);
         }
         if (auto letter = readTapeLetter(*tags))
             mTapeLetter = *letter;
@@ -147,9 +147,15 @@ void Tape::setNotes(const QString& notes)
     Q_EMIT notesChanged();
 }
 
-void Tape::setDate(const QDateTime& date)
+void Tape::storeDate(const QDateTime& date)
 {
     mDate = date;
+    mDateSortKey = date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+}
+
+void Tape::setDate(const QDateTime& date)
+{
+    storeDate(date);
     markDirty(mDateDirty);
     Q_EMIT dateChanged();
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QAbstractButton>
+
+namespace spindrel {
+
+/// A handle on the deck's side that opens and closes the tape drawer; its arrow points the way
+/// the drawer will move.
+class DrawerButton : public QAbstractButton
+{
+    Q_OBJECT
+
+public:
+    enum Side { Left, Right };
+
+    explicit DrawerButton(Side side, QWidget* parent = nullptr);
+
+    bool isDisclosed() const { return mDisclosed; }
+    void setDisclosed(bool disclosed);
+
+    QSize sizeHint() const override { return {14, 48}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Side mSide;
+    bool mDisclosed = false;
+};
+
+} // namespace spindrel

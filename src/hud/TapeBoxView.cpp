@@ -1,0 +1,173 @@
+#include "hud/TapeBoxView.h"
+
+#include "hud/TapeBoxItemDelegate.h"
+#include "tapes/FilteringArrayController.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QMenu>
+#include <QScrollBar>
+
+namespace spindrel {
+
+TapeBoxView::TapeBoxView(QWidget* parent) : QTableView(parent)
+{
+    qRegisterMetaType<TapePtr>();
+    setItemDelegate(new TapeBoxItemDelegate(this));
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setShowGrid(false);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setMouseTracking(true);
+    horizontalHeader()->hide();
+    horizontalHeader()->setStretchLastSection(true);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(rowHeight);
+    // Tapes drag out as files and audio files drop in; the model decides what it accepts.
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    setDropIndicatorShown(false);
+    setDragDropMode(QAbstractItemView::DragDrop);
+    setDefaultDropAction(Qt::CopyAction);
+    setStyleSheet(QStringLiteral(
+        "QTableView { background: #17181b; border: none; }"
+        "QScrollBar:vertical { background: #17181b; width: 8px; margin: 2px; }"
+        "QScrollBar::handle:vertical { background: #4a4c52; border-radius: 2px; min-height: 24px; }"
+        "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+        "QScrollBar::add-page, QScrollBar::sub-page { background: none; }"));
+}
+
+void TapeBoxView::setLibrary(FilteringArrayController* library)
+{
+    for (const QMetaObject::Connection& connection : mLibraryConnections)
+        disconnect(connection);
+    mLibraryConnections.clear();
+    mLibrary = library;
+    setModel(library);
+    if (!library)
+        return;
+    hideAllButTitle();
+    // After the rows change the library may settle its selection without a signal: look again
+    // once it is done.
+    const auto later = Qt::QueuedConnection;
+    mLibraryConnections = {
+        connect(library, &FilteringArrayController::selectionChanged, this,
+                &TapeBoxView::librarySelectionChanged),
+        connect(library, &QAbstractItemModel::modelReset, this, &TapeBoxView::librarySelectionChanged, later),
+        connect(library, &QAbstractItemModel::layoutChanged, this, &TapeBoxView::librarySelectionChanged,
+                later),
+        connect(library, &QAbstractItemModel::rowsInserted, this, &TapeBoxView::librarySelectionChanged,
+                later),
+        connect(library, &QAbstractItemModel::rowsRemoved, this, &TapeBoxView::librarySelectionChanged,
+                later),
+        connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+                &TapeBoxView::tableSelectionChanged),
+    };
+    librarySelectionChanged();
+}
+
+void TapeBoxView::hideAllButTitle()
+{
+    // One column: the delegate draws the letter, title, date, length and quality of each row.
+    for (int column = 0; column < FilteringArrayController::ColumnCount; ++column)
+        setColumnHidden(column, column != FilteringArrayController::TitleColumn);
+}
+
+void TapeBoxView::setRecording(bool recording)
+{
+    mRecording = recording;
+    setSelectionMode(recording ? QAbstractItemView::NoSelection : QAbstractItemView::SingleSelection);
+    viewport()->update();
+}
+
+void TapeBoxView::selectRow(int row)
+{
+    if (!mLibrary || row < 0 || row >= mLibrary->rowCount())
+        return;
+    mLibrary->setSelectionIndex(row);
+    scrollTo(mLibrary->index(row, FilteringArrayController::TitleColumn));
+}
+
+void TapeBoxView::tableSelectionChanged()
+{
+    if (mSyncingSelection || !mLibrary)
+        return;
+    const QModelIndexList rows = selectionModel()->selectedRows(FilteringArrayController::TitleColumn);
+    mSyncingSelection = true;
+    if (rows.isEmpty())
+        mLibrary->setSelectedObjects({});
+    else
+        mLibrary->setSelectionIndex(rows.first().row());
+    mSyncingSelection = false;
+}
+
+void TapeBoxView::librarySelectionChanged()
+{
+    if (mSyncingSelection || !mLibrary || !selectionModel())
+        return;
+    mSyncingSelection = true;
+    const int row = mLibrary->selectionIndex();
+    if (row < 0) {
+        selectionModel()->clearSelection();
+    } else {
+        const QModelIndex index = mLibrary->index(row, FilteringArrayController::TitleColumn);
+        selectionModel()->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    }
+    mSyncingSelection = false;
+    viewport()->update();
+}
+
+TapePtr TapeBoxView::tapeAt(const QPoint& viewportPoint) const
+{
+    if (!mLibrary)
+        return nullptr;
+    const QModelIndex index = indexAt(viewportPoint);
+    return index.isValid() ? mLibrary->tapeAtRow(index.row()) : nullptr;
+}
+
+QString TapeBoxView::menuText(MenuAction action)
+{
+    switch (action) {
+    case RevealLibraryInFinder:
+        return tr("Reveal Library in Finder");
+    case RevealTapeInFinder:
+        return tr("Reveal Tape in Finder");
+    case MoveTapeToTrash:
+        return tr("Move Tape to Trash");
+    case EmailTape:
+        return tr("Email Tape…");
+    case CopyTapeToITunes:
+        return tr("Copy Tape to iTunes");
+    case SendToYouTube:
+        return tr("Send to YouTube…");
+    }
+    return {};
+}
+
+std::unique_ptr<QMenu> TapeBoxView::contextMenuForTape(const TapePtr& tape)
+{
+    auto menu = std::make_unique<QMenu>(this);
+    const QList<MenuAction> actions = tape ? QList<MenuAction>{RevealTapeInFinder, MoveTapeToTrash, EmailTape,
+                                                               CopyTapeToITunes, SendToYouTube}
+                                           : QList<MenuAction>{RevealLibraryInFinder};
+    for (const MenuAction action : actions) {
+        QAction* item = menu->addAction(menuText(action));
+        item->setData(QVariant::fromValue(tape));
+        connect(item, &QAction::triggered, this,
+                [this, action, tape] { Q_EMIT menuActionTriggered(action, tape); });
+    }
+    return menu;
+}
+
+void TapeBoxView::contextMenuEvent(QContextMenuEvent* event)
+{
+    const QPoint point = viewport()->mapFrom(this, event->pos());
+    std::unique_ptr<QMenu> menu = contextMenuForTape(tapeAt(point));
+    menu->exec(event->globalPos());
+}
+
+} // namespace spindrel

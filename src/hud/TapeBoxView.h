@@ -1,0 +1,76 @@
+#pragma once
+
+#include "tapes/Tape.h"
+
+#include <QMetaType>
+#include <QTableView>
+#include <memory>
+
+class QMenu;
+
+Q_DECLARE_METATYPE(spindrel::TapePtr)
+
+namespace spindrel {
+
+class FilteringArrayController;
+
+/// The tape box: the library's tapes, newest first, one row per tape drawn like the spine of a
+/// cassette case. Keeps its selection in step with the library controller's and offers a
+/// context menu for the clicked tape; the deck carries out the menu's actions.
+class TapeBoxView : public QTableView
+{
+    Q_OBJECT
+
+public:
+    enum MenuAction {
+        RevealLibraryInFinder,
+        RevealTapeInFinder,
+        MoveTapeToTrash,
+        EmailTape,
+        CopyTapeToITunes,
+        SendToYouTube,
+    };
+    Q_ENUM(MenuAction)
+
+    static constexpr int rowHeight = 38;
+
+    explicit TapeBoxView(QWidget* parent = nullptr);
+
+    FilteringArrayController* library() const { return mLibrary; }
+    /// Shows the library's arranged tapes; the library's selection and the table's follow each other.
+    void setLibrary(FilteringArrayController* library);
+
+    /// While a recording runs the tape being recorded is marked and clicks do not change the
+    /// selection.
+    bool isRecording() const { return mRecording; }
+    void setRecording(bool recording);
+
+    /// The menu's text for an action ("Reveal Tape in Finder", ...).
+    static QString menuText(MenuAction action);
+    /// The context menu for a click on `tape`, or on no tape when it is null. Choosing an item
+    /// emits menuActionTriggered with that tape.
+    std::unique_ptr<QMenu> contextMenuForTape(const TapePtr& tape);
+    /// The tape in the row under a point of the viewport, or null.
+    TapePtr tapeAt(const QPoint& viewportPoint) const;
+
+    /// Selects a row and scrolls it into view (the library's selection follows).
+    void selectRow(int row);
+
+Q_SIGNALS:
+    void menuActionTriggered(spindrel::TapeBoxView::MenuAction action, const spindrel::TapePtr& tape);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+private:
+    void tableSelectionChanged();
+    void librarySelectionChanged();
+    void hideAllButTitle();
+
+    FilteringArrayController* mLibrary = nullptr;
+    QList<QMetaObject::Connection> mLibraryConnections;
+    bool mSyncingSelection = false;
+    bool mRecording = false;
+};
+
+} // namespace spindrel

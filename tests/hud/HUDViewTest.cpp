@@ -1,0 +1,207 @@
+#include "hud/HUDView.h"
+
+#include "hud/LevelView.h"
+#include "hud/PositionView.h"
+#include "hud/QualityView.h"
+#include "hud/StereoView.h"
+#include "hud/TimeView.h"
+#include "hud/VolumeView.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+
+namespace {
+
+class HUDViewTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        hud.resize(hud.sizeHint());
+        hud.show();
+    }
+
+    // A click in a subview, at a point in the subview's own coordinates.
+    static void clickAt(QWidget* view, const QPointF& point)
+    {
+        QTest::mouseClick(view, Qt::LeftButton, {}, point.toPoint());
+    }
+
+    HUDView hud;
+};
+
+} // namespace
+
+TEST_F(HUDViewTest, LevelMeterLightsOneSegmentPerTenDecibels)
+{
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-100.0), 0);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-60.0), 0);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-56.0), 0);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-54.0), 1);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-6.0), 5);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(-5.0), 6);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(0.0), 6);
+    EXPECT_EQ(LevelView::litSegmentsForLevel(12.0), 6);
+
+    QSignalSpy changed(&hud, &HUDView::levelsChanged);
+    hud.setLevels(-30.0, -6.0);
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_EQ(hud.levels(), StereoLevels(-30.0, -6.0));
+    EXPECT_EQ(hud.levelView()->litSegments(0), 3);
+    EXPECT_EQ(hud.levelView()->litSegments(1), 5);
+}
+
+TEST_F(HUDViewTest, MonoShowsTheLeftLevelOnBothRows)
+{
+    hud.setLevels(-30.0, -6.0);
+    hud.setStereo(false);
+    EXPECT_FALSE(hud.levelView()->stereo());
+    EXPECT_EQ(hud.levelView()->litSegments(0), 3);
+    EXPECT_EQ(hud.levelView()->litSegments(1), 3);
+    hud.setStereo(true);
+    EXPECT_EQ(hud.levelView()->litSegments(1), 5);
+}
+
+TEST_F(HUDViewTest, VolumeShowsAWedgeAndIsSetByClickingItsColumns)
+{
+    EXPECT_EQ(VolumeView::litSegmentsForVolume(0.0), 6);
+    EXPECT_EQ(VolumeView::litSegmentsForVolume(-25.0), 1);
+    EXPECT_EQ(VolumeView::litSegmentsForVolume(-40.0), 0);
+
+    QSignalSpy changed(&hud, &HUDView::volumeChanged);
+    VolumeView* volume = hud.volumeView();
+    clickAt(volume, QPointF(VolumeView::firstColumn + 1.0, 8.0));
+    EXPECT_EQ(hud.volume(), -25.0);
+    clickAt(volume, QPointF(VolumeView::firstColumn + 6.0 * 3 + 2.0, 8.0));
+    EXPECT_EQ(hud.volume(), -10.0);
+    EXPECT_EQ(changed.size(), 2);
+
+    // The label is not a column; dragging across the wedge follows the pointer.
+    clickAt(volume, QPointF(5.0, 8.0));
+    EXPECT_EQ(hud.volume(), -10.0);
+    QTest::mousePress(volume, Qt::LeftButton, {}, QPoint(static_cast<int>(VolumeView::firstColumn) + 2, 8));
+    QMouseEvent drag(QEvent::MouseMove, QPointF(VolumeView::firstColumn + 6.0 * 5 + 2.0, 8.0),
+                     volume->mapToGlobal(QPointF(VolumeView::firstColumn + 32.0, 8.0)), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(volume, &drag);
+    EXPECT_EQ(hud.volume(), 0.0);
+    QTest::mouseRelease(volume, Qt::LeftButton, {},
+                        QPoint(static_cast<int>(VolumeView::firstColumn) + 32, 8));
+}
+
+TEST_F(HUDViewTest, TimeReadsMinutesSecondsAndHundredths)
+{
+    EXPECT_EQ(TimeView::timeString(0.0), QStringLiteral("0:00.00"));
+    EXPECT_EQ(TimeView::timeString(61234.5), QStringLiteral("1:01.23"));
+    EXPECT_EQ(TimeView::timeString(59999.0), QStringLiteral("0:59.99"));
+    EXPECT_EQ(TimeView::timeString(3723450.0), QStringLiteral("62:03.45"));
+}
+
+TEST_F(HUDViewTest, PositionBarMarksThePositionAndSeeksOnClicks)
+{
+    PositionView* bar = hud.positionView();
+    EXPECT_EQ(bar->litSegment(), 0);
+    hud.setPosition(5000.0);
+    EXPECT_EQ(bar->litSegment(), 0) << "no duration: the first segment";
+
+    hud.setMaxTime(34000.0);
+    hud.setPosition(20000.0);
+    EXPECT_EQ(bar->litSegment(), 19); // rint(20000 / 34000 * 33)
+    EXPECT_EQ(bar->segmentColor(19), HUDView::activeColor());
+    EXPECT_EQ(bar->segmentColor(3), HUDView::inactiveColor());
+
+    QSignalSpy position(&hud, &HUDView::positionChanged);
+    clickAt(bar, QPointF(138.0, 5.0));
+    ASSERT_EQ(position.size(), 1);
+    EXPECT_EQ(hud.position(), 34000.0);
+    EXPECT_EQ(bar->litSegment(), 33);
+
+    // Seeking divides by 34: a click at x = 70 lands on index 17.
+    clickAt(bar, QPointF(70.0, 5.0));
+    EXPECT_EQ(hud.position(), 34000.0 * 17 / 34);
+    EXPECT_EQ(position.size(), 2);
+}
+
+TEST_F(HUDViewTest, RecordingRunsALightAlongTheBarAndLocksTheSettings)
+{
+    hud.setRecordingMode(true);
+    PositionView* bar = hud.positionView();
+    hud.setPosition(0.0);
+    // Segment i takes shade (p + 100 - i) mod 5, shade 0 fully lit.
+    EXPECT_EQ(bar->segmentColor(0).alphaF(), bar->segmentColor(5).alphaF());
+    EXPECT_NEAR(bar->segmentColor(0).alphaF(), 0.2 + 0.8 * 5 / 5.0, 0.01); // (0 + 100) mod 5 = 0
+    EXPECT_NEAR(bar->segmentColor(1).alphaF(), 0.2 + 0.8 * 1 / 5.0, 0.01); // 99 mod 5 = 4
+    hud.setPosition(400.0);                                                // two steps on
+    EXPECT_NEAR(bar->segmentColor(2).alphaF(), 1.0, 0.01);
+
+    QSignalSpy quality(&hud, &HUDView::qualityChanged);
+    QSignalSpy stereo(&hud, &HUDView::stereoChanged);
+    QSignalSpy position(&hud, &HUDView::positionChanged);
+    hud.setMaxTime(10000.0);
+    clickAt(hud.qualityView(), hud.qualityView()->layers()[0].frame.center());
+    clickAt(hud.stereoView(), hud.stereoView()->layerFrame(1).center());
+    clickAt(bar, QPointF(138.0, 5.0));
+    EXPECT_EQ(quality.size(), 0);
+    EXPECT_EQ(stereo.size(), 0);
+    EXPECT_EQ(position.size(), 0);
+}
+
+TEST_F(HUDViewTest, QualityIsChosenByClickingItsBox)
+{
+    const auto& layers = hud.qualityView()->layers();
+    ASSERT_EQ(layers.size(), 3u);
+    EXPECT_EQ(layers[0].name, QStringLiteral("q0"));
+    EXPECT_EQ(layers[0].tapeQuality, QStringLiteral("HQ"));
+    EXPECT_EQ(layers[2].tapeQuality, QStringLiteral("LQ"));
+
+    hud.setQuality(QStringLiteral("LQ"));
+    QSignalSpy changed(&hud, &HUDView::qualityChanged);
+    clickAt(hud.qualityView(), layers[1].frame.center());
+    EXPECT_EQ(hud.quality(), QStringLiteral("MQ"));
+    EXPECT_EQ(changed.size(), 1);
+
+    hud.setQuality(QStringLiteral("XQ"));
+    EXPECT_EQ(hud.quality(), QStringLiteral("MQ"));
+    EXPECT_EQ(changed.size(), 1);
+}
+
+TEST_F(HUDViewTest, StereoOnAMonoDeviceAlertsAndStaysMono)
+{
+    bool canRecordStereo = false;
+    int alerts = 0;
+    hud.setCanRecordStereo([&] { return canRecordStereo; });
+    hud.setMonoAlert([&] { ++alerts; });
+    hud.setStereo(false);
+    QSignalSpy changed(&hud, &HUDView::stereoChanged);
+
+    clickAt(hud.stereoView(), hud.stereoView()->layerFrame(0).center());
+    EXPECT_EQ(alerts, 1);
+    EXPECT_FALSE(hud.stereo());
+    EXPECT_EQ(changed.size(), 0);
+
+    canRecordStereo = true;
+    clickAt(hud.stereoView(), hud.stereoView()->layerFrame(0).center());
+    EXPECT_TRUE(hud.stereo());
+    EXPECT_EQ(changed.size(), 1);
+    clickAt(hud.stereoView(), hud.stereoView()->layerFrame(1).center());
+    EXPECT_FALSE(hud.stereo());
+    EXPECT_EQ(alerts, 1);
+}
+
+TEST_F(HUDViewTest, PropertiesAreObservableByName)
+{
+    // The deck observes these by property; each must notify.
+    for (const char* name :
+         {"quality", "stereo", "levels", "volume", "time", "position", "maxTime", "recordingMode"}) {
+        const int index = hud.metaObject()->indexOfProperty(name);
+        ASSERT_GE(index, 0) << name;
+        EXPECT_TRUE(hud.metaObject()->property(index).hasNotifySignal()) << name;
+    }
+    QSignalSpy volume(&hud, &HUDView::volumeChanged);
+    EXPECT_TRUE(hud.setProperty("volume", -15.0));
+    EXPECT_EQ(volume.size(), 1);
+    EXPECT_EQ(hud.property("volume").toDouble(), -15.0);
+}
