@@ -1,94 +1,66 @@
 #include "deck/DeckWindow.h"
 
-#include "deck/DeckWidgets.h"
+#include "hud/DeckBackgroundView.h"
+#include "hud/DrawerButton.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/SpeakerGrillView.h"
+#include "hud/TapeView.h"
 
 #include <QCloseEvent>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QToolButton>
-#include <QVBoxLayout>
 
 namespace spindrel {
-
-namespace {
-
-// The deck's face keeps its width; the drawer takes whatever the window has beyond it, so the
-// window's width alone opens and closes the drawer.
-class DeckBody : public QWidget
-{
-public:
-    using QWidget::QWidget;
-    QWidget* face = nullptr;
-    QWidget* drawer = nullptr;
-
-    QSize sizeHint() const override { return face ? face->sizeHint() : QWidget::sizeHint(); }
-    QSize minimumSizeHint() const override
-    {
-        return face ? QSize(DeckWindow::faceWidth, face->minimumSizeHint().height()) : QSize();
-    }
-
-protected:
-    void resizeEvent(QResizeEvent*) override
-    {
-        if (face)
-            face->setGeometry(0, 0, DeckWindow::faceWidth, height());
-        if (drawer) {
-            const int width = this->width() - DeckWindow::faceWidth;
-            drawer->setVisible(width > 0);
-            drawer->setGeometry(DeckWindow::faceWidth, 0, std::max(width, 0), height());
-        }
-    }
-};
-
-} // namespace
 
 DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Spindrel"));
-    auto* central = new DeckBody(this);
-    mFace = new QWidget(central);
-    central->face = mFace;
-    mFace->setObjectName(QStringLiteral("DeckFace"));
-    mFace->setFixedWidth(faceWidth);
-    auto* column = new QVBoxLayout(mFace);
-    column->setContentsMargins(12, 10, 12, 10);
-    column->setSpacing(8);
+    mBody = new DeckBackgroundView(this);
+    mBody->setDividers({86, 334, 444});
+    setCentralWidget(mBody);
+    mBody->setMinimumSize(faceWidth, deckHeight);
+    mBody->setMaximumHeight(deckHeight);
 
-    mMessageStrip = new QFrame(mFace);
+    // The face, top to bottom: display, cassette, grilles, keys.
+    mHUDView = new HUDView(mBody);
+    mHUDView->setGeometry(12, 14, 366, 66);
+    mTapeView = new TapeView(mBody);
+    mTapeView->setGeometry(12, 92, 366, 236);
+    auto* leftGrille = new SpeakerGrillView(mBody);
+    leftGrille->setGeometry(12, 340, 176, 96);
+    auto* rightGrille = new SpeakerGrillView(mBody);
+    rightGrille->setGeometry(202, 340, 176, 96);
+    mButtonView = new SegmentedTapeButtonView(mBody);
+    mButtonView->setGeometry(10, 450, 370, 66);
+    mDrawerButton = new DrawerButton(DrawerButton::Right, mBody);
+    mDrawerButton->setObjectName(QStringLiteral("DrawerButton"));
+    mDrawerButton->setToolTip(tr("Show or hide the tapes"));
+    mDrawerButton->setGeometry(faceWidth - 14, 240, 14, 48);
+    connect(mDrawerButton, &DrawerButton::clicked, this, &DeckWindow::drawerButtonPressed);
+
+    mMessageStrip = new QFrame(mBody);
     mMessageStrip->setObjectName(QStringLiteral("DeckMessage"));
     mMessageStrip->setStyleSheet(
-        QStringLiteral("#DeckMessage { background: #fff4c2; border: 1px solid #c9a227; border-radius: 4px; }"
-                       "#DeckMessage QLabel { color: #3a2e00; }"));
-    auto* messageRow = new QHBoxLayout(mMessageStrip);
-    messageRow->setContentsMargins(8, 4, 4, 4);
+        QStringLiteral("#DeckMessage { background: rgba(255, 244, 194, 240); border: 1px solid #c9a227; "
+                       "border-radius: 5px; }"
+                       "#DeckMessage QLabel { color: #3a2e00; }"
+                       "#DeckMessage QToolButton { color: #3a2e00; border: none; font-weight: bold; }"));
+    auto* row = new QHBoxLayout(mMessageStrip);
+    row->setContentsMargins(10, 6, 4, 6);
     mMessageLabel = new QLabel(mMessageStrip);
     mMessageLabel->setWordWrap(true);
     auto* dismiss = new QToolButton(mMessageStrip);
     dismiss->setText(QStringLiteral("×"));
-    dismiss->setAutoRaise(true);
     dismiss->setToolTip(tr("Dismiss"));
     connect(dismiss, &QToolButton::clicked, this, &DeckWindow::dismissMessage);
-    messageRow->addWidget(mMessageLabel, 1);
-    messageRow->addWidget(dismiss, 0, Qt::AlignTop);
+    row->addWidget(mMessageLabel, 1);
+    row->addWidget(dismiss, 0, Qt::AlignTop);
     mMessageStrip->hide();
 
-    mTapeView = new TapeView(mFace);
-    mHUDView = new HUDView(mFace);
-    mButtonView = new SegmentedTapeButtonView(mFace);
-
-    mDrawerButton = new QToolButton(mFace);
-    mDrawerButton->setObjectName(QStringLiteral("DrawerButton"));
-    mDrawerButton->setText(tr("Tapes ▸"));
-    mDrawerButton->setToolTip(tr("Show or hide the tape box"));
-    connect(mDrawerButton, &QToolButton::clicked, this, &DeckWindow::drawerButtonPressed);
-
-    column->addWidget(mMessageStrip);
-    column->addWidget(mTapeView, 1);
-    column->addWidget(mHUDView);
-    column->addWidget(mButtonView);
-    column->addWidget(mDrawerButton, 0, Qt::AlignRight);
-    setCentralWidget(central);
+    resize(faceWidth, deckHeight);
 }
 
 DeckWindow::~DeckWindow() = default;
@@ -96,16 +68,18 @@ DeckWindow::~DeckWindow() = default;
 void DeckWindow::setDrawer(QWidget* drawer)
 {
     mDrawer = drawer;
-    auto* body = static_cast<DeckBody*>(centralWidget());
-    drawer->setParent(body);
-    body->drawer = drawer;
-    drawer->setVisible(body->width() > faceWidth);
+    drawer->setParent(mBody);
+    drawer->setGeometry(faceWidth, 0, drawer->width(), deckHeight);
+    drawer->show();
+    mDrawerButton->raise();
 }
 
 void DeckWindow::showMessage(const QString& message)
 {
     mMessageLabel->setText(message);
+    placeMessage();
     mMessageStrip->show();
+    mMessageStrip->raise();
 }
 
 QString DeckWindow::message() const
@@ -119,10 +93,26 @@ void DeckWindow::dismissMessage()
     mMessageLabel->clear();
 }
 
+void DeckWindow::placeMessage()
+{
+    // Over the top of the cassette, where the eye is while recording.
+    const int width = 366 - 16;
+    const int height = mMessageStrip->heightForWidth(width);
+    mMessageStrip->setGeometry(20, 100, width, height > 0 ? height : mMessageStrip->sizeHint().height());
+}
+
 void DeckWindow::closeEvent(QCloseEvent* event)
 {
     Q_EMIT closing();
     event->accept();
+}
+
+void DeckWindow::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    // The drawer is there as far as the window reaches beyond the face.
+    if (mDrawer)
+        mDrawer->setVisible(mBody->width() > faceWidth);
 }
 
 } // namespace spindrel

@@ -4,17 +4,18 @@
 
 class QLabel;
 class QFrame;
-class QToolButton;
 
 namespace spindrel {
 
+class DeckBackgroundView;
+class DrawerButton;
 class HUDView;
 class SegmentedTapeButtonView;
 class TapeView;
 
-/// The deck's window: the cassette, the HUD and the transport keys on the deck's face, a
-/// message strip for failures, and the tape box drawer at the right, which shows as the window
-/// widens.
+/// The deck's window: the HUD, the cassette, the speaker grilles and the transport keys on the
+/// deck's face, a message strip for failures, and the tape box drawer at the right, which shows
+/// as the window widens.
 class DeckWindow : public QMainWindow
 {
     Q_OBJECT
@@ -22,6 +23,7 @@ class DeckWindow : public QMainWindow
 public:
     /// Width of the deck's face; the drawer lies beyond it.
     static constexpr int faceWidth = 390;
+    static constexpr int deckHeight = 540;
 
     explicit DeckWindow(QWidget* parent = nullptr);
     ~DeckWindow() override;
@@ -29,9 +31,10 @@ public:
     HUDView* hudView() const { return mHUDView; }
     SegmentedTapeButtonView* buttonView() const { return mButtonView; }
     TapeView* tapeView() const { return mTapeView; }
-    QWidget* drawer() const { return mDrawer; }
+    DrawerButton* drawerButton() const { return mDrawerButton; }
+    /// Puts the drawer's contents beyond the face.
     void setDrawer(QWidget* drawer);
-    QToolButton* drawerButton() const { return mDrawerButton; }
+    QWidget* drawer() const { return mDrawer; }
 
     /// Shows a message over the deck until the user dismisses it or another replaces it.
     void showMessage(const QString& message);
@@ -45,14 +48,17 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QWidget* mFace = nullptr;
+    void placeMessage();
+
+    DeckBackgroundView* mBody = nullptr;
     HUDView* mHUDView = nullptr;
     SegmentedTapeButtonView* mButtonView = nullptr;
     TapeView* mTapeView = nullptr;
+    DrawerButton* mDrawerButton = nullptr;
     QWidget* mDrawer = nullptr;
-    QToolButton* mDrawerButton = nullptr;
     QFrame* mMessageStrip = nullptr;
     QLabel* mMessageLabel = nullptr;
 };

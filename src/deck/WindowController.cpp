@@ -3,13 +3,16 @@
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLAudioInputMeter.h"
 #include "deck/DeckPreferences.h"
-#include "deck/DeckWidgets.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
+#include "hud/HUDView.h"
+#include "hud/KeyboardTransportMap.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QApplication>
@@ -116,21 +119,19 @@ void WindowController::applicationDidFinishLaunching()
 
 void WindowController::buildTransportStrip()
 {
-    const std::array<QString, 6> labels{tr("REC"),  tr("PLAY"), tr("REW"),
-                                        tr("FFWD"), tr("STOP"), tr("PAUSE")};
+    SegmentedTapeButtonView* strip = mSegmentedTapeButtonView;
+    // REC, PLAY, REW, FFWD, STOP and PAUSE with their glyphs; play, rewind and fast-forward
+    // can be held.
+    strip->setUpTransportSegments();
+    QVariant keymap = mPreferences.defaultsValue(KeyboardTransportMap::defaultsKey());
+    if (!keymap.isValid() || keymap.toMap().isEmpty()) {
+        keymap = KeyboardTransportMap::defaultMap();
+        mPreferences.setDefaultsValue(KeyboardTransportMap::defaultsKey(), keymap);
+    }
+    strip->setKeymap(keymap.toMap());
     const std::array<void (WindowController::*)(), 6> actions{
         &WindowController::recordTape,      &WindowController::playTape, &WindowController::rewindTape,
         &WindowController::fastForwardTape, &WindowController::stopTape, &WindowController::pauseTape};
-    SegmentedTapeButtonView* strip = mSegmentedTapeButtonView;
-    strip->setSegments(int(labels.size()));
-    strip->setRecordSegment(0);
-    for (int segment = 0; segment < int(labels.size()); ++segment) {
-        strip->setLabel(labels[std::size_t(segment)], segment);
-        strip->setImage(DeckWidgets::buttonImage(segment), segment);
-    }
-    for (int holdable : {1, 2, 3})
-        strip->setHoldableSegment(holdable, true);
-    strip->setKeymap(DeckWidgets::keyboardTransportMap());
     connect(strip, &SegmentedTapeButtonView::segmentAction, this, [this, actions](int segment) {
         if (segment >= 0 && segment < int(actions.size()))
             (this->*actions[std::size_t(segment)])();
@@ -196,10 +197,13 @@ void WindowController::hudPositionChanged()
 
 void WindowController::bindTapeView()
 {
-    mTapeView->setShareButtonVisible(false);
+    // The view follows the loaded tape and writes its edits back to it.
     connect(this, &WindowController::selectedTapeChanged, mTapeView,
             [this] { mTapeView->setTape(mSelectedTape); });
     mTapeView->setTape(mSelectedTape);
+    connect(mTapeView, &TapeView::revealTapeRequested, this, [this] { revealInFinder(); });
+    connect(mTapeView, &TapeView::shareButtonPressed, this,
+            [this] { showDeckMessage(tr("Sharing tapes is not available yet.")); });
 }
 
 void WindowController::tapeLibraryLocationChanged()

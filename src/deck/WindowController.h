@@ -242,7 +242,7 @@ private:
     void buildTapeBox();
     void presentError(const QString& message);
     TapePtr tapeForRawPointer(const Tape* tape) const;
-    void showTapeContextMenu(const TapePtr& tape, const QPoint& globalPosition);
+    void tapeBoxMenuAction(int action, const TapePtr& tape);
 
     // Status item (WindowControllerStatusItem.cpp).
     void buildStatusItemMenu();

@@ -4,6 +4,8 @@
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
 #include "deck/WindowController.h"
+#include "hud/TapeBoxSearchField.h"
+#include "hud/TapeBoxView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAction>
@@ -12,8 +14,6 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QLineEdit>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPropertyAnimation>
 #include <QStandardPaths>
@@ -29,9 +29,38 @@ void WindowController::buildTapeBox()
 {
     mTapeBox = new TapeBoxViewController(*mTapeArrayController);
     mWindow->setDrawer(mTapeBox);
-    connect(mTapeBox, &TapeBoxViewController::searchRequested, this, &WindowController::search);
-    connect(mTapeBox, &TapeBoxViewController::contextMenuRequested, this,
-            &WindowController::showTapeContextMenu);
+    connect(mTapeBox->searchField(), &TapeBoxSearchField::search, this, &WindowController::search);
+    connect(mTapeBox->tableView(), &TapeBoxView::menuActionTriggered, this,
+            &WindowController::tapeBoxMenuAction);
+}
+
+void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
+{
+    const QString tapeAction = action == TapeBoxView::RevealTapeInFinder ? QStringLiteral("revealInFinder")
+                               : action == TapeBoxView::MoveTapeToTrash  ? QStringLiteral("moveTapeToTrash")
+                                                                         : QString();
+    if (!tapeAction.isEmpty() && !validateAction(tapeAction))
+        return;
+    switch (TapeBoxView::MenuAction(action)) {
+    case TapeBoxView::RevealLibraryInFinder:
+        revealLibraryInFinder();
+        return;
+    case TapeBoxView::RevealTapeInFinder:
+        if (tape)
+            FileBrowser::revealFile(tape->filename());
+        return;
+    case TapeBoxView::MoveTapeToTrash:
+        if (tape)
+            moveTapeToTrash(tape.get());
+        return;
+    case TapeBoxView::EmailTape:
+    case TapeBoxView::CopyTapeToITunes:
+    case TapeBoxView::SendToYouTube:
+        // Mail, the music library and the video service are not connected yet.
+        showDeckMessage(
+            tr("“%1” is not available yet.").arg(TapeBoxView::menuText(TapeBoxView::MenuAction(action))));
+        return;
+    }
 }
 
 void WindowController::discloseTapes()
@@ -161,7 +190,10 @@ TapePtr WindowController::tapeToOperateOn(QObject* sender) const
     if (const auto* tape = qobject_cast<const Tape*>(sender))
         return tapeForRawPointer(tape);
     if (const auto* action = qobject_cast<const QAction*>(sender)) {
-        if (auto* tape = action->data().value<Tape*>())
+        const QVariant data = action->data();
+        if (data.canConvert<TapePtr>() && data.value<TapePtr>())
+            return data.value<TapePtr>();
+        if (auto* tape = data.value<Tape*>())
             return tapeForRawPointer(tape);
     }
     return mSelectedTape;
@@ -175,29 +207,6 @@ bool WindowController::validateAction(const QString& action) const
         return mSelectedTape && !mSelectedTape->filename().isEmpty() && !recording;
     }
     return true;
-}
-
-void WindowController::showTapeContextMenu(const TapePtr& tape, const QPoint& globalPosition)
-{
-    auto* menu = new QMenu(mWindow);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    if (!tape) {
-        menu->addAction(tr("Reveal Library in Finder"), this, &WindowController::revealLibraryInFinder);
-    } else {
-        auto add = [&](const QString& title, const QString& action,
-                       void (WindowController::*slot)(QObject*)) {
-            QAction* item = menu->addAction(title);
-            item->setData(QVariant::fromValue(tape.get()));
-            item->setEnabled(validateAction(action));
-            connect(item, &QAction::triggered, this, [this, item, slot] { (this->*slot)(item); });
-        };
-        add(tr("Reveal Tape in Finder"), QStringLiteral("revealInFinder"), &WindowController::revealInFinder);
-        add(tr("Move Tape to Trash"), QStringLiteral("moveTapeToTrash"), &WindowController::moveTapeToTrash);
-        // Mail, the music library and the video service are not connected yet.
-        for (const QString& later : {tr("Email Tape…"), tr("Copy Tape to iTunes"), tr("Send to YouTube…")})
-            menu->addAction(later)->setEnabled(false);
-    }
-    menu->popup(globalPosition);
 }
 
 void WindowController::presentError(const QString& message)

@@ -2,10 +2,12 @@
 #include "audio/AudioException.h"
 #include "audio/VORLAudioInputMeter.h"
 #include "deck/DeckPreferences.h"
-#include "deck/DeckWidgets.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 #include "foundation/Log.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QApplication>
@@ -209,6 +211,9 @@ void WindowController::updateHUD()
     mHUDView->setPosition(time);
     mUpdatingPositionDisplay = false;
     mHUDView->setMaxTime(maxTime);
+    // The wound packs on the cassette follow the play position.
+    if (maxTime > 0.0)
+        mTapeView->setPlayProgress(std::clamp(time / maxTime, 0.0, 1.0));
 }
 
 void WindowController::startLevelMeter(bool start)

@@ -1,13 +1,15 @@
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "deck/DeckPreferences.h"
-#include "deck/DeckWidgets.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/NewRecording.h"
 #include "deck/TapeBoxViewController.h"
 #include "deck/WindowController.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QEventLoop>

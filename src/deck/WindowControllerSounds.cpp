@@ -1,28 +1,21 @@
 #include "deck/DeckPreferences.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/WindowController.h"
+#include "hud/SoundEffects.h"
 
 namespace spindrel {
 
-namespace {
-// By the transport's numbers.
-const std::array<QString, WindowController::soundEffectCount> kSoundNames{
-    QStringLiteral("TapeSpeeding"),     QStringLiteral("ButtonPress"),
-    QStringLiteral("ButtonClear"),      QStringLiteral("ButtonHitExtent"),
-    QStringLiteral("DrawerOpenStereo"), QStringLiteral("DrawerCloseStereo"),
-    QStringLiteral("PausePress"),       QStringLiteral("PauseRelease"),
-    QStringLiteral("TossTape2")};
-} // namespace
+static_assert(SoundEffects::count == WindowController::soundEffectCount);
 
 void WindowController::setupSoundEffectPlayers()
 {
     const QString device = systemOutputDeviceUID();
     for (int sound = 0; sound < soundEffectCount; ++sound) {
-        const QString& name = kSoundNames[std::size_t(sound)];
-        const QString file = SoundEffectPlayer::fileForResource(QStringLiteral(":/sounds/%1.wav").arg(name));
-        mSoundEffectPlayers[std::size_t(sound)] = new SoundEffectPlayer(name, file, device, this);
+        const QString file = SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(sound));
+        auto* player = new SoundEffectPlayer(SoundEffects::nameForIndex(sound), file, device, this);
+        player->setLoops(SoundEffects::loops(sound));
+        mSoundEffectPlayers[std::size_t(sound)] = player;
     }
-    mSoundEffectPlayers[0]->setLoops(true);
 }
 
 SoundEffectPlayer* WindowController::soundEffect(int sound) const

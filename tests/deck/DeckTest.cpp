@@ -2,8 +2,10 @@
 
 #include "SMC/SMCState.h"
 #include "SMC/WindowControllerContext.h"
-#include "deck/DeckWidgets.h"
 #include "deck/DeckWindow.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeTestFiles.h"
 

@@ -1,6 +1,8 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
-#include "deck/DeckWidgets.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QDir>

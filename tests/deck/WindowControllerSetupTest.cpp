@@ -1,9 +1,12 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
-#include "deck/DeckWidgets.h"
 #include "deck/DeckWindow.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeBoxSearchField.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 
