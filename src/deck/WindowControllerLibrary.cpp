@@ -4,6 +4,7 @@
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
 #include "deck/WindowController.h"
+#include "hud/DrawerButton.h"
 #include "hud/TapeBoxSearchField.h"
 #include "hud/TapeBoxView.h"
 #include "tapes/TapeLibraryArrayController.h"
@@ -76,6 +77,7 @@ void WindowController::discloseTapes()
         mTapesDisclosed = true;
     }
     playSoundEffect(mTapesDisclosed ? 4 : 5);
+    mWindow->drawerButton()->setDisclosed(mTapesDisclosed);
 
     QPropertyAnimation animation(mWindow, "geometry");
     animation.setDuration(kDrawerAnimationMs);
