@@ -16,5 +16,6 @@ CommandLine::Command playCommand();
 CommandLine::Command meterCommand();
 CommandLine::Command recordRawCommand();
 CommandLine::Command exportMovieCommand();
+CommandLine::Command recordCommand();
 
 } // namespace spindrel
