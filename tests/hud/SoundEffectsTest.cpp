@@ -59,6 +59,7 @@ TEST(SoundEffectsTest, NamesAndIndicesFollowTheTransportTable)
     EXPECT_EQ(SoundEffects::nameForIndex(8), QStringLiteral("TossTape2"));
     EXPECT_TRUE(SoundEffects::nameForIndex(9).isNull());
     EXPECT_TRUE(SoundEffects::resourcePath(-1).isNull());
+    EXPECT_EQ(SoundEffects::resourceUrl(1), QUrl(QStringLiteral("qrc:/sounds/ButtonPress.wav")));
     EXPECT_EQ(SoundEffects::indexForName(QStringLiteral("PausePress")), SoundEffects::PausePress);
     EXPECT_EQ(SoundEffects::indexForName(QStringLiteral("Nothing")), -1);
     EXPECT_TRUE(SoundEffects::loops(SoundEffects::TapeSpeeding));
