@@ -1,4 +1,5 @@
 #include "MP4Tags/FileHandleInsertion.h"
+#include "MP4Tags/PositionedIO.h"
 
 #include "foundation/Assertion.h"
 
@@ -85,6 +86,7 @@ void FileHandleInsertion::removeDataOfLength(uint64_t length)
         writeExactly(buffer.constData(), size_t(buffer.size()));
         position += buffer.size();
     }
+    forgetReadAhead(mFileHandle);
     SP_ASSERT(ftruncate(mFileHandle, off_t(newLength)) == 0, "ftruncate == 0");
 }
 

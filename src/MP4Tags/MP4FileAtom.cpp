@@ -211,6 +211,7 @@ ssize_t vorl_insertdata(int fileHandle, const void* inData, size_t count, off_t 
     if (count == 0)
         return 0;
     off_t fileLength = lseek(fileHandle, 0, SEEK_END);
+    forgetReadAhead(fileHandle);
     const int status = ftruncate(fileHandle, fileLength + off_t(count));
     SP_ASSERT(status == 0, "status == 0");
 
@@ -251,6 +252,7 @@ int vorl_reducefile(int fileHandle, off_t offset, size_t deletionLength)
             destination += off_t(copySize);
         } while (destination < newLength);
     }
+    forgetReadAhead(fileHandle);
     return ftruncate(fileHandle, newLength);
 }
 

@@ -50,6 +50,9 @@ public:
     static std::unique_ptr<MP4Tags> fromFile(const QString& path);
     ~MP4Tags();
     MP4Tags(const MP4Tags&) = delete;
+
+    /// The open descriptor, for reading it in one go (ReadAheadScope) while loading.
+    int fileHandle() const { return mFileHandle; }
     MP4Tags& operator=(const MP4Tags&) = delete;
 
     /// Getters give the stored text, or nothing when the item is missing or not text. Setters

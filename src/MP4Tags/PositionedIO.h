@@ -11,6 +11,24 @@ namespace spindrel {
 ssize_t preadFully(int fileHandle, void* buffer, size_t count, uint64_t offset);
 ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t offset);
 
+/// While one lives, reads of its descriptor on this thread are served from 64 KiB blocks read once,
+/// so walking a file's atoms costs a few system calls instead of two per atom. Meant for loading
+/// (reads only); any write or size change on the descriptor drops what was read.
+class ReadAheadScope
+{
+public:
+    explicit ReadAheadScope(int fileHandle);
+    ~ReadAheadScope();
+    ReadAheadScope(const ReadAheadScope&) = delete;
+    ReadAheadScope& operator=(const ReadAheadScope&) = delete;
+
+private:
+    bool mOwns = false; // only the outermost scope on a thread reads ahead
+};
+
+/// Drops blocks read ahead for the descriptor; callers that change a file's size call it.
+void forgetReadAhead(int fileHandle);
+
 /// The big-endian 32-bit word at the offset; false (and 0) when 4 bytes cannot be read.
 bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word);
 

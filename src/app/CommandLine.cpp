@@ -11,7 +11,9 @@ namespace spindrel {
 CommandLine::CommandLine()
 {
     mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
-                 renderCassetteCommand(), libraryCommand(), importCommand()};
+                 renderCassetteCommand(), libraryCommand(), importCommand(),
+                 devicesCommand(),        playCommand(),    meterCommand(),
+                 recordRawCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

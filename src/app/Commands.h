@@ -11,5 +11,9 @@ CommandLine::Command tapeCommand();
 CommandLine::Command renderCassetteCommand();
 CommandLine::Command libraryCommand();
 CommandLine::Command importCommand();
+CommandLine::Command devicesCommand();
+CommandLine::Command playCommand();
+CommandLine::Command meterCommand();
+CommandLine::Command recordRawCommand();
 
 } // namespace spindrel

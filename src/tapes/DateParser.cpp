@@ -331,8 +331,43 @@ std::optional<DateParser::Result> DateParser::parse(const QString& text) const
     return result;
 }
 
+namespace {
+
+// The stored form "2012-03-04 10:15:07 +0100", read without building a parser: every tape of a
+// library goes through here when it loads.
+std::optional<QDateTime> parseStandardDescription(const QString& text)
+{
+    if (text.size() != 25 || text.at(4) != QLatin1Char('-') || text.at(7) != QLatin1Char('-') ||
+        text.at(10) != QLatin1Char(' ') || text.at(13) != QLatin1Char(':') ||
+        text.at(16) != QLatin1Char(':') || text.at(19) != QLatin1Char(' ') ||
+        (text.at(20) != QLatin1Char('+') && text.at(20) != QLatin1Char('-')))
+        return std::nullopt;
+    const auto number = [&text](int at, int length, bool* ok) {
+        int value = 0;
+        for (int i = at; i < at + length; ++i) {
+            const QChar c = text.at(i);
+            if (!c.isDigit() || c.unicode() > 127)
+                *ok = false;
+            value = value * 10 + (c.unicode() - '0');
+        }
+        return value;
+    };
+    bool ok = true;
+    const QDate date(number(0, 4, &ok), number(5, 2, &ok), number(8, 2, &ok));
+    const QTime time(number(11, 2, &ok), number(14, 2, &ok), number(17, 2, &ok));
+    const int offsetMinutes = number(21, 2, &ok) * 60 + number(23, 2, &ok);
+    if (!ok || !date.isValid() || !time.isValid())
+        return std::nullopt;
+    const int offsetSeconds = (text.at(20) == QLatin1Char('-') ? -60 : 60) * offsetMinutes;
+    return QDateTime(date, time, Qt::OffsetFromUTC, offsetSeconds).toLocalTime();
+}
+
+} // namespace
+
 std::optional<QDateTime> DateParser::dateWithNaturalLanguageString(const QString& text)
 {
+    if (auto stored = parseStandardDescription(text))
+        return stored;
     const auto result = DateParser().parse(text);
     if (!result)
         return std::nullopt;

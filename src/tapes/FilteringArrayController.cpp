@@ -95,11 +95,9 @@ QList<TapePtr> FilteringArrayController::arrangeObjects(const QList<TapePtr>& ob
         // Tapes added while searching stay visible, even when they match (and so show twice).
         arranged.append(mNewlyAdded);
     }
-    std::stable_sort(arranged.begin(), arranged.end(), [](const TapePtr& a, const TapePtr& b) {
-        if (a->date().isValid() != b->date().isValid())
-            return a->date().isValid();
-        return a->date() > b->date();
-    });
+    // Newest first, undated last.
+    std::stable_sort(arranged.begin(), arranged.end(),
+                     [](const TapePtr& a, const TapePtr& b) { return a->dateSortKey() > b->dateSortKey(); });
     return arranged;
 }
 

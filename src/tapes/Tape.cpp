@@ -1,6 +1,7 @@
 #include "tapes/Tape.h"
 
 #include "MP4Tags/MP4Tags.h"
+#include "MP4Tags/PositionedIO.h"
 #include "foundation/Log.h"
 #include "tapes/DateParser.h"
 #include "tapes/TapeCassette.h"
@@ -29,14 +30,17 @@ Tape::~Tape()
 
 void Tape::loadAttributes()
 {
-    if (auto tags = MP4Tags::fromFile(mFilename)) {
+    // Opening tags would create a missing file; a tape never does.
+    auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
+    if (tags) {
+        const ReadAheadScope readAhead(tags->fileHandle());
         if (auto title = tags->title())
             mTitle = *title;
         if (auto lyrics = tags->lyrics())
             mNotes = *lyrics;
         if (auto releaseDate = tags->releaseDate()) {
             if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
-                mDate = *date;
+                storeDate(*date);
         }
         if (auto letter = readTapeLetter(*tags))
             mTapeLetter = *letter;
@@ -143,9 +147,15 @@ void Tape::setNotes(const QString& notes)
     Q_EMIT notesChanged();
 }
 
-void Tape::setDate(const QDateTime& date)
+void Tape::storeDate(const QDateTime& date)
 {
     mDate = date;
+    mDateSortKey = date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+}
+
+void Tape::setDate(const QDateTime& date)
+{
+    storeDate(date);
     markDirty(mDateDirty);
     Q_EMIT dateChanged();
 }

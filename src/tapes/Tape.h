@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QObject>
 #include <QString>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -53,6 +54,9 @@ public:
     const QString& title() const { return mTitle; }
     const QString& notes() const { return mNotes; }
     const QDateTime& date() const { return mDate; }
+    /// The date as milliseconds since the epoch (the lowest value when there is none), taken once
+    /// per change so that sorting thousands of tapes converts no time zones.
+    qint64 dateSortKey() const { return mDateSortKey; }
     const QString& artist() const { return mArtist; }
     const TapeLetter& tapeLetter() const { return mTapeLetter; }
     const QString& quality() const { return mQuality; }
@@ -104,11 +108,13 @@ Q_SIGNALS:
 private:
     void markDirty(bool& flag);
     void clearFlag(bool& flag);
+    void storeDate(const QDateTime& date);
 
     QString mFilename;
     QString mTitle;
     QString mNotes;
     QDateTime mDate;
+    qint64 mDateSortKey = std::numeric_limits<qint64>::min();
     QString mArtist;
     TapeLetter mTapeLetter;
     QString mQuality;

@@ -1,6 +1,7 @@
 // The tape's header probe: duration, sample rate, bit rate and channels from the movie header and
 // the stream descriptor, without decoding audio.
 #include "MP4Tags/MP4FileAtom.h"
+#include "MP4Tags/PositionedIO.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
 #include "tapes/Tape.h"
@@ -41,6 +42,7 @@ void Tape::parseMP4FileHeaders()
         int fd;
         ~Closer() { ::close(fd); }
     } closer{fileHandle};
+    const ReadAheadScope readAhead(fileHandle);
 
     const auto moov = MP4FileAtom::withType(fourCC("moov"), fileHandle);
     const auto mvhd = moov ? moov->childFileAtomWithType(fourCC("mvhd")) : nullptr;

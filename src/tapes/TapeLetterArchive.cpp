@@ -1,5 +1,6 @@
 #include "tapes/TapeLetterArchive.h"
 
+#include <QHash>
 #include <QStringList>
 #include <cstdint>
 #include <limits>
@@ -178,7 +179,9 @@ QByteArray TapeLetterArchive::encode(const TapeLetter& letter)
     return archive;
 }
 
-std::optional<TapeLetter> TapeLetterArchive::decode(const QByteArray& archive)
+namespace {
+
+std::optional<TapeLetter> decodeArchive(const QByteArray& archive)
 {
     if (archive.isEmpty() || static_cast<uint64_t>(archive.size()) > std::numeric_limits<uint32_t>::max())
         return std::nullopt;
@@ -188,6 +191,34 @@ std::optional<TapeLetter> TapeLetterArchive::decode(const QByteArray& archive)
         return std::nullopt;
     PlistOwner root(parsed);
     return ArchiveReader(root.get()).letter();
+}
+
+} // namespace
+
+std::optional<TapeLetter> TapeLetterArchive::decode(const QByteArray& archive)
+{
+    // A library holds thousands of tapes but few distinct letters, and parsing a property list
+    // costs far more than the rest of loading a tape: remember what each archive decoded to.
+    struct Decoded
+    {
+        bool valid;
+        QString letter;
+        unsigned schemeIndex;
+    };
+    static QHash<QByteArray, Decoded> decoded;
+    auto found = decoded.constFind(archive);
+    if (found == decoded.constEnd()) {
+        const auto letter = decodeArchive(archive);
+        if (decoded.size() > 256)
+            decoded.clear();
+        found =
+            decoded.insert(archive, letter ? Decoded{true, letter->letter(), letter->colorScheme()->index()}
+                                           : Decoded{false, {}, 0});
+    }
+    if (!found->valid)
+        return std::nullopt;
+    // Each decoded letter gets a scheme of its own, as a fresh decode would.
+    return TapeLetter(found->letter, TapeColorScheme::colorSchemeWithIndex(found->schemeIndex));
 }
 
 } // namespace spindrel

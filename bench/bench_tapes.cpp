@@ -1,0 +1,153 @@
+// Loading, scanning and searching a library of 10,000 small tapes, with TagLib's FileRef (tags
+// and audio properties) loading the same files as the peer.
+#include "MP4Tags/MP4Tags.h"
+#include "tapes/LibraryQuery.h"
+#include "tapes/Tape.h"
+#include "tapes/TapeLetterTag.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <memory>
+#include <taglib/fileref.h>
+#include <taglib/tag.h>
+
+using namespace spindrel;
+
+namespace {
+
+constexpr int kTapes = 10000;
+
+/// A folder of kTapes copies of one tagged LQ tape, with titles, notes and dates that vary.
+class Library
+{
+public:
+    Library()
+    {
+        const QString base = mDir.filePath(QStringLiteral("base.m4a"));
+        QProcess::execute(QStringLiteral("ffmpeg"),
+                          {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"),
+                           QStringLiteral("lavfi"), QStringLiteral("-i"),
+                           QStringLiteral("sine=frequency=440:sample_rate=22050:duration=2"),
+                           QStringLiteral("-c:a"), QStringLiteral("aac"), QStringLiteral("-b:a"),
+                           QStringLiteral("48k"), QStringLiteral("-movie_timescale"), QStringLiteral("22050"),
+                           QStringLiteral("-f"), QStringLiteral("ipod"), base});
+        mFolder = mDir.filePath(QStringLiteral("library"));
+        QDir().mkpath(mFolder);
+        const QStringList words{QStringLiteral("piano"), QStringLiteral("guitar"),
+                                QStringLiteral("interview"), QStringLiteral("memo"),
+                                QStringLiteral("rehearsal")};
+        for (int i = 0; i < kTapes; ++i) {
+            const QString path = QStringLiteral("%1/%2.m4a").arg(mFolder).arg(i, 5, 10, QLatin1Char('0'));
+            QFile::copy(base, path);
+            auto tags = MP4Tags::fromFile(path);
+            tags->setTitle(QStringLiteral("%1 take %2").arg(words.at(i % words.size())).arg(i));
+            tags->setLyrics(QStringLiteral("notes for take %1").arg(i));
+            tags->setReleaseDate(QStringLiteral("%1-%2-%3 10:15:00 +0000")
+                                     .arg(2005 + i % 15)
+                                     .arg(1 + i % 12, 2, 10, QLatin1Char('0'))
+                                     .arg(1 + i % 28, 2, 10, QLatin1Char('0')));
+            writeTapeLetter(*tags,
+                            TapeLetter(QStringLiteral("A"), TapeColorScheme::colorSchemeWithIndex(i % 8)));
+        }
+    }
+    const QString& folder() const { return mFolder; }
+
+private:
+    QTemporaryDir mDir;
+    QString mFolder;
+};
+
+Library& library()
+{
+    static Library instance;
+    return instance;
+}
+
+QStringList paths()
+{
+    QStringList list;
+    for (const QString& name : QDir(library().folder()).entryList({QStringLiteral("*.m4a")}, QDir::Files))
+        list << library().folder() + QLatin1Char('/') + name;
+    return list;
+}
+
+void BM_LoadTapes(benchmark::State& state)
+{
+    const QStringList files = paths();
+    for (auto _ : state) {
+        for (const QString& path : files) {
+            Tape tape(path);
+            tape.setCommitsWhenReleased(false);
+            benchmark::DoNotOptimize(tape.duration());
+        }
+    }
+    state.counters["tapes"] = double(files.size());
+}
+
+void BM_LoadTapes_TagLib(benchmark::State& state)
+{
+    const QStringList files = paths();
+    for (auto _ : state) {
+        for (const QString& path : files) {
+            TagLib::FileRef file(QFile::encodeName(path).constData(), true, TagLib::AudioProperties::Fast);
+            benchmark::DoNotOptimize(file.tag()->title());
+            benchmark::DoNotOptimize(file.audioProperties()->lengthInMilliseconds());
+        }
+    }
+    state.counters["tapes"] = double(files.size());
+}
+
+void BM_ScanIntoModel(benchmark::State& state)
+{
+    paths(); // warm
+    for (auto _ : state) {
+        auto controller = std::make_unique<TapeLibraryArrayController>(library().folder());
+        benchmark::DoNotOptimize(controller->rowCount());
+        state.PauseTiming(); // tearing down is not part of the scan
+        for (const TapePtr& tape : controller->content())
+            tape->setCommitsWhenReleased(false);
+        controller.reset();
+        state.ResumeTiming();
+    }
+}
+
+void BM_FilterQuery(benchmark::State& state)
+{
+    static TapeLibraryArrayController* controller = [] {
+        auto* made = new TapeLibraryArrayController(library().folder());
+        for (const TapePtr& tape : made->content())
+            tape->setCommitsWhenReleased(false);
+        return made;
+    }();
+    const QStringList queries{QStringLiteral("piano"), QStringLiteral("guitar take"),
+                              QStringLiteral("color:blue quality:lq"), QStringLiteral("year:2012"),
+                              QStringLiteral("month:march | interview")};
+    const QString query = queries.at(state.range(0));
+    for (auto _ : state) {
+        controller->setFilterString(query);
+        benchmark::DoNotOptimize(controller->rowCount());
+        controller->setFilterString(QString());
+    }
+    state.SetLabel(query.toStdString());
+}
+
+} // namespace
+
+BENCHMARK(BM_LoadTapes)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_LoadTapes_TagLib)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ScanIntoModel)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_FilterQuery)->DenseRange(0, 4)->Unit(benchmark::kMillisecond);
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,313 @@
+#include "audio/PulseConnection.h"
+
+#include "audio/AudioException.h"
+
+#include <mutex>
+#include <pulse/pulseaudio.h>
+
+namespace spindrel {
+
+namespace {
+
+PulseDeviceInfo deviceInfo(const char* name, const char* description, uint32_t index,
+                           const pa_sample_spec& spec, const pa_channel_map& map, bool isMonitor)
+{
+    PulseDeviceInfo info;
+    info.name = QString::fromUtf8(name);
+    info.description = QString::fromUtf8(description ? description : name);
+    info.index = index;
+    info.channels = spec.channels;
+    info.sampleRate = spec.rate;
+    for (int i = 0; i < map.channels; ++i)
+        info.channelPositions.push_back(map.map[i]);
+    info.isMonitor = isMonitor;
+    return info;
+}
+
+struct DeviceQuery
+{
+    pa_threaded_mainloop* mainloop;
+    std::vector<PulseDeviceInfo> devices;
+};
+
+void sourceInfoReceived(pa_context*, const pa_source_info* info, int eol, void* userdata)
+{
+    auto* query = static_cast<DeviceQuery*>(userdata);
+    if (eol == 0 && info) {
+        query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
+                                            info->channel_map, info->monitor_of_sink != PA_INVALID_INDEX));
+    }
+    pa_threaded_mainloop_signal(query->mainloop, 0);
+}
+
+void sinkInfoReceived(pa_context*, const pa_sink_info* info, int eol, void* userdata)
+{
+    auto* query = static_cast<DeviceQuery*>(userdata);
+    if (eol == 0 && info) {
+        query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
+                                            info->channel_map, false));
+    }
+    pa_threaded_mainloop_signal(query->mainloop, 0);
+}
+
+void operationStateChanged(pa_operation*, void* mainloop)
+{
+    pa_threaded_mainloop_signal(static_cast<pa_threaded_mainloop*>(mainloop), 0);
+}
+
+void streamStateChanged(pa_stream*, void* mainloop)
+{
+    pa_threaded_mainloop_signal(static_cast<pa_threaded_mainloop*>(mainloop), 0);
+}
+
+QString pulseError(pa_context* context)
+{
+    return QString::fromUtf8(pa_strerror(pa_context_errno(context)));
+}
+
+} // namespace
+
+PulseConnection::PulseConnection(const QString& clientName)
+{
+    mMainloop = pa_threaded_mainloop_new();
+    if (!mMainloop)
+        throw AudioException(QStringLiteral("Could not make the sound server's event loop"));
+    mContext = pa_context_new(pa_threaded_mainloop_get_api(mMainloop), clientName.toUtf8().constData());
+    if (!mContext) {
+        pa_threaded_mainloop_free(mMainloop);
+        throw AudioException(QStringLiteral("Could not make a sound server context"));
+    }
+    pa_context_set_state_callback(mContext, &PulseConnection::contextStateChanged, this);
+    QString failure;
+    if (pa_context_connect(mContext, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+        failure = pulseError(mContext);
+    } else if (pa_threaded_mainloop_start(mMainloop) < 0) {
+        failure = QStringLiteral("could not start the event loop");
+    } else {
+        Locker lock(*this);
+        for (;;) {
+            const pa_context_state_t state = pa_context_get_state(mContext);
+            if (state == PA_CONTEXT_READY)
+                break;
+            if (!PA_CONTEXT_IS_GOOD(state)) {
+                failure = pulseError(mContext);
+                break;
+            }
+            pa_threaded_mainloop_wait(mMainloop);
+        }
+    }
+    if (!failure.isEmpty()) {
+        pa_threaded_mainloop_stop(mMainloop);
+        pa_context_set_state_callback(mContext, nullptr, nullptr);
+        pa_context_unref(mContext);
+        pa_threaded_mainloop_free(mMainloop);
+        throw AudioException(QStringLiteral("Could not connect to the sound server: ") + failure);
+    }
+}
+
+PulseConnection::~PulseConnection()
+{
+    {
+        Locker lock(*this);
+        pa_context_set_state_callback(mContext, nullptr, nullptr);
+        pa_context_set_subscribe_callback(mContext, nullptr, nullptr);
+        pa_context_disconnect(mContext);
+        pa_context_unref(mContext);
+    }
+    pa_threaded_mainloop_stop(mMainloop);
+    pa_threaded_mainloop_free(mMainloop);
+}
+
+bool PulseConnection::isConnected() const
+{
+    Locker lock(*this);
+    return pa_context_get_state(mContext) == PA_CONTEXT_READY;
+}
+
+QString PulseConnection::lastError() const
+{
+    Locker lock(*this);
+    return pulseError(mContext);
+}
+
+PulseConnection::Locker::Locker(const PulseConnection& connection) : mMainloop(connection.mMainloop)
+{
+    pa_threaded_mainloop_lock(mMainloop);
+}
+
+PulseConnection::Locker::~Locker()
+{
+    pa_threaded_mainloop_unlock(mMainloop);
+}
+
+void PulseConnection::contextStateChanged(pa_context*, void* self)
+{
+    pa_threaded_mainloop_signal(static_cast<PulseConnection*>(self)->mMainloop, 0);
+}
+
+void PulseConnection::waitFor(pa_operation* operation) const
+{
+    if (!operation)
+        return;
+    pa_operation_set_state_callback(operation, operationStateChanged, mMainloop);
+    while (pa_operation_get_state(operation) == PA_OPERATION_RUNNING &&
+           PA_CONTEXT_IS_GOOD(pa_context_get_state(mContext)))
+        pa_threaded_mainloop_wait(mMainloop);
+    pa_operation_set_state_callback(operation, nullptr, nullptr);
+    pa_operation_unref(operation);
+}
+
+std::vector<PulseDeviceInfo> PulseConnection::sources() const
+{
+    Locker lock(*this);
+    DeviceQuery query{mMainloop, {}};
+    waitFor(pa_context_get_source_info_list(mContext, sourceInfoReceived, &query));
+    return query.devices;
+}
+
+std::vector<PulseDeviceInfo> PulseConnection::sinks() const
+{
+    Locker lock(*this);
+    DeviceQuery query{mMainloop, {}};
+    waitFor(pa_context_get_sink_info_list(mContext, sinkInfoReceived, &query));
+    return query.devices;
+}
+
+std::optional<PulseDeviceInfo> PulseConnection::source(const QString& name) const
+{
+    if (name.isEmpty())
+        return std::nullopt;
+    Locker lock(*this);
+    DeviceQuery query{mMainloop, {}};
+    waitFor(
+        pa_context_get_source_info_by_name(mContext, name.toUtf8().constData(), sourceInfoReceived, &query));
+    if (query.devices.empty())
+        return std::nullopt;
+    return query.devices.front();
+}
+
+std::optional<PulseDeviceInfo> PulseConnection::sink(const QString& name) const
+{
+    if (name.isEmpty())
+        return std::nullopt;
+    Locker lock(*this);
+    DeviceQuery query{mMainloop, {}};
+    waitFor(pa_context_get_sink_info_by_name(mContext, name.toUtf8().constData(), sinkInfoReceived, &query));
+    if (query.devices.empty())
+        return std::nullopt;
+    return query.devices.front();
+}
+
+std::optional<PulseServerInfo> PulseConnection::serverInfo() const
+{
+    struct Query
+    {
+        pa_threaded_mainloop* mainloop;
+        std::optional<PulseServerInfo> info;
+    } query{mMainloop, std::nullopt};
+    Locker lock(*this);
+    waitFor(pa_context_get_server_info(
+        mContext,
+        [](pa_context*, const pa_server_info* info, void* userdata) {
+            auto* query = static_cast<Query*>(userdata);
+            if (info) {
+                query->info = PulseServerInfo{QString::fromUtf8(info->default_source_name),
+                                              QString::fromUtf8(info->default_sink_name)};
+            }
+            pa_threaded_mainloop_signal(query->mainloop, 0);
+        },
+        &query));
+    return query.info;
+}
+
+pa_stream* PulseConnection::connectStream(Direction direction, const char* name, const pa_sample_spec& spec,
+                                          const std::vector<int>& channelPositions, const QString& device,
+                                          const pa_buffer_attr& attributes, unsigned flags,
+                                          const std::function<void(pa_stream*)>& callbacks,
+                                          QString* error) const
+{
+    pa_channel_map map;
+    if (channelPositions.size() == spec.channels) {
+        map.channels = spec.channels;
+        for (unsigned i = 0; i < spec.channels; ++i)
+            map.map[i] = pa_channel_position_t(channelPositions[i]);
+    } else {
+        pa_channel_map_init_extend(&map, spec.channels, PA_CHANNEL_MAP_DEFAULT);
+    }
+    pa_stream* stream = pa_stream_new(mContext, name, &spec, &map);
+    if (!stream) {
+        *error = pulseError(mContext);
+        return nullptr;
+    }
+    pa_stream_set_state_callback(stream, streamStateChanged, mMainloop);
+    if (callbacks)
+        callbacks(stream);
+    const QByteArray deviceName = device.toUtf8();
+    const char* target = device.isEmpty() ? nullptr : deviceName.constData();
+    const int result = direction == Direction::Record
+                           ? pa_stream_connect_record(stream, target, &attributes, pa_stream_flags_t(flags))
+                           : pa_stream_connect_playback(stream, target, &attributes, pa_stream_flags_t(flags),
+                                                        nullptr, nullptr);
+    if (result == 0) {
+        for (;;) {
+            const pa_stream_state_t state = pa_stream_get_state(stream);
+            if (state == PA_STREAM_READY)
+                return stream;
+            if (!PA_STREAM_IS_GOOD(state))
+                break;
+            pa_threaded_mainloop_wait(mMainloop);
+        }
+    }
+    *error = pulseError(mContext);
+    pa_stream_set_state_callback(stream, nullptr, nullptr);
+    pa_stream_set_read_callback(stream, nullptr, nullptr);
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    pa_stream_unref(stream);
+    return nullptr;
+}
+
+void PulseConnection::releaseStream(pa_stream*& stream)
+{
+    if (!stream)
+        return;
+    pa_stream_set_state_callback(stream, nullptr, nullptr);
+    pa_stream_set_read_callback(stream, nullptr, nullptr);
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    if (PA_STREAM_IS_GOOD(pa_stream_get_state(stream)))
+        pa_stream_disconnect(stream);
+    pa_stream_unref(stream);
+    stream = nullptr;
+}
+
+namespace {
+void subscriptionEventReceived(pa_context*, pa_subscription_event_type_t event, uint32_t index, void* self)
+{
+    PulseConnection::deliverSubscriptionEvent(static_cast<PulseConnection*>(self), unsigned(event), index);
+}
+} // namespace
+
+void PulseConnection::deliverSubscriptionEvent(PulseConnection* connection, unsigned event, uint32_t index)
+{
+    if (connection->mSubscriber)
+        connection->mSubscriber(event, index);
+}
+
+void PulseConnection::subscribe(unsigned mask, std::function<void(unsigned, uint32_t)> handler)
+{
+    Locker lock(*this);
+    mSubscriber = std::move(handler);
+    pa_context_set_subscribe_callback(mContext, subscriptionEventReceived, this);
+    waitFor(pa_context_subscribe(mContext, pa_subscription_mask_t(mask), nullptr, nullptr));
+}
+
+std::shared_ptr<PulseConnection> PulseConnection::shared()
+{
+    static std::mutex mutex;
+    static std::shared_ptr<PulseConnection> connection;
+    std::lock_guard lock(mutex);
+    if (!connection || !connection->isConnected())
+        connection = std::make_shared<PulseConnection>(QStringLiteral("Spindrel"));
+    return connection;
+}
+
+} // namespace spindrel

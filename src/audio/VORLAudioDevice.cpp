@@ -1,0 +1,107 @@
+#include "audio/VORLAudioDevice.h"
+
+#include "audio/AudioException.h"
+
+namespace spindrel {
+
+VORLAudioDevice::VORLAudioDevice(const QString& deviceUID) : mUID(deviceUID)
+{
+    std::shared_ptr<PulseConnection> connection;
+    try {
+        connection = PulseConnection::shared();
+    } catch (const AudioException&) {
+        mServerReachable = false; // a device without properties
+        return;
+    }
+    mSource = connection->source(deviceUID);
+    mSink = connection->sink(deviceUID);
+    if (!mSource || !mSink) {
+        const std::optional<PulseServerInfo> server = connection->serverInfo();
+        if (server && !mSource)
+            mDefaultSource = connection->source(server->defaultSourceName);
+        if (server && !mSink)
+            mDefaultSink = connection->sink(server->defaultSinkName);
+    }
+}
+
+VORLAudioDevice::VORLAudioDevice(std::optional<PulseDeviceInfo> source, std::optional<PulseDeviceInfo> sink)
+    : mUID(source ? source->name
+           : sink ? sink->name
+                  : QString()),
+      mSource(std::move(source)), mSink(std::move(sink))
+{
+}
+
+const std::optional<PulseDeviceInfo>& VORLAudioDevice::resolved(unsigned direction) const
+{
+    if (direction == Input)
+        return mSource ? mSource : mDefaultSource;
+    return mSink ? mSink : mDefaultSink;
+}
+
+QString VORLAudioDevice::deviceName() const
+{
+    if (mSource)
+        return mSource->description;
+    if (mSink)
+        return mSink->description;
+    if (mDefaultSource)
+        return mDefaultSource->description;
+    return mDefaultSink ? mDefaultSink->description : QString();
+}
+
+unsigned VORLAudioDevice::numberOfChannelsForDirection(unsigned direction) const
+{
+    // A UID known in the other direction has no channels in this one.
+    if (direction == Input && !mSource && mSink)
+        return 0;
+    if (direction != Input && !mSink && mSource)
+        return 0;
+    const auto& info = resolved(direction);
+    return info ? info->channels : 0;
+}
+
+bool VORLAudioDevice::canRecordStereo() const
+{
+    return numberOfChannelsForDirection(Input) >= 2;
+}
+
+double VORLAudioDevice::nominalSampleRate(unsigned direction) const
+{
+    const auto& info = resolved(direction);
+    return info ? double(info->sampleRate) : 0.0;
+}
+
+QString VORLAudioDevice::inputProblem() const
+{
+    if (!mServerReachable)
+        return QStringLiteral("Could not connect to the sound server");
+    if (!resolved(Input))
+        return QStringLiteral("There is no input device to record from");
+    return {};
+}
+
+bool VORLAudioDevice::isPresent(unsigned direction) const
+{
+    return direction == Input ? mSource.has_value() : mSink.has_value();
+}
+
+QString VORLAudioDevice::sourceName() const
+{
+    const auto& info = resolved(Input);
+    return info ? info->name : QString();
+}
+
+QString VORLAudioDevice::sinkName() const
+{
+    const auto& info = resolved(Output);
+    return info ? info->name : QString();
+}
+
+std::vector<int> VORLAudioDevice::channelPositions(unsigned direction) const
+{
+    const auto& info = resolved(direction);
+    return info ? info->channelPositions : std::vector<int>();
+}
+
+} // namespace spindrel

@@ -1,0 +1,125 @@
+// The headless commands, run as a user runs them: the built binary in a temporary library.
+#include "app/LibraryFolder.h"
+#include "tapes/TapeTestFiles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+struct Result
+{
+    int status;
+    QString out;
+    QString err;
+};
+
+Result run(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(SPINDREL_BINARY), arguments);
+    process.waitForFinished(60000);
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+} // namespace
+
+TEST(CommandLineTest, TagsWriteInPlaceAndReadBackAsJson)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("t.m4a"));
+    ASSERT_TRUE(makeTapeFile(path));
+    const Result set = run({QStringLiteral("tags"), path, QStringLiteral("--set-title"),
+                            QStringLiteral("Über"), QStringLiteral("--set-lyrics"),
+                            QStringLiteral("two\nlines"), QStringLiteral("--set-letter"), QStringLiteral("K"),
+                            QStringLiteral("--set-color"), QStringLiteral("5"), QStringLiteral("--json")});
+    ASSERT_EQ(set.status, 0) << set.err.toStdString();
+    const QJsonObject json = QJsonDocument::fromJson(set.out.toUtf8()).object();
+    EXPECT_EQ(json.value(QStringLiteral("title")).toString(), QStringLiteral("Über"));
+    EXPECT_EQ(json.value(QStringLiteral("lyrics")).toString(), QStringLiteral("two\nlines"));
+    EXPECT_EQ(json.value(QStringLiteral("tapeLetter")).toString(), QStringLiteral("K"));
+    EXPECT_EQ(json.value(QStringLiteral("color")).toString(), QStringLiteral("purple"));
+    EXPECT_TRUE(json.value(QStringLiteral("artist")).isNull());
+}
+
+TEST(CommandLineTest, BadInputSaysWhatWentWrongAndFails)
+{
+    QTemporaryDir dir;
+    const QString text = dir.filePath(QStringLiteral("x.m4a"));
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("plain text, no atoms");
+    file.close();
+    Result result = run({QStringLiteral("tags"), text, QStringLiteral("--set-title"), QStringLiteral("T")});
+    EXPECT_NE(result.status, 0);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("not an MPEG-4 file"))) << result.err.toStdString();
+    QFile check(text);
+    ASSERT_TRUE(check.open(QIODevice::ReadOnly));
+    EXPECT_EQ(check.readAll(), QByteArray("plain text, no atoms"));
+
+    result = run({QStringLiteral("probe"), dir.filePath(QStringLiteral("missing.m4a"))});
+    EXPECT_NE(result.status, 0);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("no such file")));
+    EXPECT_EQ(run({QStringLiteral("tags")}).status, 2);
+    EXPECT_EQ(run({QStringLiteral("no-such-command")}).status, 2);
+}
+
+TEST(CommandLineTest, TapeCommitsAndRenamesThenLibraryListsAndSearches)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(makeTapeFile(dir.filePath(QStringLiteral("a.m4a"))));
+    ASSERT_TRUE(makeTapeFile(dir.filePath(QStringLiteral("b.m4a")), {QStringLiteral("MQ"), true, 1.0}));
+    Result result =
+        run({QStringLiteral("tape"), dir.filePath(QStringLiteral("a.m4a")), QStringLiteral("--title"),
+             QStringLiteral("Piano lesson"), QStringLiteral("--date"), QStringLiteral("2012-03-04")});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out.trimmed(), dir.filePath(QStringLiteral("[2012-03-04] Piano lesson.m4a")));
+    run({QStringLiteral("tape"), dir.filePath(QStringLiteral("b.m4a")), QStringLiteral("--title"),
+         QStringLiteral("Guitar"), QStringLiteral("--date"), QStringLiteral("2013-01-01")});
+
+    result =
+        run({QStringLiteral("library"), QStringLiteral("--folder"), dir.path(), QStringLiteral("--json")});
+    ASSERT_EQ(result.status, 0);
+    const QJsonArray tapes = QJsonDocument::fromJson(result.out.toUtf8()).array();
+    ASSERT_EQ(tapes.size(), 2);
+    EXPECT_EQ(tapes.at(0).toObject().value(QStringLiteral("title")).toString(), QStringLiteral("Guitar"));
+    EXPECT_EQ(tapes.at(1).toObject().value(QStringLiteral("quality")).toString(), QStringLiteral("LQ"));
+
+    result = run({QStringLiteral("library"), QStringLiteral("--folder"), dir.path(),
+                  QStringLiteral("--query"), QStringLiteral("quality:mq")});
+    EXPECT_EQ(result.out.count(QLatin1Char('\n')), 1);
+    EXPECT_TRUE(result.out.contains(QStringLiteral("Guitar")));
+
+    const QString png = dir.filePath(QStringLiteral("c.png"));
+    result = run(
+        {QStringLiteral("render-cassette"), dir.filePath(QStringLiteral("[2013-01-01] Guitar.m4a")), png});
+    EXPECT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(QImage(png).size(), QSize(880, 560));
+}
+
+TEST(LibraryFolderTest, SetUpMakesTheFolderAndBringsTheWelcomeTapeBack)
+{
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("Music/Spindrel"));
+    ASSERT_TRUE(LibraryFolder::setUp(folder));
+    const QString welcome = folder + QStringLiteral("/sp-welcome.m4a");
+    EXPECT_TRUE(QFile::exists(welcome));
+    EXPECT_TRUE(QFileInfo(welcome).isWritable());
+    EXPECT_TRUE(QFile::exists(folder + QStringLiteral("/.directory")));
+    ASSERT_TRUE(QFile::remove(welcome));
+    ASSERT_TRUE(LibraryFolder::setUp(folder));
+    EXPECT_TRUE(QFile::exists(welcome));
+    EXPECT_TRUE(LibraryFolder::defaultPath().endsWith(QStringLiteral("/Spindrel")));
+}

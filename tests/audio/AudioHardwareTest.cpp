@@ -1,0 +1,136 @@
+#include "PulseTestSupport.h"
+#include "audio/VORLAudioHardware.h"
+
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+class CountingDelegate : public VORLAudioHardwareDelegate
+{
+public:
+    void defaultInputDeviceDidChange() override { ++defaultChanges; }
+    void deviceListDidChange() override { ++listChanges; }
+    int defaultChanges = 0;
+    int listChanges = 0;
+};
+
+QStringList uids(const QList<VORLAudioDevice>& devices)
+{
+    QStringList result;
+    for (const VORLAudioDevice& device : devices)
+        result << device.deviceUID();
+    return result;
+}
+
+} // namespace
+
+TEST(AudioHardware, realInputsComeBeforeTheMonitorsOfOutputs)
+{
+    const QList<VORLAudioDevice> inputs = VORLAudioHardware::recordingDevices();
+    const QStringList names = uids(inputs);
+    ASSERT_TRUE(names.contains(QStringLiteral("vmic")));
+    ASSERT_TRUE(names.contains(QStringLiteral("spk.monitor")));
+    bool monitorSeen = false;
+    for (const VORLAudioDevice& device : inputs) {
+        EXPECT_FALSE(monitorSeen && !device.isMonitor())
+            << device.deviceUID().toStdString() << " after a monitor";
+        monitorSeen = monitorSeen || device.isMonitor();
+    }
+    EXPECT_EQ(names.first(), QStringLiteral("vmic"));
+    EXPECT_TRUE(uids(VORLAudioHardware::playbackDevices()).contains(QStringLiteral("spk")));
+    EXPECT_FALSE(uids(VORLAudioHardware::playbackDevices()).contains(QStringLiteral("vmic")));
+    EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("vmic"));
+    EXPECT_EQ(VORLAudioHardware::defaultOutputDevice().deviceUID(), QStringLiteral("spk"));
+}
+
+TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
+{
+    const VORLAudioDevice input(QStringLiteral("vmic"));
+    EXPECT_FALSE(input.deviceName().isEmpty());
+    EXPECT_EQ(input.numberOfChannelsForDirection(VORLAudioDevice::Input), 2u);
+    EXPECT_EQ(input.numberOfChannelsForDirection(VORLAudioDevice::Output), 0u);
+    EXPECT_TRUE(input.canRecordStereo());
+    EXPECT_EQ(input.nominalSampleRate(VORLAudioDevice::Input), 44100.0);
+    EXPECT_TRUE(VORLAudioHardware::recordingDevices().contains(input));
+
+    const VORLAudioDevice output(QStringLiteral("spk"));
+    EXPECT_EQ(output.numberOfChannelsForDirection(VORLAudioDevice::Output), 2u);
+    EXPECT_EQ(output.numberOfChannelsForDirection(VORLAudioDevice::Input), 0u);
+
+    // An unplugged device that was stored: usable as the default, but not found in the list.
+    const VORLAudioDevice unplugged(QStringLiteral("usb-headset-that-is-gone"));
+    EXPECT_EQ(unplugged.deviceUID(), QStringLiteral("usb-headset-that-is-gone"));
+    EXPECT_EQ(unplugged.deviceName(), input.deviceName());
+    EXPECT_EQ(unplugged.sourceName(), QStringLiteral("vmic"));
+    EXPECT_EQ(unplugged.sinkName(), QStringLiteral("spk"));
+    EXPECT_TRUE(unplugged.canRecordStereo());
+    EXPECT_FALSE(unplugged.isPresent(VORLAudioDevice::Input));
+    EXPECT_FALSE(VORLAudioHardware::recordingDevices().contains(unplugged));
+
+    const quint32 id = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic"));
+    EXPECT_NE(id, 0u);
+    EXPECT_EQ(VORLAudioHardware::deviceUIDForDeviceID(id, VORLAudioDevice::Input), QStringLiteral("vmic"));
+    const quint32 sinkID = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("spk"));
+    EXPECT_EQ(VORLAudioHardware::deviceUIDForDeviceID(sinkID, VORLAudioDevice::Output),
+              QStringLiteral("spk"));
+    EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QString()), 0u);
+    EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("usb-headset-that-is-gone")), 0u);
+}
+
+TEST(AudioHardware, aMonoDeviceCannotRecordStereo)
+{
+    const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                                  QStringLiteral("sink_name=mono1"), QStringLiteral("channels=1")});
+    ASSERT_FALSE(module.isEmpty());
+    const VORLAudioDevice mono(QStringLiteral("mono1.monitor"));
+    EXPECT_EQ(mono.numberOfChannelsForDirection(VORLAudioDevice::Input), 1u);
+    EXPECT_FALSE(mono.canRecordStereo());
+    pactl({QStringLiteral("unload-module"), module});
+}
+
+TEST(AudioHardware, pluggingAndUnpluggingADeviceIsNoticedOnTheMainThread)
+{
+    VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
+    CountingDelegate deck;
+    hardware->addDelegate(&deck);
+    QSignalSpy listChanged(hardware, &VORLAudioHardware::deviceListDidChange);
+
+    const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                                  QStringLiteral("sink_name=hotplug")});
+    ASSERT_FALSE(module.isEmpty());
+    ASSERT_TRUE(listChanged.wait(3000));
+    EXPECT_GE(deck.listChanges, 1);
+    EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("hotplug.monitor")));
+
+    const int before = deck.listChanges;
+    pactl({QStringLiteral("unload-module"), module});
+    ASSERT_TRUE(listChanged.wait(3000));
+    EXPECT_GT(deck.listChanges, before);
+    EXPECT_FALSE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("hotplug.monitor")));
+
+    hardware->removeDelegate(&deck);
+    const int afterRemoval = deck.listChanges;
+    const QString again = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                                 QStringLiteral("sink_name=hotplug2")});
+    ASSERT_TRUE(listChanged.wait(3000));
+    EXPECT_EQ(deck.listChanges, afterRemoval) << "a removed delegate hears nothing";
+    pactl({QStringLiteral("unload-module"), again});
+    EXPECT_TRUE(listChanged.wait(3000));
+}
+
+TEST(AudioHardware, choosingAnotherDefaultInputIsNoticed)
+{
+    VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
+    QSignalSpy defaultChanged(hardware, &VORLAudioHardware::defaultInputDeviceDidChange);
+    QSignalSpy listChanged(hardware, &VORLAudioHardware::deviceListDidChange);
+    pactl({QStringLiteral("set-default-source"), QStringLiteral("spk.monitor")});
+    ASSERT_TRUE(defaultChanged.wait(3000));
+    EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("spk.monitor"));
+    pactl({QStringLiteral("set-default-source"), QStringLiteral("vmic")});
+    ASSERT_TRUE(defaultChanged.wait(3000));
+    EXPECT_EQ(listChanged.count(), 0) << "no device came or went";
+}

@@ -1,0 +1,176 @@
+#include "AudioTestSupport.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <numbers>
+
+namespace spindrel::test {
+
+std::vector<float> sineFrames(const std::vector<double>& frequencies, double sampleRate, size_t frames,
+                              double amplitude, size_t startFrame)
+{
+    const size_t channels = frequencies.size();
+    std::vector<float> samples(frames * channels);
+    for (size_t frame = 0; frame < frames; ++frame) {
+        const double t = double(frame + startFrame) / sampleRate;
+        for (size_t c = 0; c < channels; ++c)
+            samples[frame * channels + c] =
+                float(amplitude * std::sin(2.0 * std::numbers::pi * frequencies[c] * t));
+    }
+    return samples;
+}
+
+QByteArray runProgram(const QString& program, const QStringList& arguments, int* exitCode)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000)) {
+        process.kill();
+        process.waitForFinished();
+        return {};
+    }
+    if (exitCode)
+        *exitCode = process.exitCode();
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
+               ? process.readAllStandardOutput()
+               : QByteArray();
+}
+
+ProbedAudio probeAudio(const QString& path)
+{
+    ProbedAudio probed;
+    const QByteArray output = runProgram(
+        QStringLiteral("ffprobe"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-of"), QStringLiteral("json"),
+         QStringLiteral("-show_streams"), QStringLiteral("-select_streams"), QStringLiteral("a:0"), path});
+    const QJsonArray streams =
+        QJsonDocument::fromJson(output).object().value(QStringLiteral("streams")).toArray();
+    if (streams.isEmpty())
+        return probed;
+    const QJsonObject stream = streams.first().toObject();
+    probed.ok = true;
+    probed.codec = stream.value(QStringLiteral("codec_name")).toString();
+    probed.sampleRate = stream.value(QStringLiteral("sample_rate")).toString().toInt();
+    probed.channels = stream.value(QStringLiteral("channels")).toInt();
+    probed.sampleFormat = stream.value(QStringLiteral("sample_fmt")).toString();
+    probed.bitsPerRawSample = stream.value(QStringLiteral("bits_per_raw_sample")).toString().toInt();
+    probed.durationSeconds = stream.value(QStringLiteral("duration")).toString().toDouble();
+    probed.bitRate = stream.value(QStringLiteral("bit_rate")).toString().toLongLong();
+    return probed;
+}
+
+std::vector<float> DecodedAudio::channel(int index, size_t from, size_t count) const
+{
+    std::vector<float> result;
+    const size_t end = std::min(frames(), count == SIZE_MAX ? frames() : from + count);
+    for (size_t frame = from; frame < end; ++frame)
+        result.push_back(samples[frame * channels + index]);
+    return result;
+}
+
+DecodedAudio decodeAudio(const QString& path)
+{
+    DecodedAudio decoded;
+    const ProbedAudio probed = probeAudio(path);
+    if (!probed.ok)
+        return decoded;
+    const QByteArray raw = runProgram(
+        QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
+                                   QStringLiteral("-f"), QStringLiteral("f32le"), QStringLiteral("-")});
+    decoded.sampleRate = probed.sampleRate;
+    decoded.channels = probed.channels;
+    decoded.samples.resize(size_t(raw.size()) / sizeof(float));
+    std::memcpy(decoded.samples.data(), raw.constData(), decoded.samples.size() * sizeof(float));
+    return decoded;
+}
+
+double rms(const std::vector<float>& samples)
+{
+    if (samples.empty())
+        return 0.0;
+    double sum = 0.0;
+    for (float s : samples)
+        sum += double(s) * s;
+    return std::sqrt(sum / double(samples.size()));
+}
+
+double rmsDecibels(const std::vector<float>& samples)
+{
+    const double value = rms(samples);
+    return value > 0.0 ? 20.0 * std::log10(value) : -200.0;
+}
+
+double toneShare(const std::vector<float>& samples, double sampleRate, double frequency)
+{
+    if (samples.empty())
+        return 0.0;
+    std::complex<double> sum;
+    const double step = 2.0 * std::numbers::pi * frequency / sampleRate;
+    for (size_t i = 0; i < samples.size(); ++i)
+        sum += double(samples[i]) * std::polar(1.0, -step * double(i));
+    const double amplitude = 2.0 * std::abs(sum) / double(samples.size());
+    const double value = rms(samples);
+    return value > 0.0 ? amplitude / (value * std::sqrt(2.0)) : 0.0;
+}
+
+double medianToneShare(const std::vector<float>& samples, double sampleRate, double frequency,
+                       double windowSeconds)
+{
+    const size_t window = size_t(sampleRate * windowSeconds);
+    std::vector<double> shares;
+    for (size_t at = 0; at + window <= samples.size(); at += window) {
+        const std::vector<float> part(samples.begin() + long(at), samples.begin() + long(at + window));
+        shares.push_back(toneShare(part, sampleRate, frequency));
+    }
+    if (shares.empty())
+        return toneShare(samples, sampleRate, frequency);
+    std::nth_element(shares.begin(), shares.begin() + long(shares.size() / 2), shares.end());
+    return shares[shares.size() / 2];
+}
+
+namespace {
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+uint32_t bigEndian32(const QByteArray& bytes, qsizetype at)
+{
+    if (at + 4 > bytes.size())
+        return 0;
+    const auto* p = reinterpret_cast<const uint8_t*>(bytes.constData() + at);
+    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
+}
+} // namespace
+
+QStringList topLevelAtoms(const QString& path)
+{
+    const QByteArray bytes = fileBytes(path);
+    QStringList atoms;
+    for (qsizetype at = 0; at + 8 <= bytes.size();) {
+        const uint32_t size = bigEndian32(bytes, at);
+        atoms << QString::fromLatin1(bytes.mid(at + 4, 4));
+        if (size < 8)
+            break;
+        at += size;
+    }
+    return atoms;
+}
+
+uint32_t movieTimeScale(const QString& path)
+{
+    const QByteArray bytes = fileBytes(path);
+    const qsizetype at = bytes.indexOf("mvhd");
+    // mvhd version 0: type, version/flags, creation, modification, then the time scale.
+    return at < 0 ? 0 : bigEndian32(bytes, at + 4 + 4 + 4 + 4);
+}
+
+} // namespace spindrel::test

@@ -1,0 +1,208 @@
+#include "AudioTestSupport.h"
+#include "PulseTestSupport.h"
+#include "audio/AudioException.h"
+#include "audio/RecordingPresets.h"
+#include "audio/VORLExtendedAudioFile.h"
+#include "audio/VORLExtendedAudioFilePlayer.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+constexpr double kRate = 44100.0;
+
+class EndDelegate : public VORLExtendedAudioFilePlayerDelegate
+{
+public:
+    void audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer*) override { ++ends; }
+    int ends = 0;
+};
+
+class PlayerTest : public ::testing::Test
+{
+protected:
+    // Seconds of `low` Hz followed by as many of `high` Hz, stereo.
+    QString writeTwoTones(const QString& name, double seconds, double low, double high)
+    {
+        const QString path = mDir.filePath(name);
+        VORLExtendedAudioFile file(
+            path, RecordingPresets::streamDescriptionForQuality(QStringLiteral("HQ"), true), 0, kRate);
+        const size_t frames = size_t(seconds * kRate);
+        const auto first = sineFrames({low, low}, kRate, frames);
+        const auto second = sineFrames({high, high}, kRate, frames, 0.5, frames);
+        file.writeFrames(first.data(), frames);
+        file.writeFrames(second.data(), frames);
+        file.closeFile();
+        return path;
+    }
+
+    // Which of two tones dominates each 50 ms of the captured left channel, skipping silence:
+    // 1 for `a`, 2 for `b`, 0 for neither.
+    static std::vector<int> toneSequence(const std::vector<float>& stereo, double a, double b)
+    {
+        std::vector<int> sequence;
+        const size_t window = size_t(kRate / 20);
+        std::vector<float> left;
+        for (size_t i = 0; i < stereo.size(); i += 2)
+            left.push_back(stereo[i]);
+        for (size_t at = 0; at + window <= left.size(); at += window) {
+            const std::vector<float> part(left.begin() + long(at), left.begin() + long(at + window));
+            if (rmsDecibels(part) < -40.0)
+                continue;
+            const double shareA = toneShare(part, kRate, a);
+            const double shareB = toneShare(part, kRate, b);
+            sequence.push_back(shareA > 0.8 ? 1 : shareB > 0.8 ? 2 : 0);
+        }
+        return sequence;
+    }
+
+    static int countOf(const std::vector<int>& sequence, int value)
+    {
+        return int(std::count(sequence.begin(), sequence.end(), value));
+    }
+
+    // Index of the first window of one tone after the last window of the other, or -1.
+    static bool allBefore(const std::vector<int>& sequence, int first, int second)
+    {
+        const auto lastFirst = std::find(sequence.rbegin(), sequence.rend(), first);
+        const auto firstSecond = std::find(sequence.begin(), sequence.end(), second);
+        return lastFirst != sequence.rend() && firstSecond != sequence.end() &&
+               (sequence.rend() - lastFirst - 1) < (firstSecond - sequence.begin());
+    }
+
+    // Plays to the end, capturing what the output "spk" carries.
+    std::vector<float> playAndCapture(VORLExtendedAudioFilePlayer& player, int timeoutMs = 6000)
+    {
+        MonitorCapture capture(QStringLiteral("spk.monitor"));
+        EXPECT_TRUE(capture.isRunning());
+        QSignalSpy ended(&player, &VORLExtendedAudioFilePlayer::audioFilePlayerDidReachEndOfFile);
+        EXPECT_TRUE(player.startFilePlaying()) << player.errorString().toStdString();
+        EXPECT_TRUE(ended.wait(timeoutMs));
+        QTest::qWait(150);
+        return capture.stop();
+    }
+
+    QTemporaryDir mDir;
+    const VORLAudioDevice mOutput{QStringLiteral("spk")};
+};
+
+} // namespace
+
+TEST_F(PlayerTest, cueAtTwiceTheSpeedDoublesThePitch)
+{
+    const QString path = writeTwoTones(QStringLiteral("cue.m4a"), 0.6, 300.0, 500.0);
+    VORLExtendedAudioFilePlayer player(path, mOutput);
+    EXPECT_NEAR(player.maxTime(), 1200.0, 0.1);
+    player.setPlaybackSpeed(2.0);
+    const auto sequence = toneSequence(playAndCapture(player), 600.0, 1000.0);
+    EXPECT_GE(countOf(sequence, 1), 3);
+    EXPECT_GE(countOf(sequence, 2), 3);
+    EXPECT_TRUE(allBefore(sequence, 1, 2)) << "the first half plays first";
+    EXPECT_FALSE(player.isFilePlaying());
+    EXPECT_NEAR(player.currentTime(), player.maxTime(), 1.0);
+}
+
+TEST_F(PlayerTest, reviewAtMinusTwoPlaysBackwardsAtDoublePitch)
+{
+    const QString path = writeTwoTones(QStringLiteral("review.m4a"), 0.6, 300.0, 500.0);
+    VORLExtendedAudioFilePlayer player(path, mOutput);
+    player.setCurrentTime(player.maxTime());
+    player.setPlaybackSpeed(-2.0);
+    const auto sequence = toneSequence(playAndCapture(player), 600.0, 1000.0);
+    EXPECT_GE(countOf(sequence, 1), 3);
+    EXPECT_GE(countOf(sequence, 2), 3);
+    EXPECT_TRUE(allBefore(sequence, 2, 1)) << "the second half plays first";
+    EXPECT_EQ(player.currentFrame(), 0);
+}
+
+TEST_F(PlayerTest, windingIsSilentOnceMutedAndHeardAgainWhenTheVolumeIsSet)
+{
+    const QString path = writeTwoTones(QStringLiteral("wind.m4a"), 4.0, 300.0, 300.0);
+    for (const double speed : {8.0, -8.0}) {
+        // Muted for the first 400 ms, the volume set again for the next 400 ms: the output
+        // carries sound for about half the time it was playing. The capture runs throughout,
+        // as the monitor delivers with a delay of its own.
+        VORLExtendedAudioFilePlayer player(path, mOutput);
+        if (speed < 0.0)
+            player.setCurrentTime(player.maxTime());
+        player.setPlaybackSpeed(speed);
+        player.setPlaybackLevel(0.0); // mute, as fast-forward and rewind do
+        MonitorCapture capture(QStringLiteral("spk.monitor"));
+        ASSERT_TRUE(player.startFilePlaying());
+        QTest::qWait(400);
+        player.setPlaybackVolume(-6.0); // setting the volume lifts the mute
+        QTest::qWait(400);
+        player.stopFilePlaying();
+        QTest::qWait(500);
+        const auto captured = capture.stop();
+        const size_t window = size_t(kRate / 50) * 2;
+        int loudWindows = 0;
+        for (size_t at = 0; at + window <= captured.size(); at += window) {
+            const std::vector<float> part(captured.begin() + long(at), captured.begin() + long(at + window));
+            loudWindows += rmsDecibels(part) > -40.0 ? 1 : 0;
+        }
+        const double loudMs = loudWindows * 20.0;
+        EXPECT_GT(loudMs, 250.0) << "speed " << speed << ": winding keeps producing sound";
+        EXPECT_LT(loudMs, 600.0) << "speed " << speed << ": sound while muted";
+    }
+}
+
+TEST_F(PlayerTest, runningOffEitherEndAtAnySpeedNotifiesWithoutThrowing)
+{
+    const QString path = writeTwoTones(QStringLiteral("short.m4a"), 0.25, 300.0, 500.0);
+    VORLExtendedAudioFilePlayer player(path, mOutput);
+    EndDelegate deck;
+    player.setDelegate(&deck);
+    QSignalSpy ended(&player, &VORLExtendedAudioFilePlayer::audioFilePlayerDidReachEndOfFile);
+
+    player.setPlaybackSpeed(-8.0); // rewinding at the very start
+    ASSERT_TRUE(player.startFilePlaying());
+    ASSERT_TRUE(ended.wait(3000));
+    EXPECT_EQ(player.currentFrame(), 0);
+
+    player.setCurrentTime(player.maxTime() - 10.0);
+    player.setPlaybackSpeed(8.0); // fast-forward near the end
+    ASSERT_TRUE(player.startFilePlaying());
+    ASSERT_TRUE(ended.wait(3000));
+    EXPECT_EQ(player.currentFrame(), 22050);
+    EXPECT_EQ(deck.ends, 2);
+    EXPECT_FALSE(player.isFilePlaying());
+}
+
+TEST_F(PlayerTest, stoppingKeepsThePositionAndAPlayerCanBeRebuiltThere)
+{
+    const QString path = writeTwoTones(QStringLiteral("rebuild.m4a"), 1.0, 300.0, 500.0);
+    qint64 frame = 0;
+    {
+        VORLExtendedAudioFilePlayer player(path, mOutput);
+        player.setCurrentTime(500.0);
+        ASSERT_TRUE(player.startFilePlaying());
+        QTest::qWait(300);
+        player.stopFilePlaying();
+        frame = player.currentFrame();
+        EXPECT_GT(frame, qint64(0.5 * kRate));
+        EXPECT_LT(frame, qint64(1.0 * kRate));
+        QTest::qWait(100);
+        EXPECT_EQ(player.currentFrame(), frame) << "a stopped player does not move";
+    }
+    VORLExtendedAudioFilePlayer rebuilt(path, mOutput);
+    rebuilt.setCurrentFrame(frame);
+    rebuilt.setPlaybackSpeed(2.0);
+    EXPECT_EQ(rebuilt.currentFrame(), frame);
+    EXPECT_EQ(rebuilt.playbackSpeed(), 2.0);
+}
+
+TEST_F(PlayerTest, aFileThatIsNotAudioRaises)
+{
+    QFile notes(mDir.filePath(QStringLiteral("notes.m4a")));
+    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+    notes.write("not a tape");
+    notes.close();
+    EXPECT_THROW(VORLExtendedAudioFilePlayer(notes.fileName(), mOutput), AudioException);
+}

@@ -1,0 +1,244 @@
+#include "AudioTestSupport.h"
+#include "PulseTestSupport.h"
+#include "audio/RecordingPresets.h"
+#include "audio/VORLExtendedAudioFile.h"
+#include "audio/VORLExtendedAudioFileRecorder.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+// Tones fed into the sink "mic", heard on the default source "vmic".
+constexpr double kLeftTone = 440.0;
+constexpr double kRightTone = 660.0;
+
+struct RecorderCase
+{
+    const char* quality;
+    bool stereo;
+};
+
+void PrintTo(const RecorderCase& preset, std::ostream* out)
+{
+    *out << preset.quality << (preset.stereo ? " stereo" : " mono");
+}
+
+class CountingDelegate : public VORLExtendedAudioFileRecorderDelegate
+{
+public:
+    void audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder) override
+    {
+        ++stops;
+        last = recorder;
+    }
+    int stops = 0;
+    VORLExtendedAudioFileRecorder* last = nullptr;
+};
+
+// Records `milliseconds` of the default input and waits for the did-stop notice.
+bool recordFor(VORLExtendedAudioFileRecorder& recorder, int milliseconds)
+{
+    QSignalSpy stopped(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop);
+    if (!recorder.startRecording())
+        return false;
+    QTest::qWait(milliseconds);
+    recorder.stopRecording();
+    EXPECT_FALSE(recorder.isFileRecording());
+    return stopped.wait(5000);
+}
+
+class RecorderPresetTest : public ::testing::TestWithParam<RecorderCase>
+{
+};
+
+} // namespace
+
+TEST_P(RecorderPresetTest, aToneRecordedInEachPresetComesBackFromTheFile)
+{
+    const RecorderCase preset = GetParam();
+    const QString quality = QString::fromLatin1(preset.quality);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("tone.m4a"));
+    TonePlayer tone(QStringLiteral("mic"), {kLeftTone, kRightTone});
+    ASSERT_TRUE(tone.isRunning());
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
+
+    const VORLAudioDevice device(QStringLiteral("vmic"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, quality, preset.stereo, device);
+    ASSERT_TRUE(file);
+    // Mono records the second channel, to show the channel choice is honoured.
+    VORLExtendedAudioFileRecorder recorder(file, device,
+                                           preset.stereo ? QList<unsigned>{0, 1} : QList<unsigned>{1});
+    ASSERT_TRUE(recordFor(recorder, 900)) << recorder.errorString().toStdString();
+    EXPECT_TRUE(recorder.errorString().isEmpty()) << recorder.errorString().toStdString();
+    EXPECT_EQ(recorder.droppedFrames(), 0u);
+    file->closeFile();
+
+    const ProbedAudio probed = probeAudio(path);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.codec, quality == QLatin1String("HQ") ? QStringLiteral("alac") : QStringLiteral("aac"));
+    EXPECT_EQ(probed.sampleRate, int(RecordingPresets::sampleRateForQuality(quality)));
+    EXPECT_EQ(probed.channels, preset.stereo ? 2 : 1);
+    EXPECT_GT(recorder.currentTime(), 300.0);
+    EXPECT_NEAR(probed.durationSeconds * 1000.0, recorder.currentTime(), 50.0);
+
+    const DecodedAudio decoded = decodeAudio(path);
+    ASSERT_GT(decoded.frames(), size_t(decoded.sampleRate / 5));
+    const size_t margin = size_t(decoded.sampleRate / 20);
+    const size_t length = decoded.frames() - 2 * margin;
+    const auto first = decoded.channel(0, margin, length);
+    EXPECT_GT(medianToneShare(first, decoded.sampleRate, preset.stereo ? kLeftTone : kRightTone), 0.9);
+    if (preset.stereo) {
+        const auto second = decoded.channel(1, margin, length);
+        EXPECT_GT(medianToneShare(second, decoded.sampleRate, kRightTone), 0.9);
+        EXPECT_LT(medianToneShare(second, decoded.sampleRate, kLeftTone), 0.1);
+    } else {
+        EXPECT_LT(medianToneShare(first, decoded.sampleRate, kLeftTone), 0.1);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Presets, RecorderPresetTest,
+                         ::testing::Values(RecorderCase{"HQ", true}, RecorderCase{"HQ", false},
+                                           RecorderCase{"MQ", true}, RecorderCase{"MQ", false},
+                                           RecorderCase{"LQ", true}, RecorderCase{"LQ", false}),
+                         [](const auto& info) {
+                             return std::string(info.param.quality) + (info.param.stereo ? "Stereo" : "Mono");
+                         });
+
+TEST(Recorder, pauseAndResumeMakeOneContinuousFile)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("paused.m4a"));
+    TonePlayer tone(QStringLiteral("mic"), {kLeftTone, kLeftTone});
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
+    const VORLAudioDevice device(QStringLiteral("vmic"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), false, device);
+    ASSERT_TRUE(file);
+    VORLExtendedAudioFileRecorder recorder(file, device, {0});
+    CountingDelegate deck;
+
+    // Pause as the deck does: no delegate, then stop; resume: delegate again, then start.
+    ASSERT_TRUE(recordFor(recorder, 500));
+    const double beforePause = recorder.currentTime();
+    QTest::qWait(400);
+    EXPECT_EQ(recorder.currentTime(), beforePause) << "nothing is recorded while paused";
+    recorder.setDelegate(&deck);
+    ASSERT_TRUE(recordFor(recorder, 500));
+    EXPECT_EQ(deck.stops, 1);
+    EXPECT_EQ(deck.last, &recorder);
+    EXPECT_TRUE(file->isOpen()) << "the file stays open through pause and stop";
+    file->closeFile();
+
+    const DecodedAudio decoded = decodeAudio(path);
+    EXPECT_NEAR(decoded.frames() * 1000.0 / decoded.sampleRate, recorder.currentTime(), 50.0);
+    const auto samples = decoded.channel(0);
+    const size_t seam = size_t(beforePause * decoded.sampleRate / 1000.0);
+    ASSERT_GT(samples.size(), seam + 2000);
+    ASSERT_GT(seam, 2000u);
+    // No gap: every 20 ms carries the tone; no click: no step steeper than the tone's own.
+    const size_t window = size_t(decoded.sampleRate / 50);
+    for (size_t at = window; at + 2 * window < samples.size(); at += window) {
+        const std::vector<float> part(samples.begin() + long(at), samples.begin() + long(at + window));
+        ASSERT_GT(rmsDecibels(part), -12.0) << "quiet at " << at * 1000 / decoded.sampleRate << " ms";
+    }
+    // Steps are looked for around the seam only: elsewhere the live tone itself may drop out
+    // for a moment on a busy machine.
+    const double steepest = 0.5 * 2.0 * std::numbers::pi * kLeftTone / decoded.sampleRate;
+    double largestStep = 0.0;
+    for (size_t i = seam - window; i < seam + window; ++i)
+        largestStep = std::max(largestStep, double(std::abs(samples[i] - samples[i - 1])));
+    EXPECT_LT(largestStep, steepest * 1.5);
+}
+
+TEST(Recorder, aTimeLimitEndsTheRecordingExactlyThere)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("limited.m4a"));
+    const VORLAudioDevice device(QStringLiteral("vmic"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), true, device);
+    ASSERT_TRUE(file);
+    VORLExtendedAudioFileRecorder recorder(file, device, {0, 1});
+    QSignalSpy stopped(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop);
+    recorder.stopRecordingAtTime(400.0);
+    ASSERT_TRUE(recorder.startRecording());
+    ASSERT_TRUE(stopped.wait(8000));
+    EXPECT_FALSE(recorder.isFileRecording());
+    EXPECT_DOUBLE_EQ(recorder.currentTime(), 400.0);
+    file->closeFile();
+    EXPECT_EQ(decodeAudio(path).frames(), 17640u);
+}
+
+TEST(Recorder, recordsTheChosenChannelsOfAFourChannelDevice)
+{
+    const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                                  QStringLiteral("sink_name=quad"), QStringLiteral("channels=4"),
+                                  QStringLiteral("channel_map=front-left,front-right,rear-left,rear-right")});
+    ASSERT_FALSE(module.isEmpty());
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("quad.m4a"));
+        TonePlayer tone(QStringLiteral("quad"), {300.0, 500.0, 700.0, 900.0}, 0.5,
+                        QStringLiteral("front-left,front-right,rear-left,rear-right"));
+        ASSERT_TRUE(waitForSignal(QStringLiteral("quad.monitor")));
+        const VORLAudioDevice device(QStringLiteral("quad.monitor"));
+        EXPECT_EQ(device.numberOfChannelsForDirection(VORLAudioDevice::Input), 4u);
+        const auto file =
+            RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), true, device);
+        ASSERT_TRUE(file);
+        VORLExtendedAudioFileRecorder recorder(file, device, {2, 3});
+        ASSERT_TRUE(recordFor(recorder, 600));
+        file->closeFile();
+        const DecodedAudio decoded = decodeAudio(path);
+        ASSERT_EQ(decoded.channels, 2);
+        const size_t margin = size_t(decoded.sampleRate / 20);
+        const size_t length = decoded.frames() - 2 * margin;
+        EXPECT_GT(medianToneShare(decoded.channel(0, margin, length), decoded.sampleRate, 700.0), 0.95);
+        EXPECT_GT(medianToneShare(decoded.channel(1, margin, length), decoded.sampleRate, 900.0), 0.95);
+    }
+    pactl({QStringLiteral("unload-module"), module});
+}
+
+TEST(Recorder, aDeviceThatDisappearsEndsTheRecordingWithAValidFile)
+{
+    const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                                  QStringLiteral("sink_name=unplugged")});
+    ASSERT_FALSE(module.isEmpty());
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("unplugged.m4a"));
+    const VORLAudioDevice device(QStringLiteral("unplugged.monitor"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("MQ"), true, device);
+    ASSERT_TRUE(file);
+    VORLExtendedAudioFileRecorder recorder(file, device, {0, 1});
+    QSignalSpy failed(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail);
+    QSignalSpy stopped(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop);
+    {
+        TonePlayer tone(QStringLiteral("unplugged"), {kLeftTone, kRightTone});
+        ASSERT_TRUE(recorder.startRecording());
+        QTest::qWait(700);
+    }
+    pactl({QStringLiteral("unload-module"), module});
+    ASSERT_TRUE(stopped.wait(5000));
+    EXPECT_EQ(failed.count(), 1);
+    EXPECT_FALSE(recorder.isFileRecording());
+    EXPECT_TRUE(recorder.errorString().contains(QStringLiteral("gone")))
+        << recorder.errorString().toStdString();
+    EXPECT_FALSE(file->isOpen()) << "the recorder finished the file itself";
+    file->closeFile(); // what the deck does next is harmless
+
+    const ProbedAudio probed = probeAudio(path);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.codec, QStringLiteral("aac"));
+    EXPECT_NEAR(probed.durationSeconds * 1000.0, recorder.currentTime(), 50.0);
+    EXPECT_FALSE(recorder.startRecording()) << "a finished file takes no more";
+}

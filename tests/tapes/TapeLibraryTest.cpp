@@ -1,0 +1,199 @@
+#include "TapeTestFiles.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+class TapeLibraryTest : public ::testing::Test
+{
+protected:
+    QString folder() const { return mDir.path(); }
+    QString path(const QString& name) const { return mDir.filePath(name); }
+
+    /// A tape file committed with notes and a date, so the library can sort it. Its label goes
+    /// into the notes and, when `titled`, the title too (which renames the file).
+    void addTape(const QString& name, const QString& label, const QDateTime& date, bool titled = false)
+    {
+        ASSERT_TRUE(makeTapeFile(path(name)));
+        Tape tape(path(name));
+        tape.setNotes(label);
+        if (titled)
+            tape.setTitle(label);
+        tape.setDate(date);
+        tape.commitAttributes();
+    }
+
+    static QStringList titles(const QList<TapePtr>& tapes)
+    {
+        QStringList list;
+        for (const TapePtr& tape : tapes)
+            list << tape->notes();
+        return list;
+    }
+
+    /// Waits for the watch's coalesced merge (about 0.2 s after the change).
+    static bool waitForMerge(TapeLibraryArrayController& library)
+    {
+        QSignalSpy spy(&library, &TapeLibraryArrayController::folderChanged);
+        return spy.wait(3000);
+    }
+
+    QTemporaryDir mDir;
+};
+
+QDateTime day(int d)
+{
+    return QDateTime(QDate(2012, 3, d), QTime(12, 0));
+}
+
+} // namespace
+
+TEST_F(TapeLibraryTest, ScanKeepsOnlyM4aFilesNewestFirstAndSelectsTheNewest)
+{
+    addTape(QStringLiteral("a.m4a"), QStringLiteral("old"), day(1));
+    addTape(QStringLiteral("z.m4a"), QStringLiteral("new"), day(9));
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("b.M4A"))));
+    QFile text(path(QStringLiteral("c.txt")));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.close();
+    QDir(folder()).mkdir(QStringLiteral("sub.m4a"));
+
+    TapeLibraryArrayController library(folder());
+    EXPECT_EQ(library.soundFileList().size(), 2);
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"new", "old"}));
+    EXPECT_EQ(titles(library.selectedObjects()), QStringList({"new"}));
+    EXPECT_EQ(library.rowCount(), 2);
+    EXPECT_EQ(library.data(library.index(0, FilteringArrayController::QualityColumn)).toString(),
+              QStringLiteral("LQ"));
+}
+
+TEST_F(TapeLibraryTest, MissingFolderGivesAnEmptyLibrary)
+{
+    TapeLibraryArrayController library(path(QStringLiteral("nowhere")));
+    EXPECT_TRUE(library.content().isEmpty());
+    EXPECT_TRUE(library.selectedObjects().isEmpty());
+}
+
+TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)
+{
+    addTape(QStringLiteral("a.m4a"), QStringLiteral("first"), day(1));
+    TapeLibraryArrayController library(folder());
+    library.startMonitoringRecordingDirectory();
+    ASSERT_TRUE(library.isMonitoring());
+
+    addTape(QStringLiteral("b.m4a"), QStringLiteral("second"), day(2));
+    ASSERT_TRUE(waitForMerge(library));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"second", "first"}));
+    EXPECT_EQ(titles(library.selectedObjects()), QStringList({"second"}));
+
+    const TapePtr before = library.arrangedObjects().last();
+    ASSERT_TRUE(QFile::rename(path(QStringLiteral("a.m4a")), path(QStringLiteral("renamed.m4a"))));
+    ASSERT_TRUE(waitForMerge(library));
+    ASSERT_EQ(library.content().size(), 2);
+    EXPECT_NE(library.arrangedObjects().last(), before); // a new tape, tags read again
+    EXPECT_EQ(library.arrangedObjects().last()->filename(), path(QStringLiteral("renamed.m4a")));
+    EXPECT_EQ(library.arrangedObjects().last()->notes(), QStringLiteral("first"));
+
+    QFile::remove(path(QStringLiteral("b.m4a")));
+    ASSERT_TRUE(waitForMerge(library));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"first"}));
+}
+
+TEST_F(TapeLibraryTest, PausedWatchMissesTheRecordingUntilTheNextEventAfterResuming)
+{
+    TapeLibraryArrayController library(folder());
+    library.startMonitoringRecordingDirectory();
+    library.pauseMonitoringRecordingDirectory();
+    addTape(QStringLiteral("recording.m4a"), QStringLiteral("rec"), day(3));
+    QSignalSpy spy(&library, &TapeLibraryArrayController::folderChanged);
+    EXPECT_FALSE(spy.wait(600));
+    EXPECT_TRUE(library.content().isEmpty());
+
+    library.resumeMonitoringRecordingDirectory();
+    addTape(QStringLiteral("other.m4a"), QStringLiteral("other"), day(4));
+    ASSERT_TRUE(waitForMerge(library));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"other", "rec"}));
+}
+
+TEST_F(TapeLibraryTest, SearchAndTapesAddedWhileSearching)
+{
+    // Untitled tapes would match every word, so these carry titles.
+    addTape(QStringLiteral("a.m4a"), QStringLiteral("piano"), day(1), true);
+    addTape(QStringLiteral("b.m4a"), QStringLiteral("guitar"), day(2), true);
+    TapeLibraryArrayController library(folder());
+    library.setFilterString(QStringLiteral("piano"));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"piano"}));
+
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("new.m4a"))));
+    auto recording = std::make_shared<Tape>(path(QStringLiteral("new.m4a")));
+    recording->setNotes(QStringLiteral("drums"));
+    recording->setTitle(QStringLiteral("drums"));
+    recording->setDate(day(5));
+    library.addObject(recording);
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"drums", "piano"}));
+    EXPECT_EQ(library.selectedObjects(), QList<TapePtr>{recording});
+
+    library.setFilterString(QString());
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"drums", "guitar", "piano"}));
+    library.setFilterString(QStringLiteral("piano"));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"piano"}))
+        << "the added list empties without a filter";
+
+    // A date edit re-sorts at once.
+    library.setFilterString(QString());
+    library.arrangedObjects().last()->setDate(day(30));
+    EXPECT_EQ(titles(library.arrangedObjects()).first(), QStringLiteral("piano"));
+}
+
+TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
+{
+    QTemporaryDir elsewhere, other;
+    ASSERT_TRUE(makeTapeFile(elsewhere.filePath(QStringLiteral("take.m4a"))));
+    ASSERT_TRUE(makeTapeFile(other.filePath(QStringLiteral("take.m4a")), {QStringLiteral("MQ"), true, 1.0}));
+    QFile text(elsewhere.filePath(QStringLiteral("readme.txt")));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("hello");
+    text.close();
+
+    TapeLibraryArrayController library(folder());
+    QMimeData textOnly;
+    textOnly.setUrls({QUrl::fromLocalFile(text.fileName())});
+    EXPECT_FALSE(library.canDropMimeData(&textOnly, Qt::CopyAction, 0, 0, {}));
+
+    QMimeData tapes;
+    const QList<QUrl> urls{QUrl::fromLocalFile(elsewhere.filePath(QStringLiteral("take.m4a"))),
+                           QUrl::fromLocalFile(other.filePath(QStringLiteral("take.m4a")))};
+    tapes.setUrls(urls + QList<QUrl>{QUrl::fromLocalFile(text.fileName())});
+    EXPECT_TRUE(library.canDropMimeData(&tapes, Qt::CopyAction, 0, 0, {}));
+    QSignalSpy requested(&library, &TapeLibraryArrayController::importRequested);
+    EXPECT_TRUE(library.dropMimeData(&tapes, Qt::CopyAction, 0, 0, {}));
+    ASSERT_EQ(requested.size(), 1);
+    EXPECT_EQ(requested.first().first().value<QList<QUrl>>(), urls);
+
+    EXPECT_TRUE(library.importTapesIntoLibrary(urls).isEmpty());
+    EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList({"take.m4a"}));
+    // The first of the two same-named files wins.
+    Tape imported(path(QStringLiteral("take.m4a")));
+    imported.setCommitsWhenReleased(false);
+    EXPECT_EQ(imported.quality(), QStringLiteral("LQ"));
+}
+
+TEST_F(TapeLibraryTest, TrashMovesTheFileIntoTheUserTrashAndDropsTheTape)
+{
+    addTape(QStringLiteral("bin.m4a"), QStringLiteral("doomed"), day(1));
+    TapeLibraryArrayController library(folder());
+    ASSERT_EQ(library.content().size(), 1);
+    EXPECT_TRUE(library.moveTapeToTrash(library.content().first()));
+    EXPECT_TRUE(library.content().isEmpty());
+    EXPECT_FALSE(QFile::exists(path(QStringLiteral("bin.m4a"))));
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+
+namespace spindrel::test {
+
+/// Real tape files made by ffmpeg the way the recorder writes them ('moov' last, movie timescale =
+/// sample rate), cached per process so each kind is encoded once and copied after.
+struct TapeFileKind
+{
+    QString quality; // "HQ", "MQ" or "LQ"
+    bool stereo = true;
+    double seconds = 1.0;
+};
+
+/// Copies a tape of that kind to `path`; false when ffmpeg failed.
+bool makeTapeFile(const QString& path, const TapeFileKind& kind = {QStringLiteral("LQ"), true, 1.0});
+
+/// Runs a program; its exit status (-1 when it could not start) and standard output.
+int runProgram(const QString& program, const QStringList& arguments, QByteArray* output = nullptr);
+
+} // namespace spindrel::test
