@@ -1,8 +1,11 @@
+#include "app/AppController.h"
 #include "app/CommandLine.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QGuiApplication>
-#include <QMainWindow>
+#include <QIcon>
+#include <QTimer>
 
 int main(int argc, char** argv)
 {
@@ -24,9 +27,20 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationVersion(QStringLiteral(SPINDREL_VERSION));
-    QMainWindow window;
-    window.setWindowTitle(QStringLiteral("Spindrel"));
-    window.resize(720, 420);
-    window.show();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/spindrel.svg")));
+    // The deck ends the application itself once its window has closed and every tape is written.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    spindrel::AppController controller;
+    QStringList files;
+    for (const QString& argument : arguments.mid(1)) {
+        if (QFileInfo(argument).isFile())
+            files << argument;
+    }
+    QTimer::singleShot(0, &controller, [&controller, files] {
+        controller.applicationDidFinishLaunching();
+        if (!files.isEmpty())
+            controller.openFiles(files);
+    });
     return app.exec();
 }

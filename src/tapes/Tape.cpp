@@ -174,6 +174,12 @@ void Tape::setTapeLetter(const TapeLetter& letter)
     Q_EMIT tapeLetterChanged();
 }
 
+void Tape::setQuality(const QString& quality)
+{
+    mQuality = quality;
+    Q_EMIT headersChanged();
+}
+
 bool Tape::dirty() const
 {
     return mTitleDirty || mNotesDirty || mDateDirty || mArtistDirty || mTapeLetterDirty;

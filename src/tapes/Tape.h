@@ -73,6 +73,8 @@ public:
     void setDate(const QDateTime& date);
     void setArtist(const QString& artist);
     void setTapeLetter(const TapeLetter& letter);
+    /// The quality a recording is made in, before its file can tell.
+    void setQuality(const QString& quality);
 
     bool titleDirty() const { return mTitleDirty; }
     bool notesDirty() const { return mNotesDirty; }

@@ -1,0 +1,113 @@
+#include "app/AppController.h"
+
+#include "app/AboutWindow.h"
+#include "app/PreferencesController.h"
+#include "deck/DeckWindow.h"
+#include "deck/WindowController.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QMenu>
+#include <QSysInfo>
+
+#ifndef SPINDREL_BUILD
+#define SPINDREL_BUILD "0"
+#endif
+#ifndef SPINDREL_SUPPORT_ADDRESS
+#define SPINDREL_SUPPORT_ADDRESS ""
+#endif
+
+namespace spindrel {
+
+AppController::AppController(PreferencesController* preferences, QObject* parent)
+    : QObject(parent),
+      mPreferencesController(preferences ? preferences : &PreferencesController::sharedInstance())
+{
+    mWindowController = std::make_unique<WindowController>(*mPreferencesController);
+    buildMainMenu();
+    mWindowController->showWindow();
+    // Closing the deck ends the application, once the deck has put everything away.
+    connect(mWindowController.get(), &WindowController::windowDidClose, this, [] {
+        if (applicationShouldTerminateAfterLastWindowClosed())
+            QCoreApplication::quit();
+    });
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &AppController::applicationWillTerminate);
+}
+
+AppController::~AppController() = default;
+
+void AppController::applicationDidFinishLaunching()
+{
+    mWindowController->applicationDidFinishLaunching();
+}
+
+void AppController::applicationWillTerminate()
+{
+    if (mWindowController)
+        mWindowController->windowWillClose();
+}
+
+void AppController::openFiles(const QStringList& filenames)
+{
+    QList<QUrl> urls;
+    for (const QString& filename : filenames)
+        urls.append(QUrl::fromLocalFile(QFileInfo(filename).absoluteFilePath()));
+    mWindowController->importTapesIntoLibrary(urls);
+}
+
+QUrl AppController::soundFileURL() const
+{
+    return QUrl::fromLocalFile(soundFilePath());
+}
+
+QString AppController::soundFilePath() const
+{
+    return mPreferencesController->tapeLibraryURL();
+}
+
+QString AppController::currentSystemVersionString()
+{
+    static const QString version = QSysInfo::prettyProductName();
+    return version;
+}
+
+QString AppController::versionText()
+{
+    return QStringLiteral("%1 %2(%3)")
+        .arg(QStringLiteral(SPINDREL_VERSION), QString(), QStringLiteral(SPINDREL_BUILD));
+}
+
+QUrl AppController::feedbackMailURL(const QString& address)
+{
+    const QString subject = tr("Spindrel Feedback: (Enter title here)");
+    const QString body =
+        tr("Here's how I feel about Spindrel:\n\n\n--\n(I'm using Spindrel version %1 with %2.)\n")
+            .arg(versionText(), currentSystemVersionString());
+    const QByteArray url = "mailto:" + QUrl::toPercentEncoding(address, "@") +
+                           "?SUBJECT=" + QUrl::toPercentEncoding(subject) +
+                           "&BODY=" + QUrl::toPercentEncoding(body);
+    return QUrl::fromEncoded(url, QUrl::StrictMode);
+}
+
+void AppController::sendFeedback()
+{
+    // When no mail program takes the URL nothing happens, as with any link.
+    QDesktopServices::openUrl(feedbackMailURL(QStringLiteral(SPINDREL_SUPPORT_ADDRESS)));
+}
+
+void AppController::showPreferences()
+{
+    mPreferencesController->showWindow();
+}
+
+void AppController::showAbout()
+{
+    if (!mAboutWindow)
+        mAboutWindow = new AboutWindow(mWindowController->window());
+    mAboutWindow->show();
+    mAboutWindow->raise();
+    mAboutWindow->activateWindow();
+}
+
+} // namespace spindrel

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "app/AboutWindow.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+#include <memory>
+
+class QMenu;
+
+namespace spindrel {
+
+class PreferencesController;
+class WindowController;
+
+/// The application: makes the preferences and the deck at start, opens files handed to it as
+/// imports, composes the feedback mail and ends when the deck's window closes.
+class AppController : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Makes the preferences controller (`preferences`, or the shared one) and the deck, and
+    /// shows the deck's window.
+    explicit AppController(PreferencesController* preferences = nullptr, QObject* parent = nullptr);
+    ~AppController() override;
+
+    void applicationDidFinishLaunching();
+    void applicationWillTerminate();
+    static bool applicationShouldTerminateAfterLastWindowClosed() { return true; }
+    /// Files handed to the application go into the library.
+    void openFiles(const QStringList& filenames);
+
+    /// The library folder, as a URL and as a path.
+    QUrl soundFileURL() const;
+    QString soundFilePath() const;
+
+    /// The running system's name and version, found once.
+    static QString currentSystemVersionString();
+    /// "1.2 (345)": the version and the build.
+    static QString versionText();
+    /// The mail a user sends to give feedback, as a mailto URL.
+    static QUrl feedbackMailURL(const QString& address);
+    void sendFeedback();
+    void showPreferences();
+    void showAbout();
+
+    WindowController* windowController() const { return mWindowController.get(); }
+    PreferencesController& preferencesController() const { return *mPreferencesController; }
+    QMenu* tapeMenu() const { return mTapeMenu; }
+    AboutWindow* aboutWindow() const { return mAboutWindow; }
+
+private:
+    void buildMainMenu();
+
+    PreferencesController* mPreferencesController;
+    std::unique_ptr<WindowController> mWindowController;
+    QMenu* mTapeMenu = nullptr;
+    QPointer<AboutWindow> mAboutWindow;
+};
+
+} // namespace spindrel

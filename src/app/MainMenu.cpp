@@ -1,0 +1,67 @@
+// The deck window's menu bar.
+#include "app/AppController.h"
+#include "deck/DeckWindow.h"
+#include "deck/WindowController.h"
+
+#include <QAction>
+#include <QKeySequence>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace spindrel {
+
+void AppController::buildMainMenu()
+{
+    WindowController* deck = mWindowController.get();
+    DeckWindow* window = deck->window();
+    QMenuBar* bar = window->menuBar();
+
+    QMenu* file = bar->addMenu(tr("&Spindrel"));
+    file->addAction(tr("About Spindrel"), this, &AppController::showAbout);
+    file->addAction(tr("Preferences…"), QKeySequence::Preferences, this, &AppController::showPreferences);
+    file->addSeparator();
+    file->addAction(tr("Import Tapes…"), QKeySequence(tr("Ctrl+I")), deck, &WindowController::importTapes);
+    QAction* exportItem =
+        file->addAction(tr("Export Tape…"), QKeySequence(tr("Ctrl+E")), deck, [deck] { deck->exportTape(); });
+    file->addSeparator();
+    file->addAction(tr("Quit Spindrel"), QKeySequence::Quit, window, &QWidget::close);
+
+    QMenu* edit = bar->addMenu(tr("&Edit"));
+    edit->addAction(tr("Find"), QKeySequence::Find, deck, &WindowController::performFindPanelAction);
+
+    // The transport keys work on the deck's keyboard map; the menu carries no shortcuts of its own.
+    QMenu* controls = bar->addMenu(tr("&Controls"));
+    controls->addAction(tr("Record"), deck, &WindowController::recordTape);
+    controls->addAction(tr("Play"), deck, &WindowController::playTape);
+    controls->addAction(tr("Stop"), deck, &WindowController::stopTape);
+    controls->addAction(tr("Pause"), deck, &WindowController::pauseTape);
+    controls->addAction(tr("Fast Forward"), deck, &WindowController::fastForwardTape);
+    controls->addAction(tr("Rewind"), deck, &WindowController::rewindTape);
+    controls->addSeparator();
+    controls->addAction(tr("Previous Tape"), QKeySequence(tr("Ctrl+Down")), deck,
+                        &WindowController::previousTape);
+    controls->addAction(tr("Next Tape"), QKeySequence(tr("Ctrl+Up")), deck, &WindowController::nextTape);
+
+    mTapeMenu = bar->addMenu(tr("&Tape"));
+    QAction* reveal =
+        mTapeMenu->addAction(tr("Reveal Tape in Finder"), deck, [deck] { deck->revealInFinder(); });
+    QAction* trash =
+        mTapeMenu->addAction(tr("Move Tape to Trash"), deck, [deck] { deck->moveTapeToTrash(); });
+    mTapeMenu->addAction(tr("Reveal Library in Finder"), deck, &WindowController::revealLibraryInFinder);
+    mTapeMenu->addSeparator();
+    mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
+                         &WindowController::discloseTapes);
+
+    auto validate = [deck, reveal, trash, exportItem] {
+        reveal->setEnabled(deck->validateAction(QStringLiteral("revealInFinder")));
+        trash->setEnabled(deck->validateAction(QStringLiteral("moveTapeToTrash")));
+        exportItem->setEnabled(deck->validateAction(QStringLiteral("exportTape")));
+    };
+    connect(mTapeMenu, &QMenu::aboutToShow, this, validate);
+    connect(file, &QMenu::aboutToShow, this, validate);
+
+    QMenu* help = bar->addMenu(tr("&Help"));
+    help->addAction(tr("Send Feedback…"), this, &AppController::sendFeedback);
+}
+
+} // namespace spindrel

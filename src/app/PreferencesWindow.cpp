@@ -1,0 +1,236 @@
+#include "app/PreferencesWindow.h"
+
+#include "app/PreferencesController.h"
+#include "app/UserDefaults.h"
+#include "app/WhitespaceStrippingValueTransformer.h"
+#include "audio/VORLAudioHardware.h"
+#include "deck/DefaultsKeys.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+namespace spindrel {
+
+namespace K = DefaultsKeys;
+
+PreferencesWindow::PreferencesWindow(PreferencesController& controller, QWidget* parent)
+    : QWidget(parent, Qt::Window), mController(controller)
+{
+    setWindowTitle(tr("Preferences"));
+    setObjectName(QStringLiteral("PreferencesWindow"));
+
+    mToolBar = new QToolBar(this);
+    mToolBar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    QAction* general = mToolBar->addAction(tr("General"), this, [this] { preferencesToolbarPressed(); });
+    QAction* hotKeys = mToolBar->addAction(tr("Hot Keys"), this, [this] { hotkeysToolbarPressed(); });
+    QAction* audio = mToolBar->addAction(tr("Audio"), this, [this] { audioToolbarPressed(); });
+    for (QAction* action : {general, hotKeys, audio})
+        action->setCheckable(true);
+
+    mPanes = new QStackedWidget(this);
+    mPanes->addWidget(makeGeneralPane());
+    mPanes->addWidget(makeHotKeysPane());
+    mPanes->addWidget(makeAudioPane());
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(mToolBar);
+    layout->addWidget(mPanes);
+
+    UserDefaults& defaults = mController.userDefaults();
+    connect(&defaults, &UserDefaults::changed, this, [this](const QString& key) {
+        if (key == K::TapeAuthor && !mAuthorField->hasFocus())
+            mAuthorField->setText(mController.stringForKey(K::TapeAuthor));
+        if (key == K::TapeLibraryLocation)
+            mLibraryLabel->setText(mController.tapeLibraryPath());
+    });
+    refresh();
+    showPane(GeneralPane);
+}
+
+PreferencesWindow::~PreferencesWindow() = default;
+
+QWidget* PreferencesWindow::makeGeneralPane()
+{
+    auto* pane = new QWidget;
+    auto* form = new QFormLayout(pane);
+    form->addRow(boundCheckBox(tr("Play sound effects"), K::PlaySoundEffects));
+    form->addRow(boundCheckBox(tr("Show the deck in the status area"), K::ShowNSStatusItem));
+    form->addRow(boundCheckBox(tr("Record at the sample rate of the quality"), K::SPLockRecordingSampleRate));
+
+    mAuthorField = new QLineEdit(pane);
+    mAuthorField->setObjectName(QStringLiteral("TapeAuthorField"));
+    mAuthorField->setPlaceholderText(tr("Your name"));
+    connect(mAuthorField, &QLineEdit::editingFinished, this, &PreferencesWindow::authorEdited);
+    form->addRow(tr("Author of new tapes:"), mAuthorField);
+
+    auto* library = new QWidget(pane);
+    auto* row = new QHBoxLayout(library);
+    row->setContentsMargins(0, 0, 0, 0);
+    mLibraryLabel = new QLabel(library);
+    mLibraryLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* choose = new QPushButton(tr("Choose…"), library);
+    connect(choose, &QPushButton::clicked, this, &PreferencesWindow::chooseLibraryFolder);
+    row->addWidget(mLibraryLabel, 1);
+    row->addWidget(choose);
+    form->addRow(tr("Tape library:"), library);
+    return pane;
+}
+
+QWidget* PreferencesWindow::makeHotKeysPane()
+{
+    auto* pane = new QWidget;
+    auto* layout = new QVBoxLayout(pane);
+    layout->addWidget(boundCheckBox(tr("Enable global hot keys"), K::EnableHotKeys));
+    // Recording new combinations needs the key-combination panel, which is not built yet.
+    auto* unfinished = new QLabel(tr("Record, Pause and Stop hot keys cannot be changed here yet."), pane);
+    unfinished->setObjectName(QStringLiteral("HotKeysUnfinished"));
+    unfinished->setWordWrap(true);
+    layout->addWidget(unfinished);
+    layout->addStretch(1);
+    return pane;
+}
+
+QWidget* PreferencesWindow::makeAudioPane()
+{
+    auto* pane = new QWidget;
+    auto* form = new QFormLayout(pane);
+    mRecordDevicePopUp = new QComboBox(pane);
+    mRecordDevicePopUp->setObjectName(QStringLiteral("RecordDevicePopUp"));
+    connect(mRecordDevicePopUp, &QComboBox::activated, this, [this](int index) {
+        mController.recordDeviceChanged(mRecordDevicePopUp->itemData(index).toString());
+    });
+    form->addRow(tr("Record from:"), mRecordDevicePopUp);
+
+    mChannelsLabel = new QLabel(pane);
+    mChannelsPopUp = new QComboBox(pane);
+    mChannelsPopUp->setObjectName(QStringLiteral("RecordDeviceChannelsPopUp"));
+    connect(mChannelsPopUp, &QComboBox::activated, this, [this](int index) {
+        QList<unsigned> channels;
+        for (const QVariant& channel : mChannelsPopUp->itemData(index).toList())
+            channels.append(channel.toUInt());
+        mController.recordDeviceChannelsChanged(channels);
+    });
+    form->addRow(mChannelsLabel, mChannelsPopUp);
+
+    mPlaybackDevicePopUp = new QComboBox(pane);
+    mPlaybackDevicePopUp->setObjectName(QStringLiteral("PlaybackDevicePopUp"));
+    connect(mPlaybackDevicePopUp, &QComboBox::activated, this, [this](int index) {
+        mController.playbackDeviceChanged(mPlaybackDevicePopUp->itemData(index).toString());
+    });
+    form->addRow(tr("Play to:"), mPlaybackDevicePopUp);
+    form->addRow(boundCheckBox(tr("Play the input through while recording"), K::EnableSoftwarePlaythrough));
+    return pane;
+}
+
+QCheckBox* PreferencesWindow::boundCheckBox(const QString& title, const QString& key)
+{
+    auto* box = new QCheckBox(title);
+    box->setObjectName(key);
+    mController.observe(key, box, [this, box, key] { box->setChecked(mController.boolForKey(key)); });
+    connect(box, &QCheckBox::toggled, this, [this, key](bool on) { mController.setDefaultsValue(key, on); });
+    return box;
+}
+
+void PreferencesWindow::refresh()
+{
+    populateRecordDevicePopUp();
+    populateRecordDeviceChannelsPopUp();
+    populatePlaybackDevicePopUp();
+    if (!mAuthorField->hasFocus())
+        mAuthorField->setText(mController.stringForKey(K::TapeAuthor));
+    mLibraryLabel->setText(mController.tapeLibraryPath());
+}
+
+namespace {
+
+void populateDevicePopUp(QComboBox* popUp, const QString& automatic, const QList<VORLAudioDevice>& devices,
+                         const QString& storedUID)
+{
+    popUp->clear();
+    popUp->addItem(automatic);
+    popUp->insertSeparator(1);
+    for (const VORLAudioDevice& device : devices)
+        popUp->addItem(device.deviceName(), device.deviceUID());
+    const int stored = storedUID.isEmpty() ? 0 : popUp->findData(storedUID);
+    popUp->setCurrentIndex(std::max(stored, 0));
+}
+
+} // namespace
+
+void PreferencesWindow::populateRecordDevicePopUp()
+{
+    populateDevicePopUp(mRecordDevicePopUp, tr("Default Input Device (Auto)"),
+                        VORLAudioHardware::recordingDevices(), mController.stringForKey(K::RecordDeviceUID));
+}
+
+void PreferencesWindow::populatePlaybackDevicePopUp()
+{
+    populateDevicePopUp(mPlaybackDevicePopUp, tr("Default Output Device (Auto)"),
+                        VORLAudioHardware::playbackDevices(), mController.stringForKey(K::PlaybackDeviceUID));
+}
+
+void PreferencesWindow::populateRecordDeviceChannelsPopUp()
+{
+    const bool stereo = mController.boolForKey(K::RecordingIsStereo);
+    const unsigned count =
+        mController.recordingAudioDevice().numberOfChannelsForDirection(VORLAudioDevice::Input);
+    mChannelsLabel->setText(stereo ? tr("On Channels:") : tr("On Channel:"));
+    mChannelsPopUp->clear();
+    const QList<unsigned> current = mController.recordingAudioDeviceChannels();
+    for (const auto& choice : PreferencesController::channelChoices(count, stereo)) {
+        QVariantList channels;
+        for (unsigned channel : choice.channels)
+            channels.append(channel);
+        mChannelsPopUp->addItem(choice.title, channels);
+        if (choice.channels == current)
+            mChannelsPopUp->setCurrentIndex(mChannelsPopUp->count() - 1);
+    }
+}
+
+void PreferencesWindow::showPane(Pane pane)
+{
+    mPanes->setCurrentIndex(pane);
+    const QList<QAction*> actions = mToolBar->actions();
+    for (int i = 0; i < actions.size(); ++i)
+        actions.at(i)->setChecked(i == pane);
+    // Fit the window to the pane shown, as each pane has its own height.
+    for (int i = 0; i < mPanes->count(); ++i)
+        mPanes->widget(i)->setSizePolicy(QSizePolicy::Preferred,
+                                         i == pane ? QSizePolicy::Preferred : QSizePolicy::Ignored);
+    mPanes->adjustSize();
+    adjustSize();
+}
+
+PreferencesWindow::Pane PreferencesWindow::currentPane() const
+{
+    return Pane(mPanes->currentIndex());
+}
+
+void PreferencesWindow::chooseLibraryFolder()
+{
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("Choose the Tape Library Folder"),
+                                                             mController.tapeLibraryPath());
+    if (!folder.isEmpty())
+        mController.setTapeLibraryURL(folder);
+}
+
+void PreferencesWindow::authorEdited()
+{
+    const QVariant author =
+        WhitespaceStrippingValueTransformer::reverseTransformedValue(mAuthorField->text());
+    mAuthorField->setText(author.toString());
+    mController.setDefaultsValue(K::TapeAuthor, author);
+}
+
+} // namespace spindrel

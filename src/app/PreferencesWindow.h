@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QStackedWidget;
+class QToolBar;
+
+namespace spindrel {
+
+class PreferencesController;
+
+/// The preferences window: general settings, hot keys and audio devices, one pane each, chosen
+/// from the tool bar.
+class PreferencesWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum Pane { GeneralPane, HotKeysPane, AudioPane };
+
+    explicit PreferencesWindow(PreferencesController& controller, QWidget* parent = nullptr);
+    ~PreferencesWindow() override;
+
+    /// Fills the device and channel pop-ups and the controls from the defaults.
+    void refresh();
+    void populateRecordDevicePopUp();
+    void populatePlaybackDevicePopUp();
+    void populateRecordDeviceChannelsPopUp();
+
+    // Tool bar actions: show a pane and fit the window to it.
+    void preferencesToolbarPressed() { showPane(GeneralPane); }
+    void hotkeysToolbarPressed() { showPane(HotKeysPane); }
+    void audioToolbarPressed() { showPane(AudioPane); }
+    void showPane(Pane pane);
+    Pane currentPane() const;
+
+    QComboBox* recordDevicePopUp() const { return mRecordDevicePopUp; }
+    QComboBox* recordDeviceChannelsPopUp() const { return mChannelsPopUp; }
+    QLabel* recordDeviceChannelsLabel() const { return mChannelsLabel; }
+    QComboBox* playbackDevicePopUp() const { return mPlaybackDevicePopUp; }
+    QLineEdit* authorField() const { return mAuthorField; }
+    QLabel* libraryLocationLabel() const { return mLibraryLabel; }
+
+private:
+    QWidget* makeGeneralPane();
+    QWidget* makeHotKeysPane();
+    QWidget* makeAudioPane();
+    QCheckBox* boundCheckBox(const QString& title, const QString& key);
+    void chooseLibraryFolder();
+    void authorEdited();
+
+    PreferencesController& mController;
+    QToolBar* mToolBar = nullptr;
+    QStackedWidget* mPanes = nullptr;
+    QComboBox* mRecordDevicePopUp = nullptr;
+    QComboBox* mChannelsPopUp = nullptr;
+    QLabel* mChannelsLabel = nullptr;
+    QComboBox* mPlaybackDevicePopUp = nullptr;
+    QLineEdit* mAuthorField = nullptr;
+    QLabel* mLibraryLabel = nullptr;
+    bool mPopulating = false;
+};
+
+} // namespace spindrel

@@ -1,0 +1,345 @@
+#include "deck/WindowController.h"
+
+#include "SMC/WindowControllerContext.h"
+#include "audio/VORLAudioInputMeter.h"
+#include "deck/DeckPreferences.h"
+#include "deck/DeckWindow.h"
+#include "deck/DefaultsKeys.h"
+#include "deck/SoundEffectPlayer.h"
+#include "deck/TapeBoxViewController.h"
+#include "foundation/Assertion.h"
+#include "foundation/Log.h"
+#include "hud/HUDView.h"
+#include "hud/KeyboardTransportMap.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QScreen>
+#include <QTimer>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace spindrel {
+
+namespace K = DefaultsKeys;
+
+WindowController::WindowController(DeckPreferences& preferences, QObject* parent)
+    : QObject(parent), mPreferences(preferences)
+{
+    awakeFromNib();
+    windowDidLoad();
+}
+
+WindowController::~WindowController()
+{
+    if (mTapeArrayController)
+        mTapeArrayController->stopMonitoringRecordingDirectory();
+    VORLAudioHardware::sharedInstance()->removeDelegate(this);
+    destroyAudioInputMeter();
+    if (mAudioFilePlayer)
+        mAudioFilePlayer->setDelegate(nullptr);
+    if (mAudioFileRecorder)
+        mAudioFileRecorder->setDelegate(nullptr);
+    // The window's widgets refer to this controller; they go first.
+    delete mWindow;
+    delete mStatusItemMenu;
+}
+
+void WindowController::awakeFromNib()
+{
+    mTapeArrayController = std::make_unique<TapeLibraryArrayController>(mPreferences.tapeLibraryPath());
+    mFSM = std::make_unique<WindowControllerContext>(*this);
+
+    mWindow = new DeckWindow;
+    mHUDView = mWindow->hudView();
+    mSegmentedTapeButtonView = mWindow->buttonView();
+    mTapeView = mWindow->tapeView();
+    buildTransportStrip();
+    buildTapeBox();
+    mTapeArrayController->setSelectionIndex(0);
+
+    connect(mWindow, &DeckWindow::drawerButtonPressed, this, &WindowController::discloseTapes);
+    connect(mWindow, &DeckWindow::closing, this, &WindowController::windowWillClose);
+    connect(mTapeArrayController.get(), &TapeLibraryArrayController::importRequested, this,
+            &WindowController::libraryImportRequested);
+
+    registerDefaults();
+    loadDefaults();
+    observeHUD();
+    setupSoundEffectPlayers();
+    bindTapeView();
+
+    // The initial call loads the newest tape, selected above, into the deck.
+    connect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this,
+            [this] { sendEvent(&WindowControllerContext::tapeChosen); });
+    sendEvent(&WindowControllerContext::tapeChosen);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &WindowController::windowWillClose);
+}
+
+void WindowController::windowDidLoad()
+{
+    mWindow->resize(closedWidth, mWindow->sizeHint().height());
+    if (const QScreen* screen = mWindow->screen()) {
+        QRect frame = mWindow->frameGeometry();
+        frame.moveCenter(screen->availableGeometry().center());
+        mWindow->move(frame.topLeft());
+    }
+    mWindow->setObjectName(QStringLiteral("SpindrelWindow"));
+    VORLAudioHardware::sharedInstance()->addDelegate(this);
+    createAudioInputMeter();
+    mSegmentedTapeButtonView->setFocus();
+}
+
+void WindowController::showWindow()
+{
+    mWindow->show();
+    mWindow->raise();
+    mWindow->activateWindow();
+    mSegmentedTapeButtonView->setFocus();
+}
+
+void WindowController::applicationDidFinishLaunching()
+{
+    mTapeArrayController->startMonitoringRecordingDirectory();
+    mPreferences.observe(K::ShowNSStatusItem, this, [this] {
+        if (mPreferences.boolForKey(K::ShowNSStatusItem))
+            installStatusItem();
+        else
+            removeStatusItem();
+    });
+    mPreferences.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
+    connect(&mPreferences, &DeckPreferences::recordDeviceChangedNotification, this,
+            &WindowController::recordDeviceDidChange);
+    connect(&mPreferences, &DeckPreferences::recordDeviceChannelsChangedNotification, this,
+            &WindowController::recordDeviceChannelsDidChange);
+}
+
+void WindowController::buildTransportStrip()
+{
+    SegmentedTapeButtonView* strip = mSegmentedTapeButtonView;
+    // REC, PLAY, REW, FFWD, STOP and PAUSE with their glyphs; play, rewind and fast-forward
+    // can be held.
+    strip->setUpTransportSegments();
+    QVariant keymap = mPreferences.defaultsValue(KeyboardTransportMap::defaultsKey());
+    if (!keymap.isValid() || keymap.toMap().isEmpty()) {
+        keymap = KeyboardTransportMap::defaultMap();
+        mPreferences.setDefaultsValue(KeyboardTransportMap::defaultsKey(), keymap);
+    }
+    strip->setKeymap(keymap.toMap());
+    const std::array<void (WindowController::*)(), 6> actions{
+        &WindowController::recordTape,      &WindowController::playTape, &WindowController::rewindTape,
+        &WindowController::fastForwardTape, &WindowController::stopTape, &WindowController::pauseTape};
+    connect(strip, &SegmentedTapeButtonView::segmentAction, this, [this, actions](int segment) {
+        if (segment >= 0 && segment < int(actions.size()))
+            (this->*actions[std::size_t(segment)])();
+    });
+}
+
+QVariantMap WindowController::deckDefaults()
+{
+    return {
+        {K::RecordingIsStereo, true},
+        {K::RecordingQuality, QStringLiteral("LQ")},
+        {K::PlaybackVolume, 0.0},
+        {K::EnableSoftwarePlaythrough, false},
+        {K::RecordDeviceChannels, QVariantList{0, 1}},
+        {K::TapeAuthor, systemFullUserName()},
+    };
+}
+
+void WindowController::registerDefaults()
+{
+    mPreferences.registerDefaults(deckDefaults());
+}
+
+void WindowController::loadDefaults()
+{
+    mHUDView->setStereo(mPreferences.boolForKey(K::RecordingIsStereo));
+    mHUDView->setVolume(mPreferences.doubleForKey(K::PlaybackVolume));
+    mHUDView->setQuality(mPreferences.stringForKey(K::RecordingQuality));
+}
+
+void WindowController::observeHUD()
+{
+    auto stereo = [this] { mPreferences.setDefaultsValue(K::RecordingIsStereo, mHUDView->stereo()); };
+    auto quality = [this] { mPreferences.setDefaultsValue(K::RecordingQuality, mHUDView->quality()); };
+    connect(mHUDView, &HUDView::stereoChanged, this, stereo);
+    connect(mHUDView, &HUDView::qualityChanged, this, quality);
+    connect(mHUDView, &HUDView::volumeChanged, this, &WindowController::hudVolumeChanged);
+    connect(mHUDView, &HUDView::positionChanged, this, &WindowController::hudPositionChanged);
+    stereo();
+    quality();
+    hudVolumeChanged();
+    hudPositionChanged();
+    mHUDView->setCanRecordStereo([this] { return mPreferences.recordingAudioDevice().canRecordStereo(); });
+}
+
+void WindowController::hudVolumeChanged()
+{
+    mPreferences.setDefaultsValue(K::PlaybackVolume, double(float(mHUDView->volume())));
+    if (mAudioFilePlayer)
+        mAudioFilePlayer->setPlaybackVolume(mHUDView->volume());
+}
+
+void WindowController::hudPositionChanged()
+{
+    // Only the user's moves seek; the controller's own refreshes set the flag around theirs.
+    if (mUpdatingPositionDisplay || !mAudioFilePlayer)
+        return;
+    const double position = mHUDView->position();
+    mAudioFilePlayer->setCurrentTime(position);
+    mHUDView->setMaxTime(mAudioFilePlayer->maxTime());
+    mHUDView->setTime(position);
+}
+
+void WindowController::bindTapeView()
+{
+    // The view follows the loaded tape and writes its edits back to it.
+    connect(this, &WindowController::selectedTapeChanged, mTapeView,
+            [this] { mTapeView->setTape(mSelectedTape); });
+    mTapeView->setTape(mSelectedTape);
+    connect(mTapeView, &TapeView::revealTapeRequested, this, [this] { revealInFinder(); });
+    connect(mTapeView, &TapeView::shareButtonPressed, this,
+            [this] { showDeckMessage(tr("Sharing tapes is not available yet.")); });
+}
+
+void WindowController::tapeLibraryLocationChanged()
+{
+    for (const TapePtr& tape : mTapeArrayController->content())
+        tape->commitAttributes();
+    mTapeArrayController->setFolderPath(mPreferences.tapeLibraryPath());
+    mTapeArrayController->checkRecordingDirectory();
+}
+
+void WindowController::sendEvent(void (WindowControllerContext::*event)())
+{
+    // While a stopped recorder drains, the run loop turns; events then would re-enter the stop.
+    if (mWaitingForRecorder || mClosed)
+        return;
+    try {
+        ((*mFSM).*event)();
+    } catch (const InternalInconsistency& refused) {
+        // Already logged by the assertion handler; the transport is unchanged.
+        Q_UNUSED(refused);
+    }
+}
+
+QString WindowController::systemFullUserName()
+{
+    if (const passwd* entry = getpwuid(getuid())) {
+        // The full name is the first field of the comment ("Jane Doe,Room 1,...").
+        const QString gecos = QString::fromLocal8Bit(entry->pw_gecos ? entry->pw_gecos : "");
+        const QString name = gecos.section(QLatin1Char(','), 0, 0).trimmed();
+        return name.isEmpty() ? QString::fromLocal8Bit(entry->pw_name) : name;
+    }
+    return qEnvironmentVariable("USER");
+}
+
+QString WindowController::systemOutputDeviceUID()
+{
+    const VORLAudioDevice device = VORLAudioHardware::defaultOutputDevice();
+    if (!device.serverReachable()) {
+        logError(QStringLiteral("WindowController"), QStringLiteral("could not get system output device ID"));
+        return {};
+    }
+    const QString uid = device.sinkName();
+    if (uid.isEmpty()) {
+        logError(QStringLiteral("WindowController"),
+                 QStringLiteral("could not get system output device UID"));
+        return {};
+    }
+    return uid;
+}
+
+void WindowController::createAudioInputMeter()
+{
+    try {
+        mAudioInputMeter = std::make_unique<VORLAudioInputMeter>(mPreferences.recordingAudioDevice(),
+                                                                 mPreferences.recordingAudioDeviceChannels());
+        mAudioInputMeter->start();
+        startLevelMeter(true);
+    } catch (const std::exception& exception) {
+        mAudioInputMeter.reset();
+        logError(QStringLiteral("WindowController"),
+                 QStringLiteral("Could not create the audio input meter."));
+        logError(QStringLiteral("WindowController"),
+                 QStringLiteral("Exception:%1").arg(QString::fromLocal8Bit(exception.what())));
+    }
+}
+
+void WindowController::destroyAudioInputMeter()
+{
+    startLevelMeter(false);
+    if (mAudioInputMeter)
+        mAudioInputMeter->stop();
+    mAudioInputMeter.reset();
+}
+
+void WindowController::defaultInputDeviceDidChange()
+{
+    mPreferences.checkDefaultAudioDevices();
+    destroyAudioInputMeter();
+    createAudioInputMeter();
+}
+
+void WindowController::defaultInputDeviceSampleRateDidChange()
+{
+    destroyAudioInputMeter();
+    createAudioInputMeter();
+}
+
+void WindowController::deviceListDidChange()
+{
+    defaultInputDeviceDidChange();
+}
+
+void WindowController::recordDeviceDidChange()
+{
+    destroyAudioInputMeter();
+    createAudioInputMeter();
+    // Setting the HUD to mono also stores the choice, through the HUD's observation.
+    if (mHUDView->stereo() && !mPreferences.recordingAudioDevice().canRecordStereo())
+        mHUDView->setStereo(false);
+}
+
+void WindowController::recordDeviceChannelsDidChange()
+{
+    recordDeviceDidChange();
+}
+
+void WindowController::windowWillClose()
+{
+    if (mClosed)
+        return;
+    sendEvent(&WindowControllerContext::windowWillClose);
+    mClosed = true;
+    mTapeArrayController->stopMonitoringRecordingDirectory();
+    disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
+    VORLAudioHardware::sharedInstance()->removeDelegate(this);
+    disconnect(&mPreferences, nullptr, this, nullptr);
+    // Files are rewritten below; nothing may be reading them then.
+    destroyTapePlayer();
+    for (const TapePtr& tape : mTapeArrayController->content())
+        tape->commitAttributes();
+    if (mAudioFileRecorder)
+        mAudioFileRecorder->setDelegate(nullptr);
+    mAudioFileRecorder.reset();
+    destroyAudioInputMeter();
+    removeStatusItem();
+    Q_EMIT windowDidClose();
+}
+
+void WindowController::showDeckMessage(const QString& message)
+{
+    mWindow->showMessage(message);
+}
+
+QString WindowController::deckMessage() const
+{
+    return mWindow->message();
+}
+
+} // namespace spindrel

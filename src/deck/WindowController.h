@@ -1,0 +1,283 @@
+#pragma once
+
+#include "SMC/WindowControllerOwner.h"
+#include "audio/VORLAudioHardware.h"
+#include "audio/VORLExtendedAudioFilePlayer.h"
+#include "audio/VORLExtendedAudioFileRecorder.h"
+#include "tapes/Tape.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QSystemTrayIcon>
+#include <QUrl>
+#include <array>
+#include <memory>
+
+class QMenu;
+class QTimer;
+
+namespace spindrel {
+
+class DeckPreferences;
+class DeckWindow;
+class HUDView;
+class SegmentedTapeButtonView;
+class SoundEffectPlayer;
+class TapeBoxViewController;
+class TapeLibraryArrayController;
+class TapeView;
+class VORLAudioInputMeter;
+class WindowControllerContext;
+
+/// The deck: owns the window, the transport machine, the library, the player, the recorder and
+/// the meter, and carries out what the transport asks of it. Everything runs on the main thread.
+///
+/// The operations are spread over source files by role: set-up and observation
+/// (WindowController.cpp), recording (WindowControllerRecording.cpp), playback and the transport
+/// actions (WindowControllerPlayback.cpp), sound effects (WindowControllerSounds.cpp), the tape
+/// box and file operations (WindowControllerLibrary.cpp), the status item and menus
+/// (WindowControllerStatusItem.cpp).
+class WindowController : public QObject,
+                         public WindowControllerOwner,
+                         public VORLAudioHardwareDelegate,
+                         public VORLExtendedAudioFileRecorderDelegate,
+                         public VORLExtendedAudioFilePlayerDelegate
+{
+    Q_OBJECT
+
+public:
+    static constexpr int soundEffectCount = 9;
+    /// Drawer widths in points: the deck alone, and with the tape box open.
+    static constexpr int closedWidth = 390;
+    static constexpr int openWidth = 626;
+    static_assert(openWidth - closedWidth == 236, "the tape box drawer is 236 points wide");
+
+    /// Builds the window and everything in it, and starts the library over the preferences' folder.
+    explicit WindowController(DeckPreferences& preferences, QObject* parent = nullptr);
+    ~WindowController() override;
+
+    DeckWindow* window() const { return mWindow; }
+    void showWindow();
+    /// Connects the deck to the rest of the application: the folder watch, the observed
+    /// defaults and the device notices.
+    void applicationDidFinishLaunching();
+
+    // Transport actions, from buttons, keys, menus and hot keys.
+    void recordTape();
+    void playTape();
+    void stopTape();
+    void pauseTape();
+    void rewindTape();
+    void fastForwardTape();
+    /// An older tape (the list is newest first); beeps at the end of the list.
+    void previousTape();
+    /// A newer tape; beeps at the start of the list.
+    void nextTape();
+    void activateApp();
+
+    // The tape box.
+    void discloseTapes();
+    bool tapesDisclosed() const { return mTapesDisclosed; }
+    /// Filters the library by the search field's text and selects the first row.
+    void search();
+    void performFindPanelAction();
+
+    // File operations. `sender` names the tape to act on (a context-menu item carries its tape).
+    void importTapes();
+    void importTapesIntoLibrary(const QList<QUrl>& urls);
+    void exportTape(QObject* sender = nullptr);
+    /// Copies the tape's file to `destination`; false (and the error shown) when that fails.
+    bool exportTapeToFile(const TapePtr& tape, const QString& destination);
+    void revealInFinder(QObject* sender = nullptr);
+    void revealLibraryInFinder();
+    void moveTapeToTrash(QObject* sender = nullptr);
+    /// The sender itself when it is a tape, else the tape it carries, else the selected tape.
+    TapePtr tapeToOperateOn(QObject* sender) const;
+    /// Whether a menu item with this action may be used now: reveal, trash and export need a
+    /// selected tape with a file and no recording under way.
+    bool validateAction(const QString& action) const;
+
+    // The transport's owner operations.
+    void clearButtons() override;
+    void setSelectedButton(int segment) override;
+    void clearSelectedButton(int segment) override;
+    void playSoundEffect(int sound) override;
+    void stopSoundEffect(int sound) override;
+    bool canSelectTape() override;
+    void selectCurrentTape() override;
+    void clearSelectedTape() override;
+    void createTapePlayer() override;
+    void destroyTapePlayer() override;
+    void clearCurrentTime() override;
+    void startPlayingAudio() override;
+    void stopPlayingAudio() override;
+    void muteAudio() override;
+    void unmuteAudio() override;
+    void setPlaybackSpeed(double speed) override;
+    void startRecordingAudio() override;
+    void pauseRecordingAudio() override;
+    void resumeRecordingAudio() override;
+    void stopRecordingAudio() override;
+    void startHUDUpdates() override { startHUDUpdates(true); }
+    void stopHUDUpdates() override { startHUDUpdates(false); }
+    void startPlayAnimation() override;
+    void stopPlayAnimation() override;
+    void playInsertionAnimation() override;
+    void playRemovalAnimation() override;
+
+    // Recording.
+    static QString fileExtension() { return QStringLiteral("m4a"); }
+    /// A fresh UUID with the extension: 36 characters, a dot and "m4a".
+    static QString newFilename();
+    static QString newTitle();
+    void finalizeRecordedFile();
+    void audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder) override;
+    bool isWaitingForRecorder() const { return mWaitingForRecorder; }
+    bool isRecordingPaused() const { return mRecordingPaused; }
+
+    // The loaded tape.
+    const TapePtr& selectedTape() const { return mSelectedTape; }
+    void setSelectedTape(const TapePtr& tape);
+    /// Writes the loaded tape's edits now, rebuilding the player around the write.
+    void commitDirtyTape();
+
+    // Playback and display refresh.
+    void audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer* player) override;
+    void startHUDUpdates(bool start);
+    void updateHUD();
+    void startLevelMeter(bool start);
+    void updateMeter();
+    double currentPlayTime() const { return mCurrentPlayTime; }
+    void setCurrentPlayTime(double time) { mCurrentPlayTime = time; }
+    double currentRecordTime() const { return mCurrentRecordTime; }
+    void setCurrentRecordTime(double time) { mCurrentRecordTime = time; }
+    // Kept for the transport's vocabulary; the reels already follow the speed.
+    void playRewindAnimation() {}
+    void stopRewindAnimation() {}
+    void playRewindingAudio() {}
+
+    // Sound effects, by the transport's numbers.
+    void setupSoundEffectPlayers();
+    SoundEffectPlayer* soundEffect(int sound) const;
+
+    // Defaults and devices.
+    void registerDefaults();
+    /// What registerDefaults registers.
+    static QVariantMap deckDefaults();
+    void loadDefaults();
+    /// The user's full name from the system (the login name when none is recorded).
+    static QString systemFullUserName();
+    /// The output device for sound effects, or a null string when the sound server has none.
+    static QString systemOutputDeviceUID();
+    void createAudioInputMeter();
+    void destroyAudioInputMeter();
+    void defaultInputDeviceDidChange() override;
+    void defaultInputDeviceSampleRateDidChange() override;
+    void deviceListDidChange() override;
+    void recordDeviceDidChange();
+    void recordDeviceChannelsDidChange();
+
+    // Status item.
+    void installStatusItem();
+    void removeStatusItem();
+    void refreshStatusItemState();
+    QSystemTrayIcon* statusItem() const { return mStatusItem; }
+    QMenu* statusItemMenu() const { return mStatusItemMenu; }
+    /// "spstatus", or "spstatus-recording" while recording.
+    const QString& statusItemImageName() const { return mStatusItemImageName; }
+
+    /// Stops the transport, commits every tape and lets go of the audio objects; the window's
+    /// closing calls it.
+    void windowWillClose();
+
+    /// A failure the user must hear about, shown in the deck until dismissed.
+    void showDeckMessage(const QString& message);
+    QString deckMessage() const;
+
+    // The parts, for the application and for tests.
+    WindowControllerContext& context() const { return *mFSM; }
+    TapeLibraryArrayController& library() const { return *mTapeArrayController; }
+    DeckPreferences& preferences() const { return mPreferences; }
+    HUDView* hudView() const { return mHUDView; }
+    SegmentedTapeButtonView* buttonView() const { return mSegmentedTapeButtonView; }
+    TapeView* tapeView() const { return mTapeView; }
+    TapeBoxViewController* tapeBoxViewController() const { return mTapeBox; }
+    VORLExtendedAudioFilePlayer* audioFilePlayer() const { return mAudioFilePlayer.get(); }
+    VORLExtendedAudioFileRecorder* audioFileRecorder() const { return mAudioFileRecorder.get(); }
+    VORLAudioInputMeter* audioInputMeter() const { return mAudioInputMeter.get(); }
+    bool isHUDUpdating() const { return mHUDTimer != nullptr; }
+    bool isMetering() const { return mMeterTimer != nullptr; }
+
+Q_SIGNALS:
+    /// The loaded tape changed (the cassette shows it).
+    void selectedTapeChanged();
+    /// A recording ended and its tape is in its file.
+    void recordingFinished(const spindrel::TapePtr& tape);
+    /// The window has closed and every tape is committed.
+    void windowDidClose();
+
+private:
+    // Set-up (WindowController.cpp).
+    void awakeFromNib();
+    void windowDidLoad();
+    void buildTransportStrip();
+    void observeHUD();
+    void bindTapeView();
+    void tapeLibraryLocationChanged();
+    void libraryImportRequested(const QList<QUrl>& urls);
+    /// Sends one event to the transport. Events are refused while a stopping recorder drains,
+    /// and an event the transport does not accept is logged, not thrown across the slot.
+    void sendEvent(void (WindowControllerContext::*event)());
+    void hudPositionChanged();
+    void hudVolumeChanged();
+
+    // Recording (WindowControllerRecording.cpp).
+    void recordingFailed(const QString& message);
+    void observeTape(const TapePtr& tape);
+    void stopObservingTape(const TapePtr& tape);
+    void discardUnrecordedTape();
+
+    // Tape box (WindowControllerLibrary.cpp).
+    void buildTapeBox();
+    void presentError(const QString& message);
+    TapePtr tapeForRawPointer(const Tape* tape) const;
+    void tapeBoxMenuAction(int action, const TapePtr& tape);
+
+    // Status item (WindowControllerStatusItem.cpp).
+    void buildStatusItemMenu();
+    void setStatusItemImage(const QString& name);
+
+    DeckPreferences& mPreferences;
+    DeckWindow* mWindow = nullptr; // owned
+    std::unique_ptr<WindowControllerContext> mFSM;
+    std::unique_ptr<TapeLibraryArrayController> mTapeArrayController;
+
+    HUDView* mHUDView = nullptr;
+    SegmentedTapeButtonView* mSegmentedTapeButtonView = nullptr;
+    TapeView* mTapeView = nullptr;
+    TapeBoxViewController* mTapeBox = nullptr;
+
+    TapePtr mSelectedTape;
+    std::unique_ptr<VORLExtendedAudioFileRecorder> mAudioFileRecorder;
+    std::unique_ptr<VORLExtendedAudioFilePlayer> mAudioFilePlayer;
+    std::unique_ptr<VORLAudioInputMeter> mAudioInputMeter;
+    bool mRecordingPaused = false;
+    bool mWaitingForRecorder = false;
+    bool mRecordingUnusable = false; // the recorder could not be made or has failed
+    bool mUpdatingPositionDisplay = false;
+    bool mTapesDisclosed = false;
+    bool mClosed = false;
+    double mCurrentPlayTime = 0.0;
+    double mCurrentRecordTime = 0.0;
+
+    QTimer* mHUDTimer = nullptr;
+    QTimer* mMeterTimer = nullptr;
+    std::array<SoundEffectPlayer*, soundEffectCount> mSoundEffectPlayers{};
+
+    QPointer<QSystemTrayIcon> mStatusItem;
+    QMenu* mStatusItemMenu = nullptr;
+    QString mStatusItemImageName;
+};
+
+} // namespace spindrel

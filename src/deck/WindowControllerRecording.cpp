@@ -1,0 +1,238 @@
+#include "SMC/WindowControllerContext.h"
+#include "audio/VORLExtendedAudioFile.h"
+#include "deck/DeckPreferences.h"
+#include "deck/DefaultsKeys.h"
+#include "deck/NewRecording.h"
+#include "deck/TapeBoxViewController.h"
+#include "deck/WindowController.h"
+#include "foundation/Assertion.h"
+#include "foundation/Log.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QTimer>
+
+namespace spindrel {
+
+namespace K = DefaultsKeys;
+
+QString WindowController::newFilename()
+{
+    return NewRecording::newFilename();
+}
+
+QString WindowController::newTitle()
+{
+    return tr("Untitled");
+}
+
+void WindowController::startRecordingAudio()
+{
+    if (mSelectedTape)
+        handleAssertionFailure("The selected tape was not cleared before beginning a recording",
+                               "WindowController", 1162, __func__);
+    mTapeArrayController->pauseMonitoringRecordingDirectory();
+
+    const QVariant author = mPreferences.defaultsValue(K::TapeAuthor);
+    const TapePtr tape =
+        NewRecording::tapeForRecording(mPreferences.tapeLibraryPath(), newTitle(),
+                                       author.isValid() ? author.toString() : QString(), mHUDView->quality());
+    setSelectedTape(tape);
+    mTapeArrayController->addObject(tape);
+
+    mRecordingUnusable = false;
+    const VORLAudioDevice device = mPreferences.recordingAudioDevice();
+    QString error;
+    mAudioFileRecorder = NewRecording::recorderForTape(
+        *tape, mHUDView->quality(), mHUDView->stereo(), device, mPreferences.recordingAudioDeviceChannels(),
+        mPreferences.boolForKey(K::SPLockRecordingSampleRate), &error);
+    if (mAudioFileRecorder) {
+        mAudioFileRecorder->setDelegate(this);
+        if (mAudioFileRecorder->startRecording()) {
+            // A device that goes away later ends the recording; the recorder keeps what it has.
+            connect(mAudioFileRecorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail, this,
+                    [this](VORLExtendedAudioFileRecorder*, const QString& message) {
+                        recordingFailed(
+                            tr("The recording stopped: %1. What was recorded so far is kept.").arg(message));
+                    });
+        } else {
+            error = mAudioFileRecorder->errorString();
+        }
+    }
+    if (!mAudioFileRecorder || !mAudioFileRecorder->isFileRecording()) {
+        const QString problem = device.inputProblem();
+        recordingFailed(tr("Spindrel could not record: %1")
+                            .arg(!problem.isEmpty()
+                                     ? problem
+                                     : (error.isEmpty() ? tr("the recorder did not start") : error)));
+    }
+
+    setStatusItemImage(QStringLiteral("spstatus-recording"));
+    mHUDView->setRecordingMode(true);
+    mTapeBox->setRecording(true);
+}
+
+void WindowController::recordingFailed(const QString& message)
+{
+    mRecordingUnusable = true;
+    logError(QStringLiteral("WindowController"), message);
+    showDeckMessage(message);
+    // The transport is in the middle of a transition here; the stop comes once it has settled.
+    QTimer::singleShot(0, this, [this] {
+        if (mRecordingUnusable)
+            stopTape();
+    });
+}
+
+void WindowController::pauseRecordingAudio()
+{
+    mRecordingPaused = true;
+    refreshStatusItemState();
+    if (!mAudioFileRecorder)
+        return;
+    // Without a delegate no did-stop notice comes for a pause; the file stays open.
+    mAudioFileRecorder->setDelegate(nullptr);
+    mAudioFileRecorder->stopRecording();
+}
+
+void WindowController::resumeRecordingAudio()
+{
+    mRecordingPaused = false;
+    refreshStatusItemState();
+    if (!mAudioFileRecorder)
+        return;
+    mAudioFileRecorder->setDelegate(this);
+    if (!mAudioFileRecorder->startRecording())
+        recordingFailed(tr("The recording could not go on: %1. What was recorded so far is kept.")
+                            .arg(mAudioFileRecorder->errorString()));
+}
+
+void WindowController::stopRecordingAudio()
+{
+    mWaitingForRecorder = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
+    if (mWaitingForRecorder) {
+        mAudioFileRecorder->stopRecording();
+        // The did-stop notice comes through the main run loop, which keeps turning meanwhile.
+        while (mWaitingForRecorder) {
+            QEventLoop slice;
+            QTimer::singleShot(50, &slice, &QEventLoop::quit);
+            slice.exec(QEventLoop::ExcludeUserInputEvents);
+        }
+    }
+    finalizeRecordedFile();
+    mTapeArrayController->resumeMonitoringRecordingDirectory();
+
+    mRecordingPaused = false;
+    setStatusItemImage(QStringLiteral("spstatus"));
+    refreshStatusItemState();
+    mHUDView->setRecordingMode(false);
+    mTapeBox->setRecording(false);
+}
+
+void WindowController::audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder)
+{
+    if (recorder == mAudioFileRecorder.get())
+        mWaitingForRecorder = false;
+}
+
+void WindowController::finalizeRecordedFile()
+{
+    const double recordedMs = mAudioFileRecorder ? mAudioFileRecorder->currentTime() : 0.0;
+    const std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = std::move(mAudioFileRecorder);
+    if (recorder) {
+        recorder->setDelegate(nullptr);
+        disconnect(recorder.get(), nullptr, this, nullptr);
+    }
+    if (mSelectedTape) {
+        // A recorder that never got going leaves an empty file: that is no tape.
+        if (recorder && mRecordingUnusable && recordedMs <= 0.0) {
+            if (const auto file = recorder->recordFile())
+                file->closeFile();
+            QFile::remove(mSelectedTape->filename());
+        }
+        if (NewRecording::finish(recorder.get(), *mSelectedTape))
+            Q_EMIT recordingFinished(mSelectedTape);
+        else
+            discardUnrecordedTape();
+    }
+    mRecordingUnusable = false;
+    mWaitingForRecorder = false;
+}
+
+void WindowController::discardUnrecordedTape()
+{
+    // Nothing was written: the tape has no file, so it leaves the list rather than linger there.
+    const TapePtr tape = mSelectedTape;
+    setSelectedTape(nullptr);
+    mTapeArrayController->removeObject(tape);
+}
+
+void WindowController::setSelectedTape(const TapePtr& tape)
+{
+    if (tape == mSelectedTape)
+        return;
+    const TapePtr previous = mSelectedTape;
+    if (previous)
+        stopObservingTape(previous);
+    mSelectedTape = tape;
+    if (tape)
+        observeTape(tape);
+    // A tape's edits are written when it is put away.
+    if (previous)
+        previous->commitAttributes();
+    Q_EMIT selectedTapeChanged();
+}
+
+void WindowController::clearSelectedTape()
+{
+    setSelectedTape(nullptr);
+}
+
+void WindowController::selectCurrentTape()
+{
+    const QList<TapePtr> selection = mTapeArrayController->selectedObjects();
+    if (selection.isEmpty())
+        clearSelectedTape();
+    else if (selection.first() != mSelectedTape)
+        setSelectedTape(selection.first());
+}
+
+void WindowController::observeTape(const TapePtr& tape)
+{
+    connect(tape.get(), &Tape::dirtyChanged, this, &WindowController::commitDirtyTape);
+    connect(tape.get(), &Tape::errorOccurred, this,
+            [this](const Error& error) { presentError(error.localizedDescription()); });
+}
+
+void WindowController::stopObservingTape(const TapePtr& tape)
+{
+    disconnect(tape.get(), nullptr, this, nullptr);
+}
+
+void WindowController::commitDirtyTape()
+{
+    if (!mAudioFilePlayer || !mSelectedTape)
+        return;
+    // The file is rewritten while no player holds it; playback resumes where it was.
+    const qint64 frame = mAudioFilePlayer->currentFrame();
+    const double speed = mAudioFilePlayer->playbackSpeed();
+    const bool playing = mAudioFilePlayer->isFilePlaying();
+    if (playing)
+        mAudioFilePlayer->stopFilePlaying();
+    destroyTapePlayer();
+    mSelectedTape->commitAttributes();
+    createTapePlayer();
+    if (!mAudioFilePlayer)
+        return;
+    mAudioFilePlayer->setCurrentFrame(frame);
+    mAudioFilePlayer->setPlaybackSpeed(speed);
+    if (playing)
+        mAudioFilePlayer->startFilePlaying();
+}
+
+} // namespace spindrel

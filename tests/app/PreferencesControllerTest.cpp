@@ -1,0 +1,169 @@
+#include "app/PreferencesController.h"
+
+#include "app/UserDefaults.h"
+#include "app/WhitespaceStrippingValueTransformer.h"
+#include "deck/DefaultsKeys.h"
+
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+namespace K = DefaultsKeys;
+
+namespace {
+
+class PreferencesControllerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        // The folder set-up installs an icon among the user's data: keep it in the test's folder.
+        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
+        mDefaults = openDefaults();
+    }
+
+    std::unique_ptr<UserDefaults> openDefaults()
+    {
+        return std::make_unique<UserDefaults>(std::make_unique<QSettings>(
+            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
+    }
+
+    std::unique_ptr<PreferencesController> makeController()
+    {
+        auto controller = std::make_unique<PreferencesController>(*mDefaults, library());
+        // What the deck registers at its start.
+        mDefaults->registerDefaults(
+            {{K::RecordingIsStereo, true}, {K::RecordDeviceChannels, QVariantList{0, 1}}});
+        return controller;
+    }
+
+    QString library() const { return mFolder.filePath(QStringLiteral("Spindrel")); }
+
+    QTemporaryDir mFolder;
+    std::unique_ptr<UserDefaults> mDefaults;
+};
+
+TEST_F(PreferencesControllerTest, FirstUseRegistersEveryPreferenceAndSetsUpTheLibraryFolder)
+{
+    auto controller = makeController();
+    EXPECT_TRUE(mDefaults->boolForKey(K::PlaySoundEffects));
+    EXPECT_TRUE(mDefaults->boolForKey(K::ShowNSStatusItem));
+    EXPECT_TRUE(mDefaults->boolForKey(K::EnableHotKeys));
+    EXPECT_TRUE(mDefaults->boolForKey(K::SPLockRecordingSampleRate));
+    EXPECT_EQ(controller->recordHotKeyCombo(),
+              (QVariantMap{{QStringLiteral("keyCode"), 26}, {QStringLiteral("modifiers"), 768}}));
+    EXPECT_EQ(controller->pauseHotKeyCombo(),
+              (QVariantMap{{QStringLiteral("keyCode"), 28}, {QStringLiteral("modifiers"), 768}}));
+    EXPECT_EQ(controller->stopHotKeyCombo(),
+              (QVariantMap{{QStringLiteral("keyCode"), 25}, {QStringLiteral("modifiers"), 768}}));
+    EXPECT_FALSE(mDefaults->objectForKey(K::RecordDeviceUID).isValid());
+    EXPECT_FALSE(mDefaults->objectForKey(K::PlaybackDeviceUID).isValid());
+
+    EXPECT_EQ(mDefaults->registeredDefaults().value(K::TapeLibraryLocation).toString(), library());
+    EXPECT_EQ(controller->tapeLibraryURL(), library());
+    EXPECT_TRUE(QFileInfo::exists(library() + QStringLiteral("/sp-welcome.m4a")));
+
+    controller->setTapeLibraryURL(mFolder.filePath(QStringLiteral("Elsewhere")));
+    EXPECT_EQ(controller->tapeLibraryPath(), mFolder.filePath(QStringLiteral("Elsewhere")));
+}
+
+TEST_F(PreferencesControllerTest, TheUpdaterIsQuietForTheFirstThreeLaunchesOnly)
+{
+    for (int launch = 1; launch <= 4; ++launch) {
+        mDefaults = openDefaults();
+        PreferencesController::registerPreferenceDefaults(*mDefaults, library());
+        EXPECT_EQ(mDefaults->integerForKey(K::LaunchCount), launch);
+        EXPECT_EQ(mDefaults->registeredDefaults().contains(K::SUCheckAtStartup), launch < 4)
+            << "launch " << launch;
+        if (launch < 4) {
+            EXPECT_FALSE(mDefaults->boolForKey(K::SUCheckAtStartup));
+        }
+    }
+}
+
+TEST_F(PreferencesControllerTest, ChannelChoicesOfAFiveChannelDevice)
+{
+    QStringList stereo;
+    for (const auto& choice : PreferencesController::channelChoices(5, true))
+        stereo << choice.title;
+    EXPECT_EQ(stereo, (QStringList{QStringLiteral("1-2"), QStringLiteral("3-4")}));
+    EXPECT_EQ(PreferencesController::channelChoices(5, true).at(1).channels, (QList<unsigned>{2, 3}));
+
+    QStringList mono;
+    for (const auto& choice : PreferencesController::channelChoices(5, false))
+        mono << choice.title;
+    EXPECT_EQ(mono, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3"),
+                                 QStringLiteral("4"), QStringLiteral("5")}));
+    EXPECT_EQ(PreferencesController::channelChoices(5, false).at(4).channels, (QList<unsigned>{4}));
+    EXPECT_TRUE(PreferencesController::channelChoices(1, true).isEmpty());
+}
+
+TEST_F(PreferencesControllerTest, SwitchingStereoFitsTheStoredChannelsAndAnnouncesThem)
+{
+    auto controller = makeController();
+    QSignalSpy announced(controller.get(), &DeckPreferences::recordDeviceChannelsChangedNotification);
+    controller->recordDeviceChannelsChanged({2, 3});
+    EXPECT_EQ(announced.count(), 1);
+
+    mDefaults->setObject(false, K::RecordingIsStereo);
+    EXPECT_EQ(mDefaults->integerArrayForKey(K::RecordDeviceChannels), (QList<int>{2}));
+    EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{2}));
+    EXPECT_EQ(announced.count(), 2);
+
+    controller->recordDeviceChannelsChanged({3});
+    mDefaults->setObject(true, K::RecordingIsStereo);
+    EXPECT_EQ(mDefaults->integerArrayForKey(K::RecordDeviceChannels), (QList<int>{2, 3}));
+    EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{2, 3}));
+}
+
+TEST_F(PreferencesControllerTest, MonoRecordsTheFirstOfStoredChannels)
+{
+    auto controller = makeController();
+    mDefaults->setObject(false, K::RecordingIsStereo);
+    mDefaults->setObject(QVariantList{4, 5}, K::RecordDeviceChannels);
+    EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{4}));
+}
+
+TEST_F(PreferencesControllerTest, ANewRecordDeviceStartsFromTheDefaultChannels)
+{
+    auto controller = makeController();
+    controller->recordDeviceChannelsChanged({2, 3});
+    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
+    controller->recordDeviceChanged(QStringLiteral("usb-interface.analog-surround-40"));
+    EXPECT_EQ(deviceChanged.count(), 1);
+    EXPECT_EQ(mDefaults->stringForKey(K::RecordDeviceUID),
+              QStringLiteral("usb-interface.analog-surround-40"));
+    EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{0, 1}));
+
+    // The automatic choice forgets the device.
+    controller->recordDeviceChanged(QString());
+    EXPECT_FALSE(mDefaults->hasStoredValue(K::RecordDeviceUID));
+}
+
+TEST_F(PreferencesControllerTest, APlaybackDeviceIsStoredWithoutAnnouncement)
+{
+    auto controller = makeController();
+    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
+    QSignalSpy channelsChanged(controller.get(), &DeckPreferences::recordDeviceChannelsChangedNotification);
+    controller->playbackDeviceChanged(QStringLiteral("spk"));
+    EXPECT_EQ(mDefaults->stringForKey(K::PlaybackDeviceUID), QStringLiteral("spk"));
+    EXPECT_EQ(deviceChanged.count() + channelsChanged.count(), 0);
+}
+
+TEST(WhitespaceStrippingValueTransformerTest, TrimsTextBothWaysAndPassesOtherValues)
+{
+    EXPECT_EQ(
+        WhitespaceStrippingValueTransformer::transformedValue(QStringLiteral("  Jane Doe \n\t")).toString(),
+        QStringLiteral("Jane Doe"));
+    EXPECT_EQ(
+        WhitespaceStrippingValueTransformer::reverseTransformedValue(QStringLiteral("\nAnn")).toString(),
+        QStringLiteral("Ann"));
+    EXPECT_EQ(WhitespaceStrippingValueTransformer::transformedValue(QStringLiteral("a  b")).toString(),
+              QStringLiteral("a  b"));
+    EXPECT_EQ(WhitespaceStrippingValueTransformer::transformedValue(42), QVariant(42));
+    EXPECT_FALSE(WhitespaceStrippingValueTransformer::transformedValue(QVariant()).isValid());
+}
+
+} // namespace

@@ -1,0 +1,142 @@
+#include "app/PreferencesWindow.h"
+
+#include "app/PreferencesController.h"
+#include "app/UserDefaults.h"
+#include "deck/DefaultsKeys.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+namespace K = DefaultsKeys;
+
+namespace {
+
+class PreferencesWindowTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
+        mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
+            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
+        mController =
+            std::make_unique<PreferencesController>(*mDefaults, mFolder.filePath(QStringLiteral("Library")));
+        mDefaults->registerDefaults(
+            {{K::RecordingIsStereo, true}, {K::RecordDeviceChannels, QVariantList{0, 1}}});
+        mController->showWindow();
+        mWindow = mController->window();
+        ASSERT_NE(mWindow, nullptr);
+    }
+
+    static QStringList titles(const QComboBox* popUp)
+    {
+        QStringList items;
+        for (int i = 0; i < popUp->count(); ++i)
+            items << popUp->itemText(i);
+        return items;
+    }
+
+    QTemporaryDir mFolder;
+    std::unique_ptr<UserDefaults> mDefaults;
+    std::unique_ptr<PreferencesController> mController;
+    PreferencesWindow* mWindow = nullptr;
+};
+
+TEST_F(PreferencesWindowTest, TheDevicePopUpsOfferAutomaticThenTheServersDevices)
+{
+    EXPECT_EQ(mWindow->windowTitle(), QStringLiteral("Preferences"));
+    QComboBox* record = mWindow->recordDevicePopUp();
+    ASSERT_GE(record->count(), 3);
+    EXPECT_EQ(record->itemText(0), QStringLiteral("Default Input Device (Auto)"));
+    EXPECT_FALSE(record->itemData(0).isValid());
+    EXPECT_EQ(record->currentIndex(), 0);
+    const int vmic = record->findData(QStringLiteral("vmic"));
+    ASSERT_GT(vmic, 1) << "the real input comes after the separator";
+
+    QComboBox* playback = mWindow->playbackDevicePopUp();
+    EXPECT_EQ(playback->itemText(0), QStringLiteral("Default Output Device (Auto)"));
+    EXPECT_GT(playback->findData(QStringLiteral("spk")), 1);
+
+    // Choosing a device stores it and tells the deck; a playback device is only stored.
+    QSignalSpy recordDevice(mController.get(), &DeckPreferences::recordDeviceChangedNotification);
+    Q_EMIT record->activated(vmic);
+    EXPECT_EQ(mDefaults->stringForKey(K::RecordDeviceUID), QStringLiteral("vmic"));
+    EXPECT_EQ(recordDevice.count(), 1);
+    const int spk = playback->findData(QStringLiteral("spk"));
+    Q_EMIT playback->activated(spk);
+    EXPECT_EQ(mDefaults->stringForKey(K::PlaybackDeviceUID), QStringLiteral("spk"));
+    EXPECT_EQ(recordDevice.count(), 1);
+
+    mController->showWindow();
+    EXPECT_EQ(mWindow->recordDevicePopUp()->currentIndex(),
+              mWindow->recordDevicePopUp()->findData(QStringLiteral("vmic")));
+}
+
+TEST_F(PreferencesWindowTest, TheChannelPopUpFollowsStereo)
+{
+    // The test input has two channels.
+    EXPECT_EQ(mWindow->recordDeviceChannelsLabel()->text(), QStringLiteral("On Channels:"));
+    EXPECT_EQ(titles(mWindow->recordDeviceChannelsPopUp()), QStringList{QStringLiteral("1-2")});
+    mDefaults->setObject(false, K::RecordingIsStereo);
+    EXPECT_EQ(mWindow->recordDeviceChannelsLabel()->text(), QStringLiteral("On Channel:"));
+    EXPECT_EQ(titles(mWindow->recordDeviceChannelsPopUp()),
+              (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
+    EXPECT_EQ(mWindow->recordDeviceChannelsPopUp()->currentIndex(), 0);
+
+    QSignalSpy channels(mController.get(), &DeckPreferences::recordDeviceChannelsChangedNotification);
+    Q_EMIT mWindow->recordDeviceChannelsPopUp()->activated(1);
+    EXPECT_EQ(mDefaults->integerArrayForKey(K::RecordDeviceChannels), QList<int>{1});
+    EXPECT_EQ(channels.count(), 1);
+}
+
+TEST_F(PreferencesWindowTest, AnUnpluggedDeviceIsForgottenAtTheNextDeviceNotice)
+{
+    QSignalSpy recordDevice(mController.get(), &DeckPreferences::recordDeviceChangedNotification);
+    mDefaults->setObject(QStringLiteral("vmic"), K::RecordDeviceUID);
+    mDefaults->setObject(QStringLiteral("spk"), K::PlaybackDeviceUID);
+    mController->checkDefaultAudioDevices();
+    EXPECT_EQ(mDefaults->stringForKey(K::RecordDeviceUID), QStringLiteral("vmic"));
+    EXPECT_EQ(recordDevice.count(), 0);
+
+    mDefaults->setObject(QStringLiteral("unplugged-usb-microphone"), K::RecordDeviceUID);
+    mDefaults->setObject(QStringLiteral("unplugged-usb-speaker"), K::PlaybackDeviceUID);
+    mController->checkDefaultAudioDevices();
+    EXPECT_FALSE(mDefaults->hasStoredValue(K::RecordDeviceUID));
+    EXPECT_FALSE(mDefaults->hasStoredValue(K::PlaybackDeviceUID));
+    EXPECT_EQ(recordDevice.count(), 1);
+    EXPECT_EQ(mController->recordingAudioDevice().deviceUID(), QStringLiteral("vmic")) << "the default input";
+    EXPECT_EQ(mWindow->recordDevicePopUp()->currentIndex(), 0);
+}
+
+TEST_F(PreferencesWindowTest, ChecksFieldsAndPanesWriteTheDefaults)
+{
+    auto* soundEffects = mWindow->findChild<QCheckBox*>(K::PlaySoundEffects);
+    ASSERT_NE(soundEffects, nullptr);
+    EXPECT_TRUE(soundEffects->isChecked());
+    soundEffects->click();
+    EXPECT_FALSE(mDefaults->boolForKey(K::PlaySoundEffects));
+    mDefaults->setObject(true, K::PlaySoundEffects);
+    EXPECT_TRUE(soundEffects->isChecked());
+
+    QLineEdit* author = mWindow->authorField();
+    author->setText(QStringLiteral("  Jane Doe \t"));
+    Q_EMIT author->editingFinished();
+    EXPECT_EQ(mDefaults->stringForKey(K::TapeAuthor), QStringLiteral("Jane Doe"));
+    EXPECT_EQ(author->text(), QStringLiteral("Jane Doe"));
+
+    EXPECT_EQ(mWindow->currentPane(), PreferencesWindow::GeneralPane);
+    mWindow->audioToolbarPressed();
+    EXPECT_EQ(mWindow->currentPane(), PreferencesWindow::AudioPane);
+    mWindow->hotkeysToolbarPressed();
+    EXPECT_EQ(mWindow->currentPane(), PreferencesWindow::HotKeysPane);
+    EXPECT_NE(mWindow->findChild<QCheckBox*>(K::EnableHotKeys), nullptr);
+}
+
+} // namespace

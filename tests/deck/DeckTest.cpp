@@ -1,0 +1,111 @@
+#include "DeckTest.h"
+
+#include "SMC/SMCState.h"
+#include "SMC/WindowControllerContext.h"
+#include "deck/DeckWindow.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
+#include "tapes/Tape.h"
+#include "tapes/TapeTestFiles.h"
+
+#include <QDir>
+#include <QTest>
+
+namespace spindrel::test {
+
+void DeckTest::SetUp()
+{
+    ASSERT_TRUE(mFolder.isValid());
+    mLibraryPath = mFolder.filePath(QStringLiteral("Library"));
+    ASSERT_TRUE(QDir().mkpath(mLibraryPath));
+    mPreferences = std::make_unique<TestPreferences>(mLibraryPath);
+}
+
+void DeckTest::TearDown()
+{
+    if (mTone) {
+        mTone->kill();
+        mTone->waitForFinished();
+    }
+    if (mDeck)
+        closeDeck();
+    mDeck.reset();
+}
+
+WindowController& DeckTest::openDeck()
+{
+    mDeck = std::make_unique<WindowController>(*mPreferences);
+    mDeck->showWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(mDeck->window()));
+    mDeck->applicationDidFinishLaunching();
+    return *mDeck;
+}
+
+void DeckTest::closeDeck()
+{
+    mDeck->window()->close();
+}
+
+QString DeckTest::addTape(const QString& title, const QDateTime& date, double seconds, const QString& notes)
+{
+    const QString path = mLibraryPath + QLatin1Char('/') + title + QStringLiteral(".m4a");
+    EXPECT_TRUE(makeTapeFile(path, {QStringLiteral("LQ"), true, seconds}));
+    Tape tape(path);
+    tape.setTitle(title);
+    tape.setDate(date);
+    if (!notes.isNull())
+        tape.setNotes(notes);
+    tape.commitAttributes();
+    return tape.filename();
+}
+
+void DeckTest::feedTone(double seconds)
+{
+    const QString tone = mFolder.filePath(QStringLiteral("tone-%1.wav").arg(seconds));
+    if (!QFile::exists(tone)) {
+        ASSERT_EQ(runProgram(QStringLiteral("sox"),
+                             {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("44100"),
+                              QStringLiteral("-c"), QStringLiteral("2"), tone, QStringLiteral("synth"),
+                              QString::number(seconds), QStringLiteral("sine"), QStringLiteral("440")}),
+                  0);
+    }
+    if (mTone) {
+        mTone->kill();
+        mTone->waitForFinished();
+    }
+    mTone = std::make_unique<QProcess>();
+    mTone->start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
+    ASSERT_TRUE(mTone->waitForStarted());
+}
+
+QString DeckTest::state() const
+{
+    const SMCState* current = mDeck->context().state();
+    return current ? current->name() : QString();
+}
+
+bool DeckTest::waitFor(const std::function<bool()>& condition, int timeoutMs)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition()) {
+        if (clock.elapsed() > timeoutMs)
+            return false;
+        QTest::qWait(20);
+    }
+    return true;
+}
+
+void DeckTest::clickSegment(int segment)
+{
+    SegmentedTapeButtonView* strip = mDeck->buttonView();
+    QTest::mouseClick(strip, Qt::LeftButton, {}, strip->rectForSegment(segment).center().toPoint());
+}
+
+QStringList DeckTest::libraryFiles() const
+{
+    return QDir(mLibraryPath).entryList({QStringLiteral("*.m4a")}, QDir::Files, QDir::Name);
+}
+
+} // namespace spindrel::test

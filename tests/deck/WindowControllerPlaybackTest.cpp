@@ -1,0 +1,229 @@
+#include "DeckTest.h"
+#include "deck/SoundEffectPlayer.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+using namespace spindrel;
+using namespace spindrel::test;
+namespace K = DefaultsKeys;
+
+namespace {
+
+class PlaybackTest : public DeckTest
+{
+protected:
+    /// A deck with one tape of `seconds` loaded.
+    WindowController& openWithTape(double seconds = 6.0)
+    {
+        mTapePath =
+            addTape(QStringLiteral("Piano lesson"), QDateTime(QDate(2012, 3, 4), QTime(10, 15)), seconds);
+        WindowController& deck = openDeck();
+        EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+        return deck;
+    }
+
+    double speed() const { return mDeck->audioFilePlayer()->playbackSpeed(); }
+
+    QString mTapePath;
+};
+
+TEST_F(PlaybackTest, PlayRunsTheTapeWithTheHUDFollowingAndTheEndStopsIt)
+{
+    WindowController& deck = openWithTape(2.0);
+    ASSERT_NE(deck.audioFilePlayer(), nullptr);
+    EXPECT_EQ(deck.tapeView()->tape(), deck.selectedTape());
+
+    clickSegment(1);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_TRUE(deck.tapeView()->isRotating());
+    EXPECT_DOUBLE_EQ(deck.tapeView()->rotationSpeed(), 1.0);
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 300.0; }));
+    EXPECT_NEAR(deck.hudView()->maxTime(), 2000.0, 50.0);
+    EXPECT_DOUBLE_EQ(deck.hudView()->position(), deck.hudView()->time());
+
+    // Playing off the end is a stop.
+    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 6000));
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_FALSE(deck.tapeView()->isRotating());
+    EXPECT_FALSE(deck.isHUDUpdating());
+}
+
+TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
+{
+    WindowController& deck = openWithTape();
+    mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
+
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::FastForwarding"));
+    EXPECT_DOUBLE_EQ(speed(), 8.0);
+    EXPECT_DOUBLE_EQ(deck.tapeView()->rotationSpeed(), 8.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackLevel(), 0.0) << "winding is silent";
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(3));
+    deck.fastForwardTape(); // the latched key is released
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_DOUBLE_EQ(speed(), 1.0);
+
+    deck.rewindTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Rewinding"));
+    EXPECT_DOUBLE_EQ(speed(), -8.0);
+    deck.fastForwardTape(); // switches straight to winding forward
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::FastForwarding"));
+    deck.fastForwardTape();
+
+    deck.playTape();
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Cueing"));
+    EXPECT_DOUBLE_EQ(speed(), 2.0);
+    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_DOUBLE_EQ(speed(), 1.0);
+
+    deck.rewindTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Reviewing"));
+    EXPECT_DOUBLE_EQ(speed(), -2.0);
+    deck.rewindTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+
+    deck.pauseTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(5));
+    deck.pauseTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
+
+    deck.stopTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
+}
+
+TEST_F(PlaybackTest, AnEventTheTransportRefusesChangesNothing)
+{
+    WindowController& deck = openWithTape();
+    deck.playTape();
+    // A latched fast-forward key while playing makes the next press a release, which the
+    // transport refuses in this state; the deck logs that and carries on.
+    deck.buttonView()->setSelectedSegment(3);
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
+}
+
+TEST_F(PlaybackTest, MovingTheHUDPositionSeeksAndTheDecksOwnUpdatesDoNot)
+{
+    WindowController& deck = openWithTape();
+    deck.playTape();
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 200.0; }));
+    deck.hudView()->setPosition(4000.0);
+    EXPECT_NEAR(deck.audioFilePlayer()->currentTime(), 4000.0, 100.0);
+    EXPECT_NEAR(deck.hudView()->time(), 4000.0, 100.0);
+    // The refreshes move the position on without pulling playback back.
+    QTest::qWait(400);
+    EXPECT_GT(deck.audioFilePlayer()->currentTime(), 4100.0);
+}
+
+TEST_F(PlaybackTest, TheHUDVolumeIsStoredAndReachesThePlayer)
+{
+    WindowController& deck = openWithTape();
+    deck.hudView()->setVolume(-10.0);
+    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), -10.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
+    // Leaving fast-forward restores the volume, which lifts the winding's mute.
+    deck.fastForwardTape();
+    deck.fastForwardTape();
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
+}
+
+TEST_F(PlaybackTest, ANewTitleRewritesTheFileWhilePlaybackGoesOnAtTheSamePlaceAndSpeed)
+{
+    WindowController& deck = openWithTape();
+    deck.playTape();
+    deck.fastForwardTape();
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Cueing"));
+    ASSERT_TRUE(waitFor([&] { return deck.audioFilePlayer()->currentTime() > 600.0; }));
+    const qint64 frameBefore = deck.audioFilePlayer()->currentFrame();
+
+    deck.selectedTape()->setTitle(QStringLiteral("Piano lesson, second week"));
+
+    const QString renamed = mLibraryPath + QStringLiteral("/[2012-03-04] Piano lesson, second week.m4a");
+    EXPECT_EQ(deck.selectedTape()->filename(), renamed);
+    EXPECT_TRUE(QFileInfo::exists(renamed));
+    EXPECT_FALSE(QFileInfo::exists(mTapePath));
+    ASSERT_NE(deck.audioFilePlayer(), nullptr);
+    EXPECT_EQ(deck.audioFilePlayer()->filename(), renamed) << "the player is rebuilt around the write";
+    EXPECT_GE(deck.audioFilePlayer()->currentFrame(), frameBefore);
+    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
+    EXPECT_DOUBLE_EQ(speed(), 2.0);
+    EXPECT_FALSE(deck.selectedTape()->dirty());
+}
+
+TEST_F(PlaybackTest, PreviousAndNextWalkTheListAndBeepAtItsEnds)
+{
+    addTape(QStringLiteral("Oldest"), QDateTime(QDate(2011, 1, 1), QTime(9, 0)));
+    addTape(QStringLiteral("Middle"), QDateTime(QDate(2012, 1, 1), QTime(9, 0)));
+    addTape(QStringLiteral("Newest"), QDateTime(QDate(2013, 1, 1), QTime(9, 0)));
+    WindowController& deck = openDeck();
+    ASSERT_EQ(deck.selectedTape()->title(), QStringLiteral("Newest"));
+
+    deck.nextTape(); // already the newest
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newest"));
+    deck.previousTape();
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Middle"));
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    deck.previousTape();
+    deck.previousTape(); // already the oldest
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Oldest"));
+    deck.nextTape();
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Middle"));
+
+    deck.library().setSelectionIndex(-1);
+    EXPECT_EQ(deck.selectedTape(), nullptr);
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    deck.previousTape(); // nothing selected
+    EXPECT_TRUE(deck.library().selectedObjects().isEmpty());
+}
+
+TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStops)
+{
+    // Long enough to wind for a while at eight times the speed.
+    WindowController& deck = openWithTape(30.0);
+    SoundEffectPlayer* winding = deck.soundEffect(0);
+    SoundEffectPlayer* press = deck.soundEffect(1);
+    ASSERT_TRUE(winding && press);
+    EXPECT_TRUE(winding->loops());
+    EXPECT_FALSE(press->loops());
+
+    mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
+    deck.fastForwardTape();
+    EXPECT_EQ(winding->startCount(), 0);
+    deck.fastForwardTape();
+
+    mPreferences->setDefaultsValue(K::PlaySoundEffects, true);
+    deck.fastForwardTape();
+    EXPECT_TRUE(winding->isPlaying());
+    EXPECT_EQ(press->startCount(), 1);
+    // Released and pressed again while the key's sound still plays: it is not started over.
+    deck.fastForwardTape();
+    deck.fastForwardTape();
+    EXPECT_EQ(press->startCount(), 1);
+    EXPECT_EQ(deck.soundEffect(2)->startCount(), 1) << "the keys sprang back once";
+    // The winding noise loops for as long as the tape winds.
+    QTest::qWait(1500);
+    EXPECT_TRUE(winding->isPlaying());
+
+    mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_FALSE(winding->isPlaying());
+}
+
+} // namespace

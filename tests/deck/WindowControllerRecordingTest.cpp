@@ -1,0 +1,217 @@
+#include "DeckTest.h"
+#include "MP4Tags/MP4Tags.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeView.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QDir>
+#include <QMenu>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace spindrel;
+using namespace spindrel::test;
+namespace K = DefaultsKeys;
+
+namespace {
+
+const QRegularExpression
+    kUUIDName(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.m4a$"));
+
+QString todaysName(const QString& title)
+{
+    return QDate::currentDate().toString(QStringLiteral("[yyyy-MM-dd] ")) + title + QStringLiteral(".m4a");
+}
+
+class RecordingTest : public DeckTest
+{
+protected:
+    /// Presses STOP and waits for the deck to load the finished tape.
+    void stopAndWait()
+    {
+        clickSegment(4);
+        ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }));
+    }
+};
+
+TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterItsDate)
+{
+    mPreferences->setDefaultsValue(K::TapeAuthor, QStringLiteral("Test Author"));
+    WindowController& deck = openDeck();
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    feedTone(8.0);
+
+    clickSegment(0);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    ASSERT_NE(deck.audioFileRecorder(), nullptr);
+    EXPECT_TRUE(deck.audioFileRecorder()->isFileRecording());
+    const TapePtr tape = deck.selectedTape();
+    ASSERT_NE(tape, nullptr);
+    EXPECT_TRUE(kUUIDName.match(QFileInfo(tape->filename()).fileName()).hasMatch()) << tape->filename();
+    EXPECT_EQ(QFileInfo(tape->filename()).absolutePath(), mLibraryPath);
+    EXPECT_EQ(deck.library().content(), QList<TapePtr>{tape});
+    EXPECT_EQ(deck.library().selectedObjects(), QList<TapePtr>{tape});
+    EXPECT_EQ(tape->title(), QStringLiteral("Untitled"));
+    EXPECT_EQ(tape->tapeLetter().letter(), QStringLiteral("A"));
+    EXPECT_EQ(tape->quality(), QStringLiteral("LQ"));
+    EXPECT_FALSE(deck.library().isMonitoring());
+    EXPECT_TRUE(deck.hudView()->recordingMode());
+    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus-recording"));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(0));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(1));
+
+    // The HUD follows the recorder's time.
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 500.0; }));
+    const double earlier = deck.hudView()->time();
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > earlier + 500.0; }));
+
+    stopAndWait();
+    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    EXPECT_FALSE(deck.isWaitingForRecorder());
+    EXPECT_EQ(deck.selectedTape(), tape);
+    EXPECT_EQ(QFileInfo(tape->filename()).fileName(), todaysName(QStringLiteral("Untitled")));
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    EXPECT_GT(tape->duration(), 0.8);
+    EXPECT_TRUE(deck.library().isMonitoring());
+    EXPECT_FALSE(deck.hudView()->recordingMode());
+    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus"));
+    EXPECT_NE(deck.audioFilePlayer(), nullptr) << "the recording is loaded for playing";
+
+    const auto tags = MP4Tags::fromFile(tape->filename());
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
+    EXPECT_EQ(tags->artist().value_or(QString()), QStringLiteral("Test Author"));
+    EXPECT_FALSE(tags->coverArt().value_or(QByteArray()).isEmpty());
+}
+
+TEST_F(RecordingTest, TheRecordKeyRecordsAndTheStopKeyStops)
+{
+    WindowController& deck = openDeck();
+    feedTone(6.0);
+    deck.buttonView()->setFocus();
+    QTest::keyClick(deck.buttonView(), Qt::Key_Z);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    ASSERT_TRUE(
+        waitFor([&] { return deck.audioFileRecorder() && deck.audioFileRecorder()->currentTime() > 500.0; }));
+    QTest::keyClick(deck.buttonView(), Qt::Key_B);
+    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }));
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+}
+
+TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesNotWait)
+{
+    WindowController& deck = openDeck();
+    deck.installStatusItem();
+    feedTone(10.0);
+    clickSegment(0);
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
+
+    clickSegment(5);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    EXPECT_TRUE(deck.isRecordingPaused());
+    EXPECT_FALSE(deck.audioFileRecorder()->isFileRecording());
+    const auto pauseItem = [&] {
+        for (QAction* item : deck.statusItemMenu()->actions()) {
+            if (item->text() == QLatin1String("Pause"))
+                return item;
+        }
+        return static_cast<QAction*>(nullptr);
+    }();
+    ASSERT_NE(pauseItem, nullptr);
+    EXPECT_TRUE(pauseItem->isChecked());
+    const QString file = deck.selectedTape()->filename();
+
+    clickSegment(5);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    EXPECT_FALSE(pauseItem->isChecked());
+    EXPECT_EQ(deck.selectedTape()->filename(), file);
+    const double resumedAt = deck.audioFileRecorder()->currentTime();
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > resumedAt + 800.0; }));
+    const double recorded = deck.audioFileRecorder()->currentTime();
+
+    clickSegment(5);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    // Stopping a paused recording finds nothing to wait for and finishes the file at once.
+    QElapsedTimer stopping;
+    stopping.start();
+    deck.stopTape();
+    EXPECT_LT(stopping.elapsed(), 2000);
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_FALSE(deck.isRecordingPaused());
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    EXPECT_NEAR(deck.selectedTape()->duration(), recorded / 1000.0, 0.3);
+}
+
+TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwn)
+{
+    WindowController& deck = openDeck();
+    feedTone(10.0);
+    QStringList recordedAs;
+    for (int take = 0; take < 2; ++take) {
+        deck.recordTape();
+        ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+        recordedAs << deck.selectedTape()->filename();
+        ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
+        deck.stopTape();
+        ASSERT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+        EXPECT_EQ(deck.selectedTape()->tapeLetter().letter(), QStringLiteral("A"));
+        EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Untitled"));
+    }
+    EXPECT_NE(recordedAs.at(0), recordedAs.at(1));
+    EXPECT_EQ(libraryFiles(), (QStringList{todaysName(QStringLiteral("Untitled 1")),
+                                           todaysName(QStringLiteral("Untitled"))}));
+    EXPECT_EQ(deck.library().content().size(), 2);
+}
+
+TEST_F(RecordingTest, FileOperationsAreRefusedWhileRecording)
+{
+    addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    for (const char* action : {"revealInFinder", "moveTapeToTrash", "exportTape"})
+        EXPECT_TRUE(deck.validateAction(QLatin1String(action))) << action;
+    feedTone(4.0);
+    deck.recordTape();
+    for (const char* action : {"revealInFinder", "moveTapeToTrash", "exportTape"})
+        EXPECT_FALSE(deck.validateAction(QLatin1String(action))) << action;
+    EXPECT_TRUE(deck.validateAction(QStringLiteral("playTape")));
+    deck.stopTape();
+    EXPECT_TRUE(deck.validateAction(QStringLiteral("moveTapeToTrash")));
+}
+
+TEST_F(RecordingTest, WithoutASoundServerTheDeckSaysSoAndLeavesNoTapeBehind)
+{
+    addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    const QByteArray server = qgetenv("PULSE_SERVER");
+    qputenv("PULSE_SERVER", "unix:/nonexistent/spindrel-test-socket");
+    deck.recordTape();
+    qputenv("PULSE_SERVER", server);
+
+    EXPECT_FALSE(deck.deckMessage().isEmpty());
+    ASSERT_TRUE(waitFor([this] { return state() != QLatin1String("TapeMap::Recording"); }));
+    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    EXPECT_EQ(libraryFiles(), QStringList{QStringLiteral("[2012-03-01] Kept.m4a")});
+    ASSERT_EQ(deck.library().content().size(), 1);
+    EXPECT_EQ(deck.library().content().first()->title(), QStringLiteral("Kept"));
+    EXPECT_TRUE(deck.library().isMonitoring());
+    EXPECT_FALSE(deck.hudView()->recordingMode());
+}
+
+TEST_F(RecordingTest, ClosingTheWindowEndsTheRecordingAndWritesTheTape)
+{
+    WindowController& deck = openDeck();
+    feedTone(6.0);
+    deck.recordTape();
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
+    const TapePtr tape = deck.selectedTape();
+    closeDeck();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    const auto tags = MP4Tags::fromFile(tape->filename());
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
+}
+
+} // namespace

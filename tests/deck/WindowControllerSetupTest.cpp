@@ -1,0 +1,250 @@
+#include "DeckTest.h"
+#include "MP4Tags/MP4Tags.h"
+#include "deck/DeckWindow.h"
+#include "deck/SoundEffectPlayer.h"
+#include "deck/TapeBoxViewController.h"
+#include "hud/HUDView.h"
+#include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeBoxSearchField.h"
+#include "hud/TapeView.h"
+#include "tapes/TapeLibraryArrayController.h"
+#include "tapes/TapeTestFiles.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace spindrel;
+using namespace spindrel::test;
+namespace K = DefaultsKeys;
+
+namespace {
+
+using SetupTest = DeckTest;
+
+TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsDefaultsRegistered)
+{
+    addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    ASSERT_NE(deck.selectedTape(), nullptr);
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer"));
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_NE(deck.audioFilePlayer(), nullptr);
+
+    EXPECT_TRUE(mPreferences->boolForKey(K::RecordingIsStereo));
+    EXPECT_EQ(mPreferences->stringForKey(K::RecordingQuality), QStringLiteral("LQ"));
+    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), 0.0);
+    EXPECT_FALSE(mPreferences->boolForKey(K::EnableSoftwarePlaythrough));
+    EXPECT_EQ(mPreferences->defaultsValue(K::RecordDeviceChannels).toList(), (QVariantList{0, 1}));
+    EXPECT_EQ(mPreferences->stringForKey(K::TapeAuthor), WindowController::systemFullUserName());
+    EXPECT_FALSE(WindowController::systemFullUserName().isEmpty());
+}
+
+TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdle)
+{
+    WindowController& deck = openDeck();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(deck.selectedTape(), nullptr);
+    EXPECT_EQ(deck.audioFilePlayer(), nullptr);
+    deck.playTape(); // nothing to play
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+}
+
+TEST_F(SetupTest, TheHUDStartsFromTheStoredSettingsAndWritesChangesBack)
+{
+    mPreferences->setDefaultsValue(K::RecordingIsStereo, false);
+    mPreferences->setDefaultsValue(K::RecordingQuality, QStringLiteral("HQ"));
+    mPreferences->setDefaultsValue(K::PlaybackVolume, -15.0);
+    WindowController& deck = openDeck();
+    EXPECT_FALSE(deck.hudView()->stereo());
+    EXPECT_EQ(deck.hudView()->quality(), QStringLiteral("HQ"));
+    EXPECT_DOUBLE_EQ(deck.hudView()->volume(), -15.0);
+
+    deck.hudView()->setQuality(QStringLiteral("MQ"));
+    deck.hudView()->setStereo(true);
+    EXPECT_EQ(mPreferences->stringForKey(K::RecordingQuality), QStringLiteral("MQ"));
+    EXPECT_TRUE(mPreferences->boolForKey(K::RecordingIsStereo));
+}
+
+TEST_F(SetupTest, TheDrawerWidensTheWindowAndClosesBackToItsWidth)
+{
+    WindowController& deck = openDeck();
+    const int startWidth = deck.window()->width();
+    EXPECT_EQ(startWidth, WindowController::closedWidth);
+    EXPECT_FALSE(deck.tapeBoxViewController()->isVisible());
+
+    deck.discloseTapes();
+    EXPECT_TRUE(deck.tapesDisclosed());
+    EXPECT_EQ(deck.window()->width(), 626);
+    EXPECT_TRUE(deck.tapeBoxViewController()->isVisible());
+    EXPECT_EQ(deck.soundEffect(4)->startCount(), 1);
+
+    deck.discloseTapes();
+    EXPECT_FALSE(deck.tapesDisclosed());
+    EXPECT_EQ(deck.window()->width(), 390);
+    EXPECT_EQ(deck.soundEffect(5)->startCount(), 1);
+
+    deck.discloseTapes();
+    deck.discloseTapes();
+    EXPECT_EQ(deck.window()->width(), startWidth);
+}
+
+TEST_F(SetupTest, SearchingFiltersTheTapeBoxAndLoadsItsFirstRow)
+{
+    // Notes of their own, as a tape without notes matches every word.
+    const QString notes = QStringLiteral("at home");
+    addTape(QStringLiteral("Piano lesson"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)), 2.0, notes);
+    addTape(QStringLiteral("Guitar"), QDateTime(QDate(2012, 3, 3), QTime(10, 0)), 2.0, notes);
+    addTape(QStringLiteral("Piano recital"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)), 2.0, notes);
+    WindowController& deck = openDeck();
+    deck.performFindPanelAction();
+    EXPECT_TRUE(deck.tapesDisclosed());
+    QLineEdit* field = deck.tapeBoxViewController()->searchField();
+    EXPECT_TRUE(field->hasFocus());
+
+    QTest::keyClicks(field, QStringLiteral("PIANO"));
+    EXPECT_EQ(deck.library().filterString(), QStringLiteral("PIANO"));
+    ASSERT_EQ(deck.library().arrangedObjects().size(), 2);
+    EXPECT_EQ(deck.library().selectionIndex(), 0);
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Piano recital"));
+
+    field->clear();
+    EXPECT_EQ(deck.library().arrangedObjects().size(), 3);
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Guitar"));
+}
+
+TEST_F(SetupTest, TheStatusItemFollowsItsSetting)
+{
+    mPreferences->setDefaultsValue(K::ShowNSStatusItem, false);
+    WindowController& deck = openDeck();
+    EXPECT_EQ(deck.statusItem(), nullptr);
+    mPreferences->setDefaultsValue(K::ShowNSStatusItem, true);
+    ASSERT_NE(deck.statusItem(), nullptr);
+    QSystemTrayIcon* item = deck.statusItem();
+    deck.installStatusItem();
+    EXPECT_EQ(deck.statusItem(), item) << "only one";
+    mPreferences->setDefaultsValue(K::ShowNSStatusItem, false);
+    EXPECT_EQ(deck.statusItem(), nullptr);
+}
+
+TEST_F(SetupTest, AMonoOnlyRecordingDeviceTurnsTheHUDToMono)
+{
+    QByteArray module;
+    ASSERT_EQ(runProgram(QStringLiteral("pactl"),
+                         {QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                          QStringLiteral("sink_name=monomic"), QStringLiteral("channels=1")},
+                         &module),
+              0);
+    WindowController& deck = openDeck();
+    ASSERT_TRUE(deck.hudView()->stereo());
+    mPreferences->setDefaultsValue(K::RecordDeviceUID, QStringLiteral("monomic.monitor"));
+    Q_EMIT mPreferences->recordDeviceChangedNotification();
+    EXPECT_FALSE(deck.hudView()->stereo());
+    EXPECT_FALSE(mPreferences->boolForKey(K::RecordingIsStereo));
+    runProgram(QStringLiteral("pactl"),
+               {QStringLiteral("unload-module"), QString::fromLatin1(module.trimmed())});
+}
+
+TEST_F(SetupTest, TheMeterShowsTheInputAndRestsAtTheFloorWhenStopped)
+{
+    WindowController& deck = openDeck();
+    ASSERT_NE(deck.audioInputMeter(), nullptr);
+    EXPECT_TRUE(deck.isMetering());
+    feedTone(6.0);
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->levels().first > -30.0; }));
+
+    deck.destroyAudioInputMeter();
+    EXPECT_EQ(deck.audioInputMeter(), nullptr);
+    EXPECT_FALSE(deck.isMetering());
+    EXPECT_EQ(deck.hudView()->levels(), std::make_pair(-100.0, -100.0));
+
+    // A device notice checks the stored devices and rebuilds the meter.
+    const int checks = mPreferences->deviceChecks;
+    deck.defaultInputDeviceDidChange();
+    EXPECT_NE(deck.audioInputMeter(), nullptr);
+    EXPECT_EQ(mPreferences->deviceChecks, checks + 1);
+}
+
+TEST_F(SetupTest, TrashingATapeTakesItOutOfTheListAtOnceWithItsSound)
+{
+    const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
+    WindowController& deck = openDeck();
+
+    // A context-menu item carries its tape, which need not be the selected one.
+    const TapePtr olderTape = deck.library().arrangedObjects().at(1);
+    QAction item;
+    item.setData(QVariant::fromValue(olderTape.get()));
+    EXPECT_EQ(deck.tapeToOperateOn(&item), olderTape);
+    EXPECT_EQ(deck.tapeToOperateOn(olderTape.get()), olderTape);
+    EXPECT_EQ(deck.tapeToOperateOn(nullptr), deck.selectedTape());
+
+    deck.moveTapeToTrash(&item);
+    EXPECT_EQ(deck.library().content().size(), 1);
+    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer"));
+    EXPECT_FALSE(QFileInfo::exists(older));
+    const QString trash = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                          QStringLiteral("/Trash/files/") + QFileInfo(older).fileName();
+    EXPECT_TRUE(QFileInfo::exists(trash)) << trash;
+    EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
+}
+
+TEST_F(SetupTest, ImportCopiesEachNameOnceAndTheLibraryPicksThemUp)
+{
+    QDir(mFolder.path()).mkpath(QStringLiteral("a"));
+    QDir(mFolder.path()).mkpath(QStringLiteral("b"));
+    const QString first = mFolder.filePath(QStringLiteral("a/take.m4a"));
+    const QString second = mFolder.filePath(QStringLiteral("b/take.m4a"));
+    ASSERT_TRUE(makeTapeFile(first, {QStringLiteral("LQ"), true, 1.0}));
+    ASSERT_TRUE(makeTapeFile(second, {QStringLiteral("LQ"), true, 3.0}));
+    WindowController& deck = openDeck();
+
+    deck.importTapesIntoLibrary({QUrl::fromLocalFile(first), QUrl::fromLocalFile(second)});
+    EXPECT_EQ(libraryFiles(), QStringList{QStringLiteral("take.m4a")});
+    EXPECT_EQ(QFileInfo(mLibraryPath + QStringLiteral("/take.m4a")).size(), QFileInfo(first).size());
+    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
+    EXPECT_EQ(deck.selectedTape(), deck.library().content().first());
+}
+
+TEST_F(SetupTest, ExportCopiesTheTapeFile)
+{
+    const QString path = addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    const QString destination = mFolder.filePath(QStringLiteral("exported.m4a"));
+    EXPECT_TRUE(deck.exportTapeToFile(deck.selectedTape(), destination));
+    EXPECT_EQ(QFileInfo(destination).size(), QFileInfo(path).size());
+    EXPECT_FALSE(
+        deck.exportTapeToFile(deck.selectedTape(), mFolder.filePath(QStringLiteral("missing/x.m4a"))));
+}
+
+TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
+{
+    const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    deck.playTape();
+    deck.library().arrangedObjects().at(1)->setNotes(QStringLiteral("second take was better"));
+    closeDeck();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    const auto tags = MP4Tags::fromFile(older);
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->lyrics().value_or(QString()), QStringLiteral("second take was better"));
+}
+
+TEST_F(SetupTest, AnotherLibraryFolderReplacesTheList)
+{
+    addTape(QStringLiteral("Here"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    const QString elsewhere = mFolder.filePath(QStringLiteral("Elsewhere"));
+    QDir().mkpath(elsewhere);
+    ASSERT_TRUE(makeTapeFile(elsewhere + QStringLiteral("/There.m4a")));
+    WindowController& deck = openDeck();
+    mPreferences->setTapeLibraryPath(elsewhere);
+    ASSERT_EQ(deck.library().content().size(), 1);
+    EXPECT_EQ(deck.library().content().first()->filename(), elsewhere + QStringLiteral("/There.m4a"));
+}
+
+} // namespace
