@@ -38,4 +38,10 @@ QString SoundEffects::resourcePath(int index)
     return QStringLiteral(":/sounds/") + name + QStringLiteral(".wav");
 }
 
+QUrl SoundEffects::resourceUrl(int index)
+{
+    const QString path = resourcePath(index);
+    return path.isNull() ? QUrl() : QUrl(QStringLiteral("qrc") + path);
+}
+
 } // namespace spindrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 #include <array>
 
 namespace spindrel {
@@ -31,6 +32,8 @@ public:
     static int indexForName(const QString& name);
     /// The resource path of a sound: ":/sounds/ButtonPress.wav"; a null string for a bad index.
     static QString resourcePath(int index);
+    /// The same as a URL ("qrc:/sounds/ButtonPress.wav"), as sound players take it.
+    static QUrl resourceUrl(int index);
     static bool loops(int index) { return index == TapeSpeeding; }
 };
 

@@ -6,7 +6,6 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMenu>
-#include <QScrollBar>
 
 namespace spindrel {
 

@@ -86,10 +86,6 @@ void TapeNotesEditor::paintEvent(QPaintEvent*)
     painter.setBrush(paper);
     painter.setPen(QPen(QColor(120, 110, 92, 120), 1.0));
     painter.drawRoundedRect(card, 6.0, 6.0);
-    // Ruled lines, as on the back of a cassette card.
-    painter.setPen(QPen(QColor(150, 170, 200, 60), 1.0));
-    for (qreal y = card.top() + 44.0; y < card.bottom() - 36.0; y += 17.0)
-        painter.drawLine(QPointF(card.left() + 12.0, y), QPointF(card.right() - 12.0, y));
 }
 
 } // namespace spindrel

@@ -2,11 +2,9 @@
 
 #include "hud/DeckPainting.h"
 #include "hud/TapeNotesEditor.h"
-#include "tapes/CassetteDrawing.h"
 #include "tapes/TapeCassette.h"
 
 #include <QEasingCurve>
-#include <QLineEdit>
 #include <QPainter>
 #include <QPainterPath>
 #include <QTimer>

@@ -1,5 +1,5 @@
 // Renders the deck's widgets into PNGs at scale 2 so their look can be checked by eye:
-//   hud_screenshots OUTPUT_DIR   (writes hud.png, transport.png, deck.png)
+//   hud_screenshots OUTPUT_DIR   (writes hud.png, transport.png, widgets.png)
 #include "hud/DeckBackgroundView.h"
 #include "hud/DrawerButton.h"
 #include "hud/HUDView.h"
@@ -73,7 +73,7 @@ int main(int argc, char** argv)
     strip.resize(strip.sizeHint());
     ok &= save(strip, out + QStringLiteral("/transport.png"));
 
-    // The whole deck as the window puts it together, drawer open.
+    // Every part of the deck side by side, drawer open.
     test::TestTapes tapes;
     FilteringArrayController library;
     const QList<std::pair<QString, int>> titles = {{QStringLiteral("Kitchen session with Maria"), 0},
@@ -120,6 +120,15 @@ int main(int argc, char** argv)
     deck.setDividers({86, 334, 444});
     deck.show();
     QCoreApplication::processEvents();
-    ok &= save(deck, out + QStringLiteral("/deck.png"));
+    ok &= save(deck, out + QStringLiteral("/widgets.png"));
+
+    // The cassette's editors, for a look at them (not kept in the docs).
+    if (qEnvironmentVariableIsSet("SPINDREL_EDITOR_SHOTS")) {
+        tapeView.editTitle();
+        ok &= save(tapeView, out + QStringLiteral("/tape-title-editor.png"));
+        tapeView.endTitleEditing(false);
+        tapeView.displayNotesEditor();
+        ok &= save(tapeView, out + QStringLiteral("/tape-notes-editor.png"));
+    }
     return ok ? 0 : 1;
 }

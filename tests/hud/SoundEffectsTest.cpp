@@ -1,7 +1,6 @@
 #include "hud/SoundEffects.h"
 
 #include <QFile>
-#include <QtEndian>
 #include <gtest/gtest.h>
 #include <optional>
 
@@ -17,6 +16,14 @@ struct WaveFormat
     quint32 dataBytes = 0;
 };
 
+quint32 littleEndian(const QByteArray& bytes, qsizetype at, int size)
+{
+    quint32 value = 0;
+    for (int i = size - 1; i >= 0; --i)
+        value = (value << 8) | static_cast<quint8>(bytes.at(at + i));
+    return value;
+}
+
 // Walks the RIFF chunks of a WAV file for its format and the size of its samples.
 std::optional<WaveFormat> readWave(const QByteArray& bytes)
 {
@@ -27,12 +34,12 @@ std::optional<WaveFormat> readWave(const QByteArray& bytes)
     qsizetype at = 12;
     while (at + 8 <= bytes.size()) {
         const QByteArray id = bytes.mid(at, 4);
-        const quint32 size = qFromLittleEndian<quint32>(bytes.constData() + at + 4);
-        const char* body = bytes.constData() + at + 8;
-        if (id == "fmt " && size >= 16) {
-            format.channels = qFromLittleEndian<quint16>(body + 2);
-            format.sampleRate = qFromLittleEndian<quint32>(body + 4);
-            format.bitsPerSample = qFromLittleEndian<quint16>(body + 14);
+        const quint32 size = littleEndian(bytes, at + 4, 4);
+        const qsizetype body = at + 8;
+        if (id == "fmt " && size >= 16 && body + 16 <= bytes.size()) {
+            format.channels = static_cast<quint16>(littleEndian(bytes, body + 2, 2));
+            format.sampleRate = littleEndian(bytes, body + 4, 4);
+            format.bitsPerSample = static_cast<quint16>(littleEndian(bytes, body + 14, 2));
             sawFormat = true;
         } else if (id == "data") {
             format.dataBytes = size;
@@ -59,6 +66,7 @@ TEST(SoundEffectsTest, NamesAndIndicesFollowTheTransportTable)
     EXPECT_EQ(SoundEffects::nameForIndex(8), QStringLiteral("TossTape2"));
     EXPECT_TRUE(SoundEffects::nameForIndex(9).isNull());
     EXPECT_TRUE(SoundEffects::resourcePath(-1).isNull());
+    EXPECT_EQ(SoundEffects::resourceUrl(1), QUrl(QStringLiteral("qrc:/sounds/ButtonPress.wav")));
     EXPECT_EQ(SoundEffects::indexForName(QStringLiteral("PausePress")), SoundEffects::PausePress);
     EXPECT_EQ(SoundEffects::indexForName(QStringLiteral("Nothing")), -1);
     EXPECT_TRUE(SoundEffects::loops(SoundEffects::TapeSpeeding));

@@ -243,3 +243,19 @@ TEST_F(TapeViewTest, ThumbnailIsTheViewsDrawingAtTheGivenScale)
     EXPECT_NEAR(drag.deviceIndependentSize().width(), 128.0, 0.5);
     EXPECT_NEAR(drag.deviceIndependentSize().height(), 128.0 * view.height() / view.width(), 1.0);
 }
+
+TEST_F(TapeViewTest, PacksFollowThePlayPositionAndSetTheRightReelsRate)
+{
+    loadWelcomeTape();
+    EXPECT_NEAR(view.rightRotationMultiplier(), 155.0 / 90.0, 1e-9) << "the still picture's packs";
+    view.setPlayProgress(1.0);
+    EXPECT_DOUBLE_EQ(view.cassetteValues().leftPackDiameter, G::hubDiameter);
+    EXPECT_DOUBLE_EQ(view.cassetteValues().rightPackDiameter, G::fullPackDiameter);
+
+    // The next tape turns its right reel at the rate its packs give.
+    view.setPlayProgress(0.5);
+    loadWelcomeTape();
+    const auto packs = CassetteValues::packDiametersForProgress(0.5);
+    EXPECT_NEAR(view.rightRotationMultiplier(), packs.first / packs.second, 1e-9);
+    EXPECT_EQ(view.cassetteValues().rightRotationMultiplier, view.rightRotationMultiplier());
+}
