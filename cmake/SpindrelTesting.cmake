@@ -8,10 +8,17 @@ function(spindrel_add_test)
     if(NOT T_LABELS)
         set(T_LABELS unit)
     endif()
+    # Tests that play into or record from the shared sound server, or drive the shared display,
+    # would hear and see each other: they take turns.
+    set(T_LOCKS "")
+    if("audio" IN_LIST T_LABELS OR "gui" IN_LIST T_LABELS)
+        set(T_LOCKS sound_server)
+    endif()
     add_executable(${T_NAME} ${T_SOURCES})
     target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest GTest::gmock ${T_MAIN})
     target_include_directories(${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     gtest_discover_tests(${T_NAME}
         DISCOVERY_MODE PRE_TEST
-        PROPERTIES LABELS "${T_LABELS}" ENVIRONMENT "SPINDREL_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
+        PROPERTIES LABELS "${T_LABELS}" RESOURCE_LOCK "${T_LOCKS}"
+                   ENVIRONMENT "SPINDREL_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
 endfunction()

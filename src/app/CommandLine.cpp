@@ -13,7 +13,7 @@ CommandLine::CommandLine()
     mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
                  renderCassetteCommand(), libraryCommand(), importCommand(),
                  devicesCommand(),        playCommand(),    meterCommand(),
-                 recordRawCommand(),       recordCommand()};
+                 recordRawCommand(),      exportMovieCommand(), recordCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

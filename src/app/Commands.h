@@ -15,6 +15,7 @@ CommandLine::Command devicesCommand();
 CommandLine::Command playCommand();
 CommandLine::Command meterCommand();
 CommandLine::Command recordRawCommand();
+CommandLine::Command exportMovieCommand();
 CommandLine::Command recordCommand();
 
 } // namespace spindrel

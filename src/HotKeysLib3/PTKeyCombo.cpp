@@ -1,0 +1,102 @@
+#include "HotKeysLib3/PTKeyCombo.h"
+
+#include "HotKeysLib3/PTKeyCodeNames.h"
+#include "HotKeysLib3/PTKeyCodeTranslator.h"
+
+#include <QCoreApplication>
+
+namespace spindrel {
+
+namespace {
+
+const QString keyCodeKey = QStringLiteral("keyCode");
+const QString modifiersKey = QStringLiteral("modifiers");
+
+QString noneText()
+{
+    return QCoreApplication::translate("PTKeyCombo", "(None)");
+}
+
+} // namespace
+
+PTKeyCombo::PTKeyCombo(int32_t keyCode, uint32_t modifiers)
+    : mKeyCode(keyCode < 0 ? -1 : keyCode), mModifiers(modifiers)
+{
+}
+
+PTKeyCombo PTKeyCombo::keyComboWithKeyCode(int32_t keyCode, uint32_t modifiers)
+{
+    return PTKeyCombo(keyCode, modifiers);
+}
+
+PTKeyCombo PTKeyCombo::fromPlistRepresentation(const QVariant& plist)
+{
+    const QVariantMap map = plist.toMap();
+    if (map.isEmpty())
+        return clearKeyCombo();
+    const int32_t keyCode = map.contains(keyCodeKey) ? map.value(keyCodeKey).toInt() : -1;
+    return PTKeyCombo(keyCode, map.value(modifiersKey).toUInt());
+}
+
+QVariantMap PTKeyCombo::plistRepresentation() const
+{
+    return {{keyCodeKey, mKeyCode}, {modifiersKey, mModifiers}};
+}
+
+QString PTKeyCombo::keyCodeString() const
+{
+    return keyCodeString(*PTKeyCodeTranslator::currentTranslator());
+}
+
+QString PTKeyCombo::keyCodeString(const PTKeyCodeTranslator& translator) const
+{
+    if (mKeyCode < 0)
+        return {};
+    return PTKeyCodeNames::shared().stringForKeyCode(mKeyCode, translator);
+}
+
+QString PTKeyCombo::description() const
+{
+    return description(*PTKeyCodeTranslator::currentTranslator());
+}
+
+QString PTKeyCombo::description(const PTKeyCodeTranslator& translator) const
+{
+    if (!isValidHotKeyCombo())
+        return noneText();
+    // This order (Command, Option, Control, Shift) is the one users know from the menus.
+    QString text;
+    if (mModifiers & cmdKey)
+        text += QStringLiteral("⌘");
+    if (mModifiers & optionKey)
+        text += QStringLiteral("⌥");
+    if (mModifiers & controlKey)
+        text += QStringLiteral("⌃");
+    if (mModifiers & shiftKey)
+        text += QStringLiteral("⇧");
+    return text + keyCodeString(translator);
+}
+
+QString PTKeyCombo::platformDescription() const
+{
+    return platformDescription(*PTKeyCodeTranslator::currentTranslator());
+}
+
+QString PTKeyCombo::platformDescription(const PTKeyCodeTranslator& translator) const
+{
+    if (!isValidHotKeyCombo())
+        return noneText();
+    QStringList parts;
+    if (mModifiers & cmdKey)
+        parts << QCoreApplication::translate("PTKeyCombo", "Ctrl");
+    if (mModifiers & optionKey)
+        parts << QCoreApplication::translate("PTKeyCombo", "Alt");
+    if (mModifiers & controlKey)
+        parts << QCoreApplication::translate("PTKeyCombo", "Super");
+    if (mModifiers & shiftKey)
+        parts << QCoreApplication::translate("PTKeyCombo", "Shift");
+    parts << keyCodeString(translator);
+    return parts.join(QLatin1Char('+'));
+}
+
+} // namespace spindrel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+#include <memory>
+
+class QNetworkAccessManager;
+
+namespace spindrel {
+
+class TokenStore;
+class YouTubeAuthorizer;
+
+/// Where the video service lives and who we are to it, and the one network access manager and
+/// authorizer the upload window uses.
+///
+/// Every address and the client's identity are configuration values. Each is read from an
+/// environment variable first, then from the settings key, then falls back to Google's address:
+///
+///   SPINDREL_YOUTUBE_AUTH_URL       YouTube/AuthorizationURL   https://accounts.google.com/o/oauth2/v2/auth
+///   SPINDREL_YOUTUBE_TOKEN_URL      YouTube/TokenURL           https://oauth2.googleapis.com/token
+///   SPINDREL_YOUTUBE_API_URL        YouTube/APIURL             https://www.googleapis.com/youtube/v3
+///   SPINDREL_YOUTUBE_UPLOAD_URL     YouTube/UploadURL https://www.googleapis.com/upload/youtube/v3/videos
+///   SPINDREL_YOUTUBE_MY_VIDEOS_URL  YouTube/MyVideosURL        https://studio.youtube.com/
+///   SPINDREL_YOUTUBE_SIGN_UP_URL    YouTube/SignUpURL          https://accounts.google.com/signup
+///   SPINDREL_YOUTUBE_CLIENT_ID      YouTube/ClientID           (none: sign-in is refused until set)
+///   SPINDREL_YOUTUBE_CLIENT_SECRET  YouTube/ClientSecret       (none)
+///   SPINDREL_YOUTUBE_API_KEY        YouTube/APIKey             (none: categories then need a sign-in)
+///   SPINDREL_YOUTUBE_SCOPE          YouTube/Scope              youtube.upload, youtube.readonly, openid,
+///   email SPINDREL_WEB_ADDRESS            ProductWebAddress          (none: the description footer has no
+///   address)
+class YouTubeService
+{
+public:
+    static constexpr const char* userAgent = "VORL-Spindrel-1.0";
+    /// The name the stored sign-in goes under in the keyring.
+    static constexpr const char* keychainItemName = "Spindrel: YouTube";
+
+    struct Configuration
+    {
+        QUrl authorizationUrl;
+        QUrl tokenUrl;
+        QUrl apiUrl;
+        QUrl uploadUrl;
+        QUrl myVideosUrl;
+        QUrl signUpUrl;
+        QString clientId;
+        QString clientSecret;
+        QString apiKey;
+        QString scope;
+        QString productWebAddress;
+
+        /// The values from the environment, the settings and the defaults, in that order.
+        static Configuration fromEnvironment();
+    };
+
+    /// The service of the application, made on first use from the environment and settings.
+    static std::shared_ptr<YouTubeService> youTubeService();
+
+    /// A service with its own configuration and token store (tests point it at a local server).
+    YouTubeService(Configuration configuration, std::unique_ptr<TokenStore> tokenStore);
+    ~YouTubeService();
+
+    const Configuration& configuration() const { return mConfiguration; }
+    QNetworkAccessManager& network() { return *mNetwork; }
+    YouTubeAuthorizer& authorizer() { return *mAuthorizer; }
+
+    /// The host whose reachability decides when to fetch the categories again.
+    QString hostName() const { return mConfiguration.apiUrl.host(); }
+    /// videoCategories.list for a region, with the API key when there is one.
+    QUrl categoriesUrl(const QString& regionCode) const;
+    /// The resumable upload of a video with its snippet and status.
+    QUrl resumableUploadUrl() const;
+
+private:
+    Configuration mConfiguration;
+    std::unique_ptr<QNetworkAccessManager> mNetwork;
+    std::unique_ptr<YouTubeAuthorizer> mAuthorizer;
+};
+
+} // namespace spindrel

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+#include <vector>
+
+class QNetworkReply;
+class QNetworkRequest;
+class QTimer;
+
+namespace spindrel {
+
+class YouTubeService;
+
+/// One video upload by the resumable protocol: a session is opened with the video's metadata,
+/// then the bytes are sent; when the connection breaks the session is asked how much arrived
+/// and the rest is sent, after a growing pause. Cancelling stops it without a finished signal.
+class YouTubeUploadTicket : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Metadata
+    {
+        QString title;
+        QString description;
+        QStringList keywords;
+        QString categoryId;
+        bool isPrivate = false;
+    };
+
+    YouTubeUploadTicket(YouTubeService& service, QByteArray movie, QString mimeType, Metadata metadata,
+                        QObject* parent = nullptr);
+    ~YouTubeUploadTicket() override;
+
+    void start();
+    void cancel();
+    bool isCancelled() const { return mCancelled; }
+    /// Pauses before each retry in turn; when they run out the upload fails.
+    void setRetryDelays(std::vector<int> milliseconds) { mRetryDelays = std::move(milliseconds); }
+    /// The new video's identifier once the upload has finished.
+    const QString& videoId() const { return mVideoId; }
+    qint64 totalBytes() const { return mMovie.size(); }
+
+    /// The video resource sent when the session opens: snippet and status.
+    static QByteArray metadataJson(const Metadata& metadata);
+
+Q_SIGNALS:
+    void progress(qint64 bytesSent, qint64 bytesTotal);
+    /// Empty on success, else why the upload failed.
+    void finished(const QString& error);
+
+private:
+    enum class Step { Open, Send, Ask };
+
+    void run(Step step);
+    void send(Step step);
+    void opened(QNetworkReply* reply);
+    void sent(QNetworkReply* reply);
+    void answered(QNetworkReply* reply);
+    /// Handles what every step shares; true when the reply was dealt with.
+    bool handleCommon(QNetworkReply* reply, Step retryWith);
+    void retryLater(Step step);
+    void succeed(const QByteArray& body);
+    void fail(const QString& error);
+    QNetworkRequest request(const QUrl& url) const;
+    static QString errorText(QNetworkReply* reply, const QByteArray& body);
+
+    YouTubeService& mService;
+    QByteArray mMovie;
+    QString mMimeType;
+    Metadata mMetadata;
+    QUrl mSessionUrl;
+    qint64 mOffset = 0;
+    qint64 mConfirmed = -1;
+    std::vector<int> mRetryDelays{1000, 2000, 4000, 8000, 16000, 32000, 64000};
+    size_t mRetries = 0;
+    bool mReauthorized = false;
+    bool mCancelled = false;
+    bool mDone = false;
+    QString mVideoId;
+    QPointer<QNetworkReply> mReply;
+    QTimer* mRetryTimer = nullptr;
+};
+
+} // namespace spindrel

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "sharing/YouTubeService.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <QTcpServer>
+#include <QUrl>
+
+class QTcpSocket;
+
+// The video service on loopback: a token endpoint, the category list and the resumable upload,
+// speaking just enough HTTP/1.1 (persistent connections, bodies by Content-Length).
+class FakeYouTubeService : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Request
+    {
+        QByteArray method;
+        QUrl url;
+        QMap<QByteArray, QByteArray> headers; // names in lower case
+        QByteArray body;                      // not kept for movie bytes
+        qint64 bodyLength = 0;
+    };
+
+    FakeYouTubeService();
+    ~FakeYouTubeService() override;
+
+    spindrel::YouTubeService::Configuration configuration() const;
+    QUrl url(const QString& path) const;
+
+    // Sign-in: the code the "browser" hands back, the challenge it saw, the account's e-mail.
+    QString issueCode(const QString& codeChallenge);
+    QString email = QStringLiteral("listener@example.com");
+    QString lastAccessToken;
+    QString refreshToken = QStringLiteral("refresh-1");
+    int tokenRequests = 0;
+
+    // The category list to serve, as JSON.
+    QByteArray categoriesJson;
+    // Answer to opening an upload session, when set (status and body) instead of a session.
+    int refuseUploadStatus = 0;
+
+    // After this many movie bytes the connection breaks once; further uploads are cut off at once
+    // until the client asks how much arrived.
+    qint64 breakAfterBytes = -1;
+
+    // What arrived.
+    QList<Request> requests;
+    QJsonObject uploadMetadata;
+    QByteArray uploadContentType;
+    QByteArray movie;
+    bool uploadComplete = false;
+    int connectionsBroken = 0;
+
+    QList<Request> requestsTo(const QString& path) const;
+
+private:
+    struct Connection
+    {
+        QByteArray buffer;
+        bool haveHeaders = false;
+        Request request;
+        qint64 remaining = 0;
+        bool movieUpload = false;
+    };
+
+    void accept();
+    void readFrom(QTcpSocket* socket);
+    void respond(QTcpSocket* socket, Connection& connection);
+    void reply(QTcpSocket* socket, int status, const QByteArray& body,
+               const QList<QPair<QByteArray, QByteArray>>& headers = {});
+    QByteArray tokenResponse(bool withRefresh);
+    bool authorized(const Request& request) const;
+
+    QTcpServer mServer;
+    QHash<QTcpSocket*, Connection> mConnections;
+    QString mCode;
+    QString mChallenge;
+    qint64 mExpectedLength = 0;
+    bool mBroken = false;
+    bool mOutage = false;
+    int mTokenSerial = 0;
+};

@@ -1,0 +1,260 @@
+#include "sharing/FakeYouTubeService.h"
+#include "sharing/QtPrinters.h"
+#include "sharing/TokenStore.h"
+#include "sharing/YouTubeAuthorizer.h"
+#include "sharing/YouTubeCategoryList.h"
+#include "sharing/YouTubeUploadTicket.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QUrlQuery>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+
+namespace {
+
+class YouTubeServiceTest : public ::testing::Test
+{
+protected:
+    YouTubeServiceTest()
+    {
+        auto store = std::make_unique<MemoryTokenStore>();
+        mStore = store.get();
+        mService = std::make_unique<YouTubeService>(mFake.configuration(), std::move(store));
+        // The "browser": checks what the sign-in page is asked, then lets the user agree.
+        mService->authorizer().setBrowserOpener([this](const QUrl& url) {
+            mBrowserUrl = url;
+            const QUrlQuery query(url);
+            const QString code = mFake.issueCode(query.queryItemValue(QStringLiteral("code_challenge")));
+            QUrl back(query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded));
+            back.setQuery(QStringLiteral("state=%1&code=%2&scope=x")
+                              .arg(mForgeState ? QStringLiteral("forged")
+                                               : query.queryItemValue(QStringLiteral("state")),
+                                   code));
+            QMetaObject::invokeMethod(
+                &mBrowser, [this, back] { mBrowser.get(QNetworkRequest(back)); }, Qt::QueuedConnection);
+            return true;
+        });
+    }
+
+    void signIn()
+    {
+        QSignalSpy finished(&mService->authorizer(), &YouTubeAuthorizer::signInFinished);
+        mService->authorizer().signIn();
+        ASSERT_TRUE(finished.wait(5000));
+        ASSERT_EQ(finished.at(0).at(0).toString(), QString());
+    }
+
+    FakeYouTubeService mFake;
+    MemoryTokenStore* mStore = nullptr;
+    std::unique_ptr<YouTubeService> mService;
+    QNetworkAccessManager mBrowser;
+    QUrl mBrowserUrl;
+    bool mForgeState = false;
+};
+
+TEST_F(YouTubeServiceTest, SignInGoesThroughTheBrowserWithPKCEAndAState)
+{
+    signIn();
+    const QUrlQuery asked(mBrowserUrl);
+    EXPECT_EQ(mBrowserUrl.path(), QStringLiteral("/auth"));
+    EXPECT_EQ(asked.queryItemValue(QStringLiteral("response_type")), QStringLiteral("code"));
+    EXPECT_EQ(asked.queryItemValue(QStringLiteral("client_id")), mFake.configuration().clientId);
+    EXPECT_EQ(asked.queryItemValue(QStringLiteral("code_challenge_method")), QStringLiteral("S256"));
+    EXPECT_GE(asked.queryItemValue(QStringLiteral("state")).size(), 16);
+    const QUrl redirect(asked.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded));
+    EXPECT_EQ(redirect.host(), QStringLiteral("127.0.0.1"));
+    EXPECT_GT(redirect.port(), 0);
+
+    // The fake accepted the code only with the verifier matching the challenge.
+    const auto exchanges = mFake.requestsTo(QStringLiteral("/token"));
+    ASSERT_EQ(exchanges.size(), 1);
+    const QUrlQuery form(QString::fromUtf8(exchanges.front().body));
+    EXPECT_EQ(form.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded), redirect.toString());
+    EXPECT_EQ(exchanges.front().headers.value("user-agent"), "VORL-Spindrel-1.0");
+
+    YouTubeAuthorizer& authorizer = mService->authorizer();
+    EXPECT_TRUE(authorizer.isSignedIn());
+    EXPECT_EQ(authorizer.userEmail(), QStringLiteral("listener@example.com"));
+    EXPECT_FALSE(authorizer.storesPersistently());
+    // The redirect listener is gone once the code has come back.
+    EXPECT_FALSE(authorizer.isSigningIn());
+
+    const auto stored = mStore->load(QString::fromLatin1(YouTubeService::keychainItemName));
+    ASSERT_TRUE(stored.has_value());
+    const auto token = YouTubeAuthorizer::Token::fromJson(*stored);
+    ASSERT_TRUE(token.has_value());
+    EXPECT_EQ(token->refreshToken, mFake.refreshToken);
+    EXPECT_EQ(token->email, QStringLiteral("listener@example.com"));
+
+    authorizer.signOut();
+    EXPECT_FALSE(authorizer.isSignedIn());
+    EXPECT_FALSE(mStore->load(QString::fromLatin1(YouTubeService::keychainItemName)).has_value());
+}
+
+TEST_F(YouTubeServiceTest, AnswerWithAnotherStateIsRefused)
+{
+    mForgeState = true;
+    QSignalSpy finished(&mService->authorizer(), &YouTubeAuthorizer::signInFinished);
+    mService->authorizer().signIn();
+    ASSERT_TRUE(finished.wait(5000));
+    EXPECT_FALSE(finished.at(0).at(0).toString().isEmpty());
+    EXPECT_FALSE(mService->authorizer().canAuthorize());
+    EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/token")).isEmpty());
+}
+
+TEST_F(YouTubeServiceTest, CodeVerifierAndChallengeFollowS256)
+{
+    // RFC 7636, appendix B.
+    EXPECT_EQ(YouTubeAuthorizer::codeChallengeForVerifier(
+                  QStringLiteral("dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk")),
+              QStringLiteral("E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM"));
+    const QString verifier = YouTubeAuthorizer::newCodeVerifier();
+    EXPECT_GE(verifier.size(), 43);
+    EXPECT_LE(verifier.size(), 128);
+    EXPECT_NE(verifier, YouTubeAuthorizer::newCodeVerifier());
+}
+
+TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
+{
+    signIn();
+    YouTubeAuthorizer::Token lapsed = mService->authorizer().token();
+    lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
+    mService->authorizer().setToken(lapsed);
+    const int tokenRequestsBefore = mFake.tokenRequests;
+
+    int answered = 0;
+    for (int i = 0; i < 2; ++i)
+        mService->authorizer().authorize([&](const std::optional<QString>& error) {
+            EXPECT_FALSE(error.has_value());
+            ++answered;
+        });
+    for (int i = 0; i < 100 && answered < 2; ++i)
+        QSignalSpy(&mService->authorizer(), &YouTubeAuthorizer::authorizationChanged).wait(20);
+    EXPECT_EQ(answered, 2);
+    EXPECT_EQ(mFake.tokenRequests, tokenRequestsBefore + 1);
+    EXPECT_EQ(mService->authorizer().authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
+    EXPECT_EQ(mService->authorizer().token().refreshToken, mFake.refreshToken);
+}
+
+TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
+{
+    signIn();
+    QByteArray movie(3 * 1024 * 1024 + 17, '\0');
+    QRandomGenerator generator(7);
+    for (char& byte : movie)
+        byte = char(generator.bounded(256));
+    mFake.breakAfterBytes = 1024 * 1024;
+
+    YouTubeUploadTicket::Metadata metadata;
+    metadata.title = QStringLiteral("Kitchen session");
+    metadata.description = QStringLiteral("Two takes\n\nCreated with Spindrel");
+    metadata.keywords = {QStringLiteral("spindrel"), QStringLiteral("waltz")};
+    metadata.categoryId = QStringLiteral("10");
+    metadata.isPrivate = true;
+    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/quicktime"), metadata);
+    ticket.setRetryDelays({10, 10, 10});
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    QSignalSpy progress(&ticket, &YouTubeUploadTicket::progress);
+    ticket.start();
+    ASSERT_TRUE(finished.wait(20000));
+    EXPECT_EQ(finished.at(0).at(0).toString(), QString());
+    EXPECT_EQ(ticket.videoId(), QStringLiteral("fake-video-1"));
+
+    EXPECT_GE(mFake.connectionsBroken, 1);
+    ASSERT_TRUE(mFake.uploadComplete);
+    EXPECT_TRUE(mFake.movie == movie);
+    EXPECT_EQ(mFake.uploadContentType, "video/quicktime");
+    const QJsonObject snippet = mFake.uploadMetadata.value(QStringLiteral("snippet")).toObject();
+    EXPECT_EQ(snippet.value(QStringLiteral("title")).toString(), metadata.title);
+    EXPECT_EQ(snippet.value(QStringLiteral("description")).toString(), metadata.description);
+    EXPECT_EQ(snippet.value(QStringLiteral("tags")).toArray(),
+              QJsonArray({QStringLiteral("spindrel"), QStringLiteral("waltz")}));
+    EXPECT_EQ(snippet.value(QStringLiteral("categoryId")).toString(), QStringLiteral("10"));
+    EXPECT_EQ(mFake.uploadMetadata.value(QStringLiteral("status"))
+                  .toObject()
+                  .value(QStringLiteral("privacyStatus")),
+              QStringLiteral("private"));
+
+    // The client asked how much had arrived and sent only the rest.
+    const auto puts = mFake.requestsTo(QStringLiteral("/upload/session/1"));
+    bool asked = false;
+    bool resumed = false;
+    for (const auto& request : puts) {
+        const QByteArray range = request.headers.value("content-range");
+        asked = asked || range == "bytes */" + QByteArray::number(movie.size());
+        resumed = resumed || range == "bytes 1048576-" + QByteArray::number(movie.size() - 1) + '/' +
+                                          QByteArray::number(movie.size());
+    }
+    EXPECT_TRUE(asked);
+    EXPECT_TRUE(resumed);
+    ASSERT_FALSE(progress.isEmpty());
+    EXPECT_EQ(progress.last().at(0).toLongLong(), movie.size());
+    EXPECT_EQ(progress.last().at(1).toLongLong(), movie.size());
+}
+
+TEST_F(YouTubeServiceTest, RefusedUploadReportsTheServicesReason)
+{
+    signIn();
+    mFake.refuseUploadStatus = 403;
+    YouTubeUploadTicket ticket(*mService, QByteArray(1000, 'm'), QStringLiteral("video/mp4"), {});
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    ticket.start();
+    ASSERT_TRUE(finished.wait(5000));
+    EXPECT_EQ(finished.at(0).at(0).toString(), QStringLiteral("Uploads are refused."));
+    EXPECT_TRUE(mFake.movie.isEmpty());
+}
+
+TEST_F(YouTubeServiceTest, UploadWithoutSignInFailsBeforeSendingAnything)
+{
+    YouTubeUploadTicket ticket(*mService, QByteArray(10, 'm'), QStringLiteral("video/mp4"), {});
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    ticket.start();
+    ASSERT_EQ(finished.size(), 1);
+    EXPECT_FALSE(finished.at(0).at(0).toString().isEmpty());
+    EXPECT_TRUE(mFake.requests.isEmpty());
+}
+
+TEST(YouTubeCategoryList, AssignableCategoriesInOrderWithTheTermWhenNoLabel)
+{
+    const auto result = YouTubeCategoryList::parse(R"({"items":[
+        {"id":"1","snippet":{"title":"Film & Animation","assignable":true}},
+        {"id":"18","snippet":{"title":"Short Movies","assignable":false}},
+        {"id":"22","snippet":{"assignable":true}},
+        {"id":"10","snippet":{"title":"Music","assignable":true}}]})");
+    EXPECT_FALSE(result.failure.has_value());
+    using C = YouTubeCategoryList::Category;
+    EXPECT_EQ(result.categories, (std::vector<C>{{QStringLiteral("Film & Animation"), QStringLiteral("1")},
+                                                 {QStringLiteral("22"), QStringLiteral("22")},
+                                                 {QStringLiteral("Music"), QStringLiteral("10")}}));
+}
+
+TEST(YouTubeCategoryList, FailuresGiveTheirLogLine)
+{
+    EXPECT_EQ(YouTubeCategoryList::parse({}, QStringLiteral("Host unreachable")).failure,
+              QStringLiteral("Fetch failed with error Host unreachable"));
+    EXPECT_TRUE(YouTubeCategoryList::parse("<html>").failure->startsWith(
+        QStringLiteral("category fetch could not parse XML: ")));
+    EXPECT_EQ(YouTubeCategoryList::parse(R"({"error":{"code":403,"message":"API key missing"}})").failure,
+              QStringLiteral("category fetch could not find nodes: API key missing"));
+    const auto none = YouTubeCategoryList::parse(R"({"items":[{"id":"18","snippet":{"assignable":false}}]})");
+    EXPECT_TRUE(none.categories.empty());
+    EXPECT_TRUE(none.failure->startsWith(QStringLiteral("category fetch could not find nodes: ")));
+}
+
+TEST(YouTubeUploadTicket, PublicVideoUnlessPrivate)
+{
+    YouTubeUploadTicket::Metadata metadata;
+    metadata.title = QStringLiteral("t");
+    const QJsonObject open = QJsonDocument::fromJson(YouTubeUploadTicket::metadataJson(metadata)).object();
+    EXPECT_EQ(open.value(QStringLiteral("status")).toObject().value(QStringLiteral("privacyStatus")),
+              QStringLiteral("public"));
+    EXPECT_FALSE(open.value(QStringLiteral("snippet")).toObject().contains(QStringLiteral("categoryId")));
+}
+
+} // namespace
