@@ -12,6 +12,7 @@
 #include "hud/HUDView.h"
 #include "hud/KeyboardTransportMap.h"
 #include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeBoxSearchField.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
@@ -88,9 +89,21 @@ void WindowController::windowDidLoad()
         mWindow->move(frame.topLeft());
     }
     mWindow->setObjectName(QStringLiteral("SpindrelWindow"));
+    // The window comes back where the user left it.
+    const QPoint saved = mPreferences.defaultsValue(frameAutosaveKey()).toPoint();
+    if (!saved.isNull() && mWindow->screen() && mWindow->screen()->availableGeometry().contains(saved))
+        mWindow->move(saved);
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
+    // Tab goes from the keys to the search field and back.
+    QWidget::setTabOrder(mSegmentedTapeButtonView, mTapeBox->searchField());
+    QWidget::setTabOrder(mTapeBox->searchField(), mSegmentedTapeButtonView);
     mSegmentedTapeButtonView->setFocus();
+}
+
+QString WindowController::frameAutosaveKey()
+{
+    return QStringLiteral("NSWindow Frame SpindrelWindow");
 }
 
 void WindowController::showWindow()
@@ -316,6 +329,7 @@ void WindowController::windowWillClose()
         return;
     sendEvent(&WindowControllerContext::windowWillClose);
     mClosed = true;
+    mPreferences.setDefaultsValue(frameAutosaveKey(), mWindow->pos());
     mTapeArrayController->stopMonitoringRecordingDirectory();
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
     VORLAudioHardware::sharedInstance()->removeDelegate(this);

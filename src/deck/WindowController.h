@@ -59,6 +59,8 @@ public:
 
     DeckWindow* window() const { return mWindow; }
     void showWindow();
+    /// Where the window's place is kept between runs.
+    static QString frameAutosaveKey();
     /// Connects the deck to the rest of the application: the folder watch, the observed
     /// defaults and the device notices.
     void applicationDidFinishLaunching();
