@@ -39,6 +39,7 @@ WindowController::~WindowController()
     if (mTapeArrayController)
         mTapeArrayController->stopMonitoringRecordingDirectory();
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
+    unregisterHotkeys();
     destroyAudioInputMeter();
     if (mAudioFilePlayer)
         mAudioFilePlayer->setDelegate(nullptr);
@@ -123,6 +124,9 @@ void WindowController::applicationDidFinishLaunching()
         else
             removeStatusItem();
     });
+    // One handler for the four: each change registers all three hot keys again.
+    for (const QString& key : {K::EnableHotKeys, K::RecordHotKey, K::StopHotKey, K::PauseHotKey})
+        mPreferences.observe(key, this, [this] { registerHotkeys(); });
     mPreferences.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
     connect(&mPreferences, &DeckPreferences::recordDeviceChangedNotification, this,
             &WindowController::recordDeviceDidChange);
@@ -343,6 +347,7 @@ void WindowController::windowWillClose()
     mAudioFileRecorder.reset();
     destroyAudioInputMeter();
     removeStatusItem();
+    unregisterHotkeys();
     Q_EMIT windowDidClose();
 }
 
