@@ -12,6 +12,7 @@
 #include "hud/HUDView.h"
 #include "hud/KeyboardTransportMap.h"
 #include "hud/SegmentedTapeButtonView.h"
+#include "hud/TapeBoxSearchField.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
@@ -38,6 +39,7 @@ WindowController::~WindowController()
     if (mTapeArrayController)
         mTapeArrayController->stopMonitoringRecordingDirectory();
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
+    unregisterHotkeys();
     destroyAudioInputMeter();
     if (mAudioFilePlayer)
         mAudioFilePlayer->setDelegate(nullptr);
@@ -88,9 +90,21 @@ void WindowController::windowDidLoad()
         mWindow->move(frame.topLeft());
     }
     mWindow->setObjectName(QStringLiteral("SpindrelWindow"));
+    // The window comes back where the user left it.
+    const QPoint saved = mPreferences.defaultsValue(frameAutosaveKey()).toPoint();
+    if (!saved.isNull() && mWindow->screen() && mWindow->screen()->availableGeometry().contains(saved))
+        mWindow->move(saved);
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
+    // Tab goes from the keys to the search field and back.
+    QWidget::setTabOrder(mSegmentedTapeButtonView, mTapeBox->searchField());
+    QWidget::setTabOrder(mTapeBox->searchField(), mSegmentedTapeButtonView);
     mSegmentedTapeButtonView->setFocus();
+}
+
+QString WindowController::frameAutosaveKey()
+{
+    return QStringLiteral("NSWindow Frame SpindrelWindow");
 }
 
 void WindowController::showWindow()
@@ -110,6 +124,9 @@ void WindowController::applicationDidFinishLaunching()
         else
             removeStatusItem();
     });
+    // One handler for the four: each change registers all three hot keys again.
+    for (const QString& key : {K::EnableHotKeys, K::RecordHotKey, K::StopHotKey, K::PauseHotKey})
+        mPreferences.observe(key, this, [this] { registerHotkeys(); });
     mPreferences.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
     connect(&mPreferences, &DeckPreferences::recordDeviceChangedNotification, this,
             &WindowController::recordDeviceDidChange);
@@ -316,6 +333,7 @@ void WindowController::windowWillClose()
         return;
     sendEvent(&WindowControllerContext::windowWillClose);
     mClosed = true;
+    mPreferences.setDefaultsValue(frameAutosaveKey(), mWindow->pos());
     mTapeArrayController->stopMonitoringRecordingDirectory();
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
@@ -329,6 +347,7 @@ void WindowController::windowWillClose()
     mAudioFileRecorder.reset();
     destroyAudioInputMeter();
     removeStatusItem();
+    unregisterHotkeys();
     Q_EMIT windowDidClose();
 }
 

@@ -20,6 +20,7 @@ class QTimer;
 namespace spindrel {
 
 class DeckPreferences;
+class PTHotKey;
 class DeckWindow;
 class HUDView;
 class SegmentedTapeButtonView;
@@ -36,7 +37,7 @@ class WindowControllerContext;
 /// The operations are spread over source files by role: set-up and observation
 /// (WindowController.cpp), recording (WindowControllerRecording.cpp), playback and the transport
 /// actions (WindowControllerPlayback.cpp), sound effects (WindowControllerSounds.cpp), the tape
-/// box and file operations (WindowControllerLibrary.cpp), the status item and menus
+/// box and file operations (WindowControllerLibrary.cpp), the status item and hot keys
 /// (WindowControllerStatusItem.cpp).
 class WindowController : public QObject,
                          public WindowControllerOwner,
@@ -59,6 +60,8 @@ public:
 
     DeckWindow* window() const { return mWindow; }
     void showWindow();
+    /// Where the window's place is kept between runs.
+    static QString frameAutosaveKey();
     /// Connects the deck to the rest of the application: the folder watch, the observed
     /// defaults and the device notices.
     void applicationDidFinishLaunching();
@@ -178,6 +181,10 @@ public:
     void recordDeviceDidChange();
     void recordDeviceChannelsDidChange();
 
+    /// Registers the record, stop and pause hot keys from the preferences (clear ones when hot
+    /// keys are turned off), replacing the deck's earlier ones.
+    void registerHotkeys();
+
     // Status item.
     void installStatusItem();
     void removeStatusItem();
@@ -244,7 +251,8 @@ private:
     TapePtr tapeForRawPointer(const Tape* tape) const;
     void tapeBoxMenuAction(int action, const TapePtr& tape);
 
-    // Status item (WindowControllerStatusItem.cpp).
+    // Status item and hot keys (WindowControllerStatusItem.cpp).
+    void unregisterHotkeys();
     void buildStatusItemMenu();
     void setStatusItemImage(const QString& name);
 
@@ -274,6 +282,10 @@ private:
     QTimer* mHUDTimer = nullptr;
     QTimer* mMeterTimer = nullptr;
     std::array<SoundEffectPlayer*, soundEffectCount> mSoundEffectPlayers{};
+
+    std::shared_ptr<PTHotKey> mRecordHotKey;
+    std::shared_ptr<PTHotKey> mPauseHotKey;
+    std::shared_ptr<PTHotKey> mStopHotKey;
 
     QPointer<QSystemTrayIcon> mStatusItem;
     QMenu* mStatusItemMenu = nullptr;

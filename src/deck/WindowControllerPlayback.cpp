@@ -131,6 +131,10 @@ void WindowController::createTapePlayer()
     } catch (const AudioException& exception) {
         mAudioFilePlayer.reset();
         logError(QStringLiteral("WindowController"), QStringLiteral("Exception! %1").arg(exception.reason()));
+    } catch (const std::exception& exception) {
+        mAudioFilePlayer.reset();
+        logError(QStringLiteral("WindowController"),
+                 QStringLiteral("Exception! %1").arg(QString::fromLocal8Bit(exception.what())));
     }
 }
 

@@ -1,10 +1,12 @@
 #include "DeckTest.h"
 #include "deck/SoundEffectPlayer.h"
+#include "foundation/Log.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QTest>
 
@@ -104,6 +106,27 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
     deck.stopTape();
     EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
     EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
+}
+
+TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
+{
+    QFile broken(mLibraryPath + QStringLiteral("/broken.m4a"));
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("not a movie at all");
+    broken.close();
+    QStringList log;
+    const LogSink previous = setLogSink([&log](const QString& line) { log << line; });
+    WindowController& deck = openDeck();
+    setLogSink(previous);
+
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(deck.audioFilePlayer(), nullptr);
+    EXPECT_TRUE(log.filter(QStringLiteral("(ERROR) WindowController : Exception! ")).size() == 1)
+        << log.join('\n');
+    deck.playTape(); // nothing to hear, nothing to fail
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    deck.stopTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
 }
 
 TEST_F(PlaybackTest, AnEventTheTransportRefusesChangesNothing)

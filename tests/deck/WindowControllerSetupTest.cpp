@@ -44,6 +44,16 @@ TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsDefaultsRegistered)
     EXPECT_FALSE(WindowController::systemFullUserName().isEmpty());
 }
 
+TEST_F(SetupTest, TheWindowComesBackWhereItWasLeft)
+{
+    mPreferences->setDefaultsValue(WindowController::frameAutosaveKey(), QPoint(140, 120));
+    WindowController& deck = openDeck();
+    EXPECT_EQ(deck.window()->pos(), QPoint(140, 120));
+    deck.window()->move(200, 160);
+    closeDeck();
+    EXPECT_EQ(mPreferences->defaultsValue(WindowController::frameAutosaveKey()).toPoint(), QPoint(200, 160));
+}
+
 TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdle)
 {
     WindowController& deck = openDeck();
