@@ -161,34 +161,34 @@ void PreferencesController::checkDefaultAudioDevices()
     refreshWindow();
 }
 
-QVariantMap PreferencesController::recordHotKeyCombo() const
+PTKeyCombo PreferencesController::recordHotKeyCombo() const
 {
-    return mDefaults.dictionaryForKey(K::RecordHotKey);
+    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::RecordHotKey));
 }
 
-QVariantMap PreferencesController::pauseHotKeyCombo() const
+PTKeyCombo PreferencesController::pauseHotKeyCombo() const
 {
-    return mDefaults.dictionaryForKey(K::PauseHotKey);
+    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::PauseHotKey));
 }
 
-QVariantMap PreferencesController::stopHotKeyCombo() const
+PTKeyCombo PreferencesController::stopHotKeyCombo() const
 {
-    return mDefaults.dictionaryForKey(K::StopHotKey);
+    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::StopHotKey));
 }
 
-void PreferencesController::setRecordHotKeyCombo(const QVariantMap& combo)
+void PreferencesController::setRecordHotKeyCombo(const PTKeyCombo& combo)
 {
-    mDefaults.setObject(combo, K::RecordHotKey);
+    mDefaults.setObject(combo.plistRepresentation(), K::RecordHotKey);
 }
 
-void PreferencesController::setPauseHotKeyCombo(const QVariantMap& combo)
+void PreferencesController::setPauseHotKeyCombo(const PTKeyCombo& combo)
 {
-    mDefaults.setObject(combo, K::PauseHotKey);
+    mDefaults.setObject(combo.plistRepresentation(), K::PauseHotKey);
 }
 
-void PreferencesController::setStopHotKeyCombo(const QVariantMap& combo)
+void PreferencesController::setStopHotKeyCombo(const PTKeyCombo& combo)
 {
-    mDefaults.setObject(combo, K::StopHotKey);
+    mDefaults.setObject(combo.plistRepresentation(), K::StopHotKey);
 }
 
 void PreferencesController::setTapeLibraryURL(const QString& path)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HotKeysLib3/PTKeyCombo.h"
 #include "app/PreferencesWindow.h"
 #include "deck/DeckPreferences.h"
 
@@ -47,13 +48,13 @@ public:
     bool enableHotKeys() const;
     void checkDefaultAudioDevices() override;
 
-    /// The combinations in their stored form: {"keyCode": n, "modifiers": m}.
-    QVariantMap recordHotKeyCombo() const;
-    QVariantMap pauseHotKeyCombo() const;
-    QVariantMap stopHotKeyCombo() const;
-    void setRecordHotKeyCombo(const QVariantMap& combo);
-    void setPauseHotKeyCombo(const QVariantMap& combo);
-    void setStopHotKeyCombo(const QVariantMap& combo);
+    /// The hot keys' combinations, kept as {"keyCode": n, "modifiers": m}.
+    PTKeyCombo recordHotKeyCombo() const;
+    PTKeyCombo pauseHotKeyCombo() const;
+    PTKeyCombo stopHotKeyCombo() const;
+    void setRecordHotKeyCombo(const PTKeyCombo& combo);
+    void setPauseHotKeyCombo(const PTKeyCombo& combo);
+    void setStopHotKeyCombo(const PTKeyCombo& combo);
 
     QString tapeLibraryPath() const override { return mTapeLibraryPath; }
     QString tapeLibraryURL() const { return mTapeLibraryPath; }

@@ -1,5 +1,7 @@
 #include "app/PreferencesWindow.h"
 
+#include "HotKeysLib3/PTHotKeyCenter.h"
+#include "HotKeysLib3/PTKeyComboPanel.h"
 #include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
 #include "app/WhitespaceStrippingValueTransformer.h"
@@ -90,15 +92,65 @@ QWidget* PreferencesWindow::makeGeneralPane()
 QWidget* PreferencesWindow::makeHotKeysPane()
 {
     auto* pane = new QWidget;
-    auto* layout = new QVBoxLayout(pane);
-    layout->addWidget(boundCheckBox(tr("Enable global hot keys"), K::EnableHotKeys));
-    // Recording new combinations needs the key-combination panel, which is not built yet.
-    auto* unfinished = new QLabel(tr("Record, Pause and Stop hot keys cannot be changed here yet."), pane);
-    unfinished->setObjectName(QStringLiteral("HotKeysUnfinished"));
-    unfinished->setWordWrap(true);
-    layout->addWidget(unfinished);
-    layout->addStretch(1);
+    auto* form = new QFormLayout(pane);
+    QCheckBox* enable = boundCheckBox(tr("Enable global hot keys"), K::EnableHotKeys);
+    form->addRow(enable);
+    const std::array<std::pair<QString, QString>, 3> hotKeys{
+        {{tr("Record"), K::RecordHotKey}, {tr("Pause"), K::PauseHotKey}, {tr("Stop"), K::StopHotKey}}};
+    for (const auto& [name, key] : hotKeys) {
+        auto* button = new QPushButton(pane);
+        button->setObjectName(key);
+        mController.observe(key, button, [this, button, key = key] {
+            const PTKeyCombo combo = PTKeyCombo::fromPlistRepresentation(mController.defaultsValue(key));
+            button->setText(combo.description());
+            button->setToolTip(combo.platformDescription());
+        });
+        mController.observe(K::EnableHotKeys, button,
+                            [this, button] { button->setEnabled(mController.boolForKey(K::EnableHotKeys)); });
+        connect(button, &QPushButton::clicked, this,
+                [this, name = name, key = key] { changeHotkey(name, key); });
+        form->addRow(name + QLatin1Char(':'), button);
+    }
+    // Wayland without the portal, or no X server: say so instead of keys that never fire.
+    auto* availability = new QLabel(pane);
+    availability->setObjectName(QStringLiteral("HotKeysAvailability"));
+    availability->setWordWrap(true);
+    PTHotKeyCenter& center = PTHotKeyCenter::sharedCenter();
+    const auto showAvailability = [availability, &center] {
+        availability->setText(center.availabilityText());
+        availability->setVisible(!availability->text().isEmpty());
+    };
+    connect(&center, &PTHotKeyCenter::availabilityChanged, availability, showAvailability);
+    showAvailability();
+    form->addRow(availability);
     return pane;
+}
+
+void PreferencesWindow::changeRecordHotkey()
+{
+    changeHotkey(tr("Record"), K::RecordHotKey);
+}
+
+void PreferencesWindow::changePauseHotkey()
+{
+    changeHotkey(tr("Pause"), K::PauseHotKey);
+}
+
+void PreferencesWindow::changeStopHotkey()
+{
+    changeHotkey(tr("Stop"), K::StopHotKey);
+}
+
+void PreferencesWindow::changeHotkey(const QString& name, const QString& key)
+{
+    PTKeyComboPanel& panel = PTKeyComboPanel::sharedPanel();
+    panel.setKeyBindingName(name);
+    panel.setKeyCombo(PTKeyCombo::fromPlistRepresentation(mController.defaultsValue(key)));
+    panel.runSheeetForModalWindow(this, [this, key](int returnCode) {
+        if (returnCode == QDialog::Accepted)
+            mController.setDefaultsValue(key,
+                                         PTKeyComboPanel::sharedPanel().keyCombo().plistRepresentation());
+    });
 }
 
 QWidget* PreferencesWindow::makeAudioPane()

@@ -35,6 +35,11 @@ public:
     void preferencesToolbarPressed() { showPane(GeneralPane); }
     void hotkeysToolbarPressed() { showPane(HotKeysPane); }
     void audioToolbarPressed() { showPane(AudioPane); }
+
+    // The hot-key buttons: a sheet takes the new combination; OK stores it.
+    void changeRecordHotkey();
+    void changePauseHotkey();
+    void changeStopHotkey();
     void showPane(Pane pane);
     Pane currentPane() const;
 
@@ -50,6 +55,8 @@ private:
     QWidget* makeHotKeysPane();
     QWidget* makeAudioPane();
     QCheckBox* boundCheckBox(const QString& title, const QString& key);
+    /// Opens the key-combination sheet for a hot key and stores what the user typed.
+    void changeHotkey(const QString& name, const QString& key);
     void chooseLibraryFolder();
     void authorEdited();
 

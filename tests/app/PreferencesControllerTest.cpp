@@ -52,12 +52,13 @@ TEST_F(PreferencesControllerTest, FirstUseRegistersEveryPreferenceAndSetsUpTheLi
     EXPECT_TRUE(mDefaults->boolForKey(K::ShowNSStatusItem));
     EXPECT_TRUE(mDefaults->boolForKey(K::EnableHotKeys));
     EXPECT_TRUE(mDefaults->boolForKey(K::SPLockRecordingSampleRate));
-    EXPECT_EQ(controller->recordHotKeyCombo(),
+    EXPECT_EQ(controller->recordHotKeyCombo(), PTKeyCombo(26, 768));
+    EXPECT_EQ(controller->pauseHotKeyCombo(), PTKeyCombo(28, 768));
+    EXPECT_EQ(controller->stopHotKeyCombo(), PTKeyCombo(25, 768));
+    EXPECT_EQ(mDefaults->dictionaryForKey(K::RecordHotKey),
               (QVariantMap{{QStringLiteral("keyCode"), 26}, {QStringLiteral("modifiers"), 768}}));
-    EXPECT_EQ(controller->pauseHotKeyCombo(),
-              (QVariantMap{{QStringLiteral("keyCode"), 28}, {QStringLiteral("modifiers"), 768}}));
-    EXPECT_EQ(controller->stopHotKeyCombo(),
-              (QVariantMap{{QStringLiteral("keyCode"), 25}, {QStringLiteral("modifiers"), 768}}));
+    controller->setStopHotKeyCombo(PTKeyCombo::clearKeyCombo());
+    EXPECT_TRUE(controller->stopHotKeyCombo().isClearCombo());
     EXPECT_FALSE(mDefaults->objectForKey(K::RecordDeviceUID).isValid());
     EXPECT_FALSE(mDefaults->objectForKey(K::PlaybackDeviceUID).isValid());
 

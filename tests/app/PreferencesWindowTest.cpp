@@ -1,5 +1,7 @@
 #include "app/PreferencesWindow.h"
 
+#include "HotKeysLib3/PTHotKeyCenter.h"
+#include "HotKeysLib3/PTKeyComboPanel.h"
 #include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
 #include "deck/DefaultsKeys.h"
@@ -8,6 +10,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -136,7 +139,40 @@ TEST_F(PreferencesWindowTest, ChecksFieldsAndPanesWriteTheDefaults)
     EXPECT_EQ(mWindow->currentPane(), PreferencesWindow::AudioPane);
     mWindow->hotkeysToolbarPressed();
     EXPECT_EQ(mWindow->currentPane(), PreferencesWindow::HotKeysPane);
-    EXPECT_NE(mWindow->findChild<QCheckBox*>(K::EnableHotKeys), nullptr);
+}
+
+TEST_F(PreferencesWindowTest, AHotKeyIsChangedInTheComboSheet)
+{
+    mWindow->hotkeysToolbarPressed();
+    auto* record = mWindow->findChild<QPushButton*>(K::RecordHotKey);
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->text(), PTKeyCombo(26, 768).description());
+
+    record->click();
+    PTKeyComboPanel& panel = PTKeyComboPanel::sharedPanel();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 2000));
+    EXPECT_EQ(panel.keyBindingName(), QStringLiteral("Record"));
+    EXPECT_EQ(panel.keyCombo(), PTKeyCombo(26, 768));
+    panel.setKeyCombo(PTKeyCombo(15, 768));
+    panel.ok();
+    EXPECT_EQ(PTKeyCombo::fromPlistRepresentation(mDefaults->objectForKey(K::RecordHotKey)),
+              PTKeyCombo(15, 768));
+    EXPECT_EQ(record->text(), PTKeyCombo(15, 768).description());
+
+    mWindow->changeStopHotkey();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 2000));
+    panel.cancel();
+    EXPECT_EQ(PTKeyCombo::fromPlistRepresentation(mDefaults->objectForKey(K::StopHotKey)),
+              PTKeyCombo(25, 768));
+
+    // The pane says whatever the desktop allows.
+    auto* availability = mWindow->findChild<QLabel*>(QStringLiteral("HotKeysAvailability"));
+    ASSERT_NE(availability, nullptr);
+    EXPECT_EQ(availability->text(), PTHotKeyCenter::sharedCenter().availabilityText());
+
+    // The buttons follow the switch.
+    mDefaults->setObject(false, K::EnableHotKeys);
+    EXPECT_FALSE(record->isEnabled());
 }
 
 } // namespace
