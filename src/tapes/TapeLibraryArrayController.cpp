@@ -1,6 +1,7 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include "foundation/Log.h"
+#include "tapes/Trash.h"
 
 #include <QDir>
 #include <QFile>
@@ -153,14 +154,17 @@ QList<Error> TapeLibraryArrayController::importTapesIntoLibrary(const QList<QUrl
     return errors;
 }
 
-bool TapeLibraryArrayController::moveTapeToTrash(const TapePtr& tape)
+std::optional<Error> TapeLibraryArrayController::moveTapeToTrash(const TapePtr& tape)
 {
-    const bool trashed = QFile::moveToTrash(tape->filename());
-    if (!trashed)
+    std::optional<Error> failure;
+    if (auto result = Trash::moveToTrash(tape->filename()); std::holds_alternative<Error>(result)) {
+        failure = std::get<Error>(result);
         logError(QStringLiteral("TapeLibraryArrayController_TapeOperations"),
                  QStringLiteral("performFileOperation failed!!!!"));
+    }
+    // Out of the list at once either way; the folder watch would only drop it later.
     removeObject(tape);
-    return trashed;
+    return failure;
 }
 
 Qt::ItemFlags TapeLibraryArrayController::flags(const QModelIndex& index) const

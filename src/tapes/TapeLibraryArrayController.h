@@ -40,8 +40,9 @@ public:
     /// copyTape of each URL in order; the errors of those that failed.
     QList<Error> importTapesIntoLibrary(const QList<QUrl>& urls) const;
 
-    /// Trashes the tape's file (freedesktop trash) and removes it from the content at once.
-    bool moveTapeToTrash(const TapePtr& tape);
+    /// Trashes the tape's file (freedesktop trash) and removes it from the content at once, even
+    /// when the file could not be trashed (a vanished file); that failure is logged and returned.
+    std::optional<Error> moveTapeToTrash(const TapePtr& tape);
 
     // Drag and drop on the tape box table: tapes drag out as files, .m4a files drop in.
     Qt::ItemFlags flags(const QModelIndex& index) const override;

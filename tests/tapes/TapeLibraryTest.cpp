@@ -1,4 +1,5 @@
 #include "TapeTestFiles.h"
+#include "foundation/Log.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QDir>
@@ -193,7 +194,27 @@ TEST_F(TapeLibraryTest, TrashMovesTheFileIntoTheUserTrashAndDropsTheTape)
     addTape(QStringLiteral("bin.m4a"), QStringLiteral("doomed"), day(1));
     TapeLibraryArrayController library(folder());
     ASSERT_EQ(library.content().size(), 1);
-    EXPECT_TRUE(library.moveTapeToTrash(library.content().first()));
+    EXPECT_FALSE(library.moveTapeToTrash(library.content().first()));
     EXPECT_TRUE(library.content().isEmpty());
     EXPECT_FALSE(QFile::exists(path(QStringLiteral("bin.m4a"))));
+}
+
+TEST_F(TapeLibraryTest, ATapeWhoseFileVanishedStillLeavesTheListWithTheFailureLogged)
+{
+    addTape(QStringLiteral("gone.m4a"), QStringLiteral("gone"), day(1));
+    TapeLibraryArrayController library(folder());
+    ASSERT_EQ(library.content().size(), 1);
+    library.content().first()->setCommitsWhenReleased(false);
+    ASSERT_TRUE(QFile::remove(path(QStringLiteral("gone.m4a"))));
+
+    QStringList logged;
+    const LogSink previous = setLogSink([&](const QString& line) { logged << line; });
+    const std::optional<Error> error = library.moveTapeToTrash(library.content().first());
+    setLogSink(previous);
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("gone.m4a")));
+    EXPECT_TRUE(library.content().isEmpty());
+    EXPECT_EQ(logged,
+              QStringList{QStringLiteral(
+                  "(ERROR) TapeLibraryArrayController_TapeOperations : performFileOperation failed!!!!")});
 }

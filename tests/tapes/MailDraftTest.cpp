@@ -1,0 +1,133 @@
+#include "tapes/MailDraft.h"
+
+#include "TapeTestFiles.h"
+#include "tapes/Tape.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+/// A stand-in for the desktop's composer, first on PATH: it writes its arguments, NUL-separated,
+/// to a file and ends with the given status.
+class MailDraftTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        mSavedPath = qgetenv("PATH");
+        mTapePath = mDir.filePath(QStringLiteral("Sunday rehearsal.m4a"));
+        ASSERT_TRUE(makeTapeFile(mTapePath));
+    }
+    void TearDown() override { qputenv("PATH", mSavedPath); }
+
+    void installComposer(int status)
+    {
+        const QString bin = mDir.filePath(QStringLiteral("bin"));
+        QDir().mkpath(bin);
+        QFile script(bin + QStringLiteral("/xdg-email"));
+        ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + argvFile().toUtf8() + "'\nexit " +
+                     QByteArray::number(status) + "\n");
+        script.close();
+        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("PATH", bin.toLocal8Bit() + ':' + mSavedPath);
+    }
+
+    QString argvFile() const { return mDir.filePath(QStringLiteral("argv")); }
+
+    QStringList composerArguments() const
+    {
+        QFile file(argvFile());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList arguments = QString::fromUtf8(file.readAll()).split(QChar(u'\0'));
+        arguments.removeLast(); // after the last NUL
+        return arguments;
+    }
+
+    /// Opens the draft and turns the event loop until it reports; the error it gave, if any.
+    std::optional<Error> openDraft(const MailDraft& draft)
+    {
+        bool reported = false;
+        std::optional<Error> result;
+        draft.open(ProcessLauncher::system(), [&](std::optional<Error> error) {
+            reported = true;
+            result = std::move(error);
+        });
+        const QDeadlineTimer deadline(10000);
+        while (!reported && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        EXPECT_TRUE(reported);
+        return result;
+    }
+
+    MailDraft draftForTape(const QString& title)
+    {
+        Tape tape(mTapePath);
+        tape.setCommitsWhenReleased(false);
+        tape.setTitle(title);
+        return MailDraft::forTape(tape);
+    }
+
+    QTemporaryDir mDir;
+    QString mTapePath;
+    QByteArray mSavedPath;
+};
+
+TEST_F(MailDraftTest, TheComposerReceivesSubjectBodyAndAttachmentAsSeparateArguments)
+{
+    installComposer(0);
+    // Quotes, a semicolon and a dollar sign would do harm if any shell read them.
+    const QString title = QStringLiteral("Rock 'n' roll; \"live\" $HOME & more");
+    const std::optional<Error> error = openDraft(draftForTape(title));
+    EXPECT_FALSE(error) << error->localizedDescription().toStdString();
+
+    EXPECT_EQ(composerArguments(),
+              (QStringList{QStringLiteral("--utf8"), QStringLiteral("--subject"),
+                           QStringLiteral("Spindrel Recording: ") + title, QStringLiteral("--body"),
+                           QStringLiteral("\nRecorded with Spindrel\n") + MailDraft::webAddress() +
+                               QStringLiteral("\n\n"),
+                           QStringLiteral("--attach"), mTapePath}));
+    EXPECT_TRUE(MailDraft::webAddress().startsWith(QStringLiteral("https://")));
+}
+
+TEST_F(MailDraftTest, AMissingMailProgramIsReportedClearly)
+{
+    // Without xdg-email anywhere on PATH.
+    qputenv("PATH", mDir.filePath(QStringLiteral("empty")).toLocal8Bit());
+    std::optional<Error> error = openDraft(draftForTape(QStringLiteral("Take")));
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("No mail program")))
+        << error->localizedDescription().toStdString();
+
+    // xdg-email present, but no mail program behind it: its status 3.
+    installComposer(3);
+    error = openDraft(draftForTape(QStringLiteral("Take")));
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("No mail program is set up")));
+
+    installComposer(1);
+    error = openDraft(draftForTape(QStringLiteral("Take")));
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("status 1")));
+}
+
+TEST_F(MailDraftTest, ATapeWhoseFileVanishedStartsNoComposer)
+{
+    installComposer(0);
+    const MailDraft draft = draftForTape(QStringLiteral("Take"));
+    ASSERT_TRUE(QFile::remove(mTapePath));
+    const std::optional<Error> error = openDraft(draft);
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("Sunday rehearsal.m4a")));
+    EXPECT_FALSE(QFile::exists(argvFile()));
+}
+
+} // namespace

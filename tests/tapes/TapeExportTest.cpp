@@ -1,0 +1,117 @@
+#include "tapes/TapeExport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+using namespace spindrel;
+
+namespace {
+
+class TapeExportTest : public ::testing::Test
+{
+protected:
+    QString write(const QString& name, const QByteArray& contents)
+    {
+        QFile file(mDir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+        return file.fileName();
+    }
+    static QByteArray read(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+    QStringList allEntries() const
+    {
+        return QDir(mDir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    }
+
+    QTemporaryDir mDir;
+};
+
+TEST_F(TapeExportTest, CopiesTheFileWhole)
+{
+    QByteArray audio(3 * 1024 * 1024 + 17, '\0');
+    for (qsizetype i = 0; i < audio.size(); ++i)
+        audio[i] = char(i * 7);
+    const QString source = write(QStringLiteral("tape.m4a"), audio);
+    const QString destination = mDir.filePath(QStringLiteral("copy.m4a"));
+    EXPECT_FALSE(TapeExport::exportFile(source, destination));
+    EXPECT_EQ(read(destination), audio);
+    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("copy.m4a"), QStringLiteral("tape.m4a")}));
+}
+
+TEST_F(TapeExportTest, AnExistingFileIsReplacedOnlyWithConsent)
+{
+    const QString source = write(QStringLiteral("tape.m4a"), "new take");
+    const QString destination = write(QStringLiteral("keep.m4a"), "precious");
+
+    const std::optional<Error> refused = TapeExport::exportFile(source, destination);
+    ASSERT_TRUE(refused);
+    EXPECT_TRUE(refused->localizedDescription().contains(QStringLiteral("already there")));
+    EXPECT_EQ(read(destination), QByteArray("precious"));
+
+    EXPECT_FALSE(TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace));
+    EXPECT_EQ(read(destination), QByteArray("new take"));
+
+    // Even with consent a tape is never exported onto its own file.
+    EXPECT_TRUE(TapeExport::exportFile(source, source, TapeExport::ExistingFile::Replace));
+    EXPECT_EQ(read(source), QByteArray("new take"));
+    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("keep.m4a"), QStringLiteral("tape.m4a")}));
+}
+
+TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)
+{
+    const QString source = write(QStringLiteral("tape.m4a"), QByteArray(256 * 1024, 'x'));
+    const QString destination = write(QStringLiteral("old.m4a"), "old contents");
+
+    // A file-size limit makes writes fail part-way, as a full disk does.
+    struct rlimit saved
+    {
+    };
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    auto* previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit limited = saved;
+    limited.rlim_cur = 64 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const std::optional<Error> error =
+        TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace);
+    const std::optional<Error> fresh =
+        TapeExport::exportFile(source, mDir.filePath(QStringLiteral("new.m4a")));
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previousHandler);
+
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("old.m4a")));
+    EXPECT_TRUE(fresh);
+    // The old file is whole and no temporary or partial copy is left behind.
+    EXPECT_EQ(read(destination), QByteArray("old contents"));
+    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("old.m4a"), QStringLiteral("tape.m4a")}));
+}
+
+TEST_F(TapeExportTest, BadPlacesAndVanishedTapesAreErrors)
+{
+    const QString source = write(QStringLiteral("tape.m4a"), "take");
+    const std::optional<Error> noFolder =
+        TapeExport::exportFile(source, mDir.filePath(QStringLiteral("missing/x.m4a")));
+    ASSERT_TRUE(noFolder);
+    EXPECT_TRUE(noFolder->localizedDescription().contains(QStringLiteral("tape.m4a")));
+
+    QDir().mkpath(mDir.filePath(QStringLiteral("folder.m4a")));
+    EXPECT_TRUE(TapeExport::exportFile(source, mDir.filePath(QStringLiteral("folder.m4a")),
+                                       TapeExport::ExistingFile::Replace));
+    EXPECT_TRUE(QFileInfo(mDir.filePath(QStringLiteral("folder.m4a"))).isDir());
+
+    const std::optional<Error> vanished = TapeExport::exportFile(mDir.filePath(QStringLiteral("gone.m4a")),
+                                                                 mDir.filePath(QStringLiteral("y.m4a")));
+    ASSERT_TRUE(vanished);
+    EXPECT_TRUE(vanished->localizedDescription().contains(QStringLiteral("no longer exists")));
+    EXPECT_FALSE(QFile::exists(mDir.filePath(QStringLiteral("y.m4a"))));
+}
+
+} // namespace
