@@ -10,10 +10,12 @@ namespace spindrel {
 
 CommandLine::CommandLine()
 {
-    mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
-                 renderCassetteCommand(), libraryCommand(), importCommand(),
-                 devicesCommand(),        playCommand(),    meterCommand(),
-                 recordRawCommand(),      exportMovieCommand(), recordCommand()};
+    mCommands = {tagsCommand(),    probeCommand(),     tapeCommand(),        renderCassetteCommand(),
+                 libraryCommand(), importCommand(),    devicesCommand(),     playCommand(),
+                 meterCommand(),   recordRawCommand(), exportMovieCommand(), recordCommand()};
+    mCommands.push_back(trashCommand());
+    mCommands.push_back(addToMusicCommand());
+    mCommands.push_back(exportCommand());
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

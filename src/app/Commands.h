@@ -17,5 +17,8 @@ CommandLine::Command meterCommand();
 CommandLine::Command recordRawCommand();
 CommandLine::Command exportMovieCommand();
 CommandLine::Command recordCommand();
+CommandLine::Command trashCommand();
+CommandLine::Command addToMusicCommand();
+CommandLine::Command exportCommand();
 
 } // namespace spindrel

@@ -43,19 +43,30 @@ void AppController::buildMainMenu()
     controls->addAction(tr("Next Tape"), QKeySequence(tr("Ctrl+Up")), deck, &WindowController::nextTape);
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
-    QAction* reveal =
-        mTapeMenu->addAction(tr("Reveal Tape in Finder"), deck, [deck] { deck->revealInFinder(); });
-    QAction* trash =
-        mTapeMenu->addAction(tr("Move Tape to Trash"), deck, [deck] { deck->moveTapeToTrash(); });
+    // Each item names its action so the menu can be validated against the deck in one place.
+    const QList<QPair<QString, void (WindowController::*)(QObject*)>> tapeItems{
+        {QStringLiteral("revealInFinder"), &WindowController::revealInFinder},
+        {QStringLiteral("moveTapeToTrash"), &WindowController::moveTapeToTrash},
+        {QStringLiteral("emailTape"), &WindowController::emailTape},
+        {QStringLiteral("sendToMusicLibrary"), &WindowController::sendToMusicLibrary},
+    };
+    const QStringList tapeTexts{tr("Reveal Tape in Finder"), tr("Move Tape to Trash"), tr("Email Tape…"),
+                                tr("Add Tape to Music Library")};
+    QList<QPair<QAction*, QString>> validated{{exportItem, QStringLiteral("exportTape")}};
+    for (qsizetype i = 0; i < tapeItems.size(); ++i) {
+        const auto action = tapeItems.at(i).second;
+        QAction* item =
+            mTapeMenu->addAction(tapeTexts.at(i), deck, [deck, action] { (deck->*action)(nullptr); });
+        validated.append({item, tapeItems.at(i).first});
+    }
     mTapeMenu->addAction(tr("Reveal Library in Finder"), deck, &WindowController::revealLibraryInFinder);
     mTapeMenu->addSeparator();
     mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
                          &WindowController::discloseTapes);
 
-    auto validate = [deck, reveal, trash, exportItem] {
-        reveal->setEnabled(deck->validateAction(QStringLiteral("revealInFinder")));
-        trash->setEnabled(deck->validateAction(QStringLiteral("moveTapeToTrash")));
-        exportItem->setEnabled(deck->validateAction(QStringLiteral("exportTape")));
+    auto validate = [deck, validated] {
+        for (const auto& [item, action] : validated)
+            item->setEnabled(deck->validateAction(action));
     };
     connect(mTapeMenu, &QMenu::aboutToShow, this, validate);
     connect(file, &QMenu::aboutToShow, this, validate);

@@ -4,7 +4,10 @@
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
+#include "deck/FileBrowser.h"
+#include "tapes/ProcessLauncher.h"
 #include "tapes/Tape.h"
+#include "tapes/TapeExport.h"
 
 #include <QList>
 #include <QObject>
@@ -37,7 +40,8 @@ class WindowControllerContext;
 /// The operations are spread over source files by role: set-up and observation
 /// (WindowController.cpp), recording (WindowControllerRecording.cpp), playback and the transport
 /// actions (WindowControllerPlayback.cpp), sound effects (WindowControllerSounds.cpp), the tape
-/// box and file operations (WindowControllerLibrary.cpp), the status item and hot keys
+/// box (WindowControllerLibrary.cpp), the file operations (WindowControllerFileOperations.cpp),
+/// the status item and hot keys
 /// (WindowControllerStatusItem.cpp).
 class WindowController : public QObject,
                          public WindowControllerOwner,
@@ -87,19 +91,35 @@ public:
     void performFindPanelAction();
 
     // File operations. `sender` names the tape to act on (a context-menu item carries its tape).
+    // Failures show in the deck.
     void importTapes();
     void importTapesIntoLibrary(const QList<QUrl>& urls);
+    /// A save dialog for the tape; an existing file is replaced only when the user agrees.
     void exportTape(QObject* sender = nullptr);
+    /// What the save dialog's OK does: asks first when `destination` exists.
+    void exportTapeToChosenFile(const TapePtr& tape, const QString& destination);
     /// Copies the tape's file to `destination`; false (and the error shown) when that fails.
-    bool exportTapeToFile(const TapePtr& tape, const QString& destination);
+    bool exportTapeToFile(const TapePtr& tape, const QString& destination,
+                          TapeExport::ExistingFile existing = TapeExport::ExistingFile::Keep);
     void revealInFinder(QObject* sender = nullptr);
     void revealLibraryInFinder();
+    /// Plays the trash sound and moves the tape to the trash; it leaves the list at once.
     void moveTapeToTrash(QObject* sender = nullptr);
+    /// A mail draft in the user's mail program with the tape attached.
+    void emailTape(QObject* sender = nullptr);
+    /// Lists the tape once in the music library's "Spindrel" playlist.
+    void sendToMusicLibrary(QObject* sender = nullptr);
     /// The sender itself when it is a tape, else the tape it carries, else the selected tape.
     TapePtr tapeToOperateOn(QObject* sender) const;
-    /// Whether a menu item with this action may be used now: reveal, trash and export need a
+    /// Whether a menu item with this action may be used now: the tape operations need a
     /// selected tape with a file and no recording under way.
     bool validateAction(const QString& action) const;
+
+    // What the file operations use; tests put their own in place.
+    void setFileBrowser(FileBrowser browser) { mFileBrowser = std::move(browser); }
+    void setProcessLauncher(ProcessLauncher& launcher) { mProcessLauncher = &launcher; }
+    /// The playlist file of the music library (empty: the default in the music folder).
+    void setMusicPlaylistPath(const QString& path) { mMusicPlaylistPath = path; }
 
     // The transport's owner operations.
     void clearButtons() override;
@@ -247,9 +267,12 @@ private:
 
     // Tape box (WindowControllerLibrary.cpp).
     void buildTapeBox();
+    void tapeBoxMenuAction(int action, const TapePtr& tape);
+
+    // File operations (WindowControllerFileOperations.cpp).
     void presentError(const QString& message);
     TapePtr tapeForRawPointer(const Tape* tape) const;
-    void tapeBoxMenuAction(int action, const TapePtr& tape);
+    void commitBeforeSharing(const TapePtr& tape);
 
     // Status item and hot keys (WindowControllerStatusItem.cpp).
     void unregisterHotkeys();
@@ -286,6 +309,10 @@ private:
     std::shared_ptr<PTHotKey> mRecordHotKey;
     std::shared_ptr<PTHotKey> mPauseHotKey;
     std::shared_ptr<PTHotKey> mStopHotKey;
+
+    FileBrowser mFileBrowser;
+    ProcessLauncher* mProcessLauncher = &ProcessLauncher::system();
+    QString mMusicPlaylistPath;
 
     QPointer<QSystemTrayIcon> mStatusItem;
     QMenu* mStatusItemMenu = nullptr;

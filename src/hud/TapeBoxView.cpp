@@ -139,8 +139,8 @@ QString TapeBoxView::menuText(MenuAction action)
         return tr("Move Tape to Trash");
     case EmailTape:
         return tr("Email Tape…");
-    case CopyTapeToITunes:
-        return tr("Copy Tape to iTunes");
+    case AddTapeToMusicLibrary:
+        return tr("Add Tape to Music Library");
     case SendToYouTube:
         return tr("Send to YouTube…");
     }
@@ -151,7 +151,7 @@ std::unique_ptr<QMenu> TapeBoxView::contextMenuForTape(const TapePtr& tape)
 {
     auto menu = std::make_unique<QMenu>(this);
     const QList<MenuAction> actions = tape ? QList<MenuAction>{RevealTapeInFinder, MoveTapeToTrash, EmailTape,
-                                                               CopyTapeToITunes, SendToYouTube}
+                                                               AddTapeToMusicLibrary, SendToYouTube}
                                            : QList<MenuAction>{RevealLibraryInFinder};
     for (const MenuAction action : actions) {
         QAction* item = menu->addAction(menuText(action));

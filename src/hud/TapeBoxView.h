@@ -27,7 +27,7 @@ public:
         RevealTapeInFinder,
         MoveTapeToTrash,
         EmailTape,
-        CopyTapeToITunes,
+        AddTapeToMusicLibrary,
         SendToYouTube,
     };
     Q_ENUM(MenuAction)

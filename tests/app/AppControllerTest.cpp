@@ -46,13 +46,10 @@ TEST(AppControllerFeedbackTest, TheMailKeepsItsSpacesAndLineBreaks)
     EXPECT_EQ(fields.value(QStringLiteral("to")), QStringLiteral("feedback@spindrel.test"));
     EXPECT_EQ(fields.value(QStringLiteral("SUBJECT")),
               QStringLiteral("Spindrel Feedback: (Enter title here)"));
-    const QString body = fields.value(QStringLiteral("BODY"));
-    EXPECT_TRUE(body.startsWith(
-        QStringLiteral("Here's how I feel about Spindrel:\n\n\n--\n(I'm using Spindrel version ") +
-        AppController::versionText() + QStringLiteral(" with ")))
-        << body.toStdString();
-    EXPECT_TRUE(body.endsWith(QStringLiteral(".)\n")));
-    EXPECT_TRUE(body.contains(AppController::currentSystemVersionString()));
+    EXPECT_EQ(fields.value(QStringLiteral("BODY")),
+              QStringLiteral("Here's how I feel about Spindrel:\n\n\n--\n(I'm using Spindrel version ") +
+                  AppController::versionText() + QStringLiteral(" with ") +
+                  AppController::currentSystemVersionString() + QStringLiteral(".)\n"));
 }
 
 TEST(AppControllerFeedbackTest, TheVersionReadsAsVersionAndBuild)
@@ -114,6 +111,38 @@ TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
     EXPECT_TRUE(QFileInfo::exists(outside));
     WindowController* deck = mApp->windowController();
     EXPECT_TRUE(QTest::qWaitFor([deck] { return deck->library().content().size() == 2; }, 5000));
+}
+
+TEST_F(AppControllerTest, FeedbackReachesTheDesktopsOpenerWithSubjectAndBodyIntact)
+{
+    // A stand-in for xdg-open, first on PATH, that writes the URL it is handed.
+    const QString bin = mFolder.filePath(QStringLiteral("bin"));
+    const QString handed = mFolder.filePath(QStringLiteral("handed"));
+    ASSERT_TRUE(QDir().mkpath(bin));
+    QFile opener(bin + QStringLiteral("/xdg-open"));
+    ASSERT_TRUE(opener.open(QIODevice::WriteOnly));
+    opener.write("#!/bin/sh\nprintf '%s' \"$*\" > '" + handed.toUtf8() + ".tmp' && mv '" + handed.toUtf8() +
+                 ".tmp' '" + handed.toUtf8() + "'\n");
+    opener.close();
+    opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QByteArray savedPath = qgetenv("PATH");
+    qputenv("PATH", bin.toLocal8Bit() + ':' + savedPath);
+    mApp->sendFeedback();
+    const bool arrived = QTest::qWaitFor([&] { return QFileInfo::exists(handed); }, 5000);
+    qputenv("PATH", savedPath);
+    ASSERT_TRUE(arrived);
+
+    QFile file(handed);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QUrl url = QUrl::fromEncoded(file.readAll(), QUrl::StrictMode);
+    ASSERT_TRUE(url.isValid());
+    const auto sent = mailFields(url);
+    const auto expected =
+        mailFields(AppController::feedbackMailURL(QStringLiteral(SPINDREL_SUPPORT_ADDRESS)));
+    EXPECT_EQ(sent.value(QStringLiteral("SUBJECT")), QStringLiteral("Spindrel Feedback: (Enter title here)"));
+    EXPECT_EQ(sent.value(QStringLiteral("BODY")), expected.value(QStringLiteral("BODY")));
+    EXPECT_TRUE(sent.value(QStringLiteral("BODY"))
+                    .startsWith(QStringLiteral("Here's how I feel about Spindrel:\n\n\n--\n")));
 }
 
 TEST_F(AppControllerTest, TheAboutBoxShowsTheVersion)

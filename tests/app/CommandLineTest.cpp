@@ -123,3 +123,46 @@ TEST(LibraryFolderTest, SetUpMakesTheFolderAndBringsTheWelcomeTapeBack)
     EXPECT_TRUE(QFile::exists(welcome));
     EXPECT_TRUE(LibraryFolder::defaultPath().endsWith(QStringLiteral("/Spindrel")));
 }
+
+TEST(CommandLineTest, FileOperationsTrashListAndExportWithoutLosingFiles)
+{
+    QTemporaryDir dir;
+    const QByteArray savedDataHome = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", dir.filePath(QStringLiteral("data")).toLocal8Bit());
+    const QString tape = dir.filePath(QStringLiteral("take.m4a"));
+    ASSERT_TRUE(makeTapeFile(tape, {QStringLiteral("LQ"), true, 2.0}));
+
+    // Export refuses to overwrite unless forced.
+    const QString copy = dir.filePath(QStringLiteral("copy.m4a"));
+    QFile other(copy);
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.write("other");
+    other.close();
+    const Result refused = run({QStringLiteral("export"), tape, copy});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.err.contains(QStringLiteral("--force"))) << refused.err.toStdString();
+    EXPECT_EQ(QFileInfo(copy).size(), 5);
+    const Result forced = run({QStringLiteral("export"), tape, copy, QStringLiteral("--force")});
+    EXPECT_EQ(forced.status, 0) << forced.err.toStdString();
+    EXPECT_EQ(QFileInfo(copy).size(), QFileInfo(tape).size());
+
+    const QString playlist = dir.filePath(QStringLiteral("Spindrel.m3u8"));
+    for (int i = 0; i < 2; ++i) {
+        const Result added =
+            run({QStringLiteral("add-to-music"), tape, QStringLiteral("--playlist"), playlist});
+        EXPECT_EQ(added.status, 0) << added.err.toStdString();
+    }
+    QFile list(playlist);
+    ASSERT_TRUE(list.open(QIODevice::ReadOnly));
+    EXPECT_EQ(list.readAll(), "#EXTM3U\n#EXTINF:2,take\n" + tape.toUtf8() + '\n');
+
+    const Result trashed = run({QStringLiteral("trash"), tape});
+    EXPECT_EQ(trashed.status, 0) << trashed.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(tape));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("data/Trash/files/take.m4a"))));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("data/Trash/info/take.m4a.trashinfo"))));
+    const Result again = run({QStringLiteral("trash"), tape});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_TRUE(again.err.contains(QStringLiteral("no longer exists")));
+    qputenv("XDG_DATA_HOME", savedDataHome);
+}

@@ -62,7 +62,7 @@ TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
     const std::unique_ptr<QMenu> menu = box.contextMenuForTape(clicked);
     EXPECT_EQ(texts(*menu),
               (QStringList{QStringLiteral("Reveal Tape in Finder"), QStringLiteral("Move Tape to Trash"),
-                           QStringLiteral("Email Tape…"), QStringLiteral("Copy Tape to iTunes"),
+                           QStringLiteral("Email Tape…"), QStringLiteral("Add Tape to Music Library"),
                            QStringLiteral("Send to YouTube…")}));
 
     QSignalSpy triggered(&box, &TapeBoxView::menuActionTriggered);

@@ -1,0 +1,232 @@
+#include "DeckTest.h"
+#include "deck/DeckWindow.h"
+#include "deck/SoundEffectPlayer.h"
+#include "deck/TapeBoxViewController.h"
+#include "hud/TapeBoxView.h"
+#include "tapes/MusicLibraryPlaylist.h"
+#include "tapes/TapeLibraryArrayController.h"
+
+#include <QAbstractButton>
+#include <QFile>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMessageBox>
+#include <QTest>
+
+namespace spindrel::test {
+
+namespace {
+
+/// Records what would be run instead of running it, and reports the status it is given.
+class RecordingLauncher : public ProcessLauncher
+{
+public:
+    QString findProgram(const QString& program) const override
+    {
+        return installed ? QStringLiteral("/usr/bin/") + program : QString();
+    }
+    void start(const QString& program, const QStringList& arguments, Finished finished) override
+    {
+        runs.append(QStringList{program} + arguments);
+        finished(status);
+    }
+
+    bool installed = true;
+    std::optional<int> status;
+    QList<QStringList> runs;
+};
+
+class FileOperationsTest : public DeckTest
+{
+protected:
+    WindowController& openDeckWithFakes()
+    {
+        WindowController& deck = openDeck();
+        deck.setProcessLauncher(mLauncher);
+        deck.setMusicPlaylistPath(mPlaylistPath);
+        deck.setFileBrowser(FileBrowser(
+            [this](const QStringList& uris, QString* why) {
+                mShownItems.append(uris);
+                *why = QStringLiteral("no file manager on this bus");
+                return mFileManagerAnswers;
+            },
+            [this](const QUrl& folder) {
+                mOpenedFolders.append(folder);
+                return mDesktopOpens;
+            }));
+        return deck;
+    }
+
+    /// Chooses an item of the tape box's context menu for `tape`, as the user does.
+    void chooseFromContextMenu(WindowController& deck, const TapePtr& tape, TapeBoxView::MenuAction action)
+    {
+        TapeBoxView* box = deck.tapeBoxViewController()->tableView();
+        const std::unique_ptr<QMenu> menu = box->contextMenuForTape(tape);
+        for (QAction* item : menu->actions()) {
+            if (item->text() == TapeBoxView::menuText(action)) {
+                item->trigger();
+                return;
+            }
+        }
+        ADD_FAILURE() << "no menu item " << TapeBoxView::menuText(action).toStdString();
+    }
+
+    RecordingLauncher mLauncher;
+    QString mPlaylistPath = mFolder.filePath(QStringLiteral("Music/Playlists/Spindrel.m3u8"));
+    QList<QStringList> mShownItems;
+    QList<QUrl> mOpenedFolders;
+    bool mFileManagerAnswers = true;
+    bool mDesktopOpens = true;
+};
+
+TEST_F(FileOperationsTest, ContextMenuItemsWorkOnTheClickedTapeAndTheMainMenuOnTheLoadedOne)
+{
+    const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)), 3.0);
+    const QString newer = addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
+    WindowController& deck = openDeckWithFakes();
+    ASSERT_EQ(deck.selectedTape()->filename(), newer);
+    const TapePtr clicked = deck.library().arrangedObjects().at(1);
+    ASSERT_EQ(clicked->filename(), older);
+
+    chooseFromContextMenu(deck, clicked, TapeBoxView::RevealTapeInFinder);
+    EXPECT_EQ(mShownItems, QList<QStringList>{{QUrl::fromLocalFile(older).toString(QUrl::FullyEncoded)}});
+
+    chooseFromContextMenu(deck, clicked, TapeBoxView::EmailTape);
+    ASSERT_EQ(mLauncher.runs.size(), 1);
+    const QStringList mail = mLauncher.runs.first();
+    EXPECT_EQ(mail.first(), QStringLiteral("/usr/bin/xdg-email"));
+    EXPECT_EQ(mail.at(mail.indexOf(QStringLiteral("--subject")) + 1),
+              QStringLiteral("Spindrel Recording: Older"));
+    EXPECT_EQ(mail.at(mail.indexOf(QStringLiteral("--attach")) + 1), older);
+
+    // Sent twice, listed once; the duration is the tape's, in whole seconds.
+    chooseFromContextMenu(deck, clicked, TapeBoxView::AddTapeToMusicLibrary);
+    chooseFromContextMenu(deck, clicked, TapeBoxView::AddTapeToMusicLibrary);
+    EXPECT_EQ(MusicLibraryPlaylist(mPlaylistPath).entries(), QStringList{older});
+    QFile playlist(mPlaylistPath);
+    ASSERT_TRUE(playlist.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(playlist.readAll().contains("#EXTINF:3,Older\n"));
+
+    // Without a sender (the main menu) the loaded tape is the one.
+    deck.sendToMusicLibrary();
+    EXPECT_EQ(MusicLibraryPlaylist(mPlaylistPath).entries(), (QStringList{older, newer}));
+    deck.revealInFinder();
+    EXPECT_EQ(mShownItems.last(), QStringList{QUrl::fromLocalFile(newer).toString(QUrl::FullyEncoded)});
+    EXPECT_TRUE(deck.deckMessage().isEmpty()) << deck.deckMessage();
+}
+
+TEST_F(FileOperationsTest, RevealFallsBackToTheFolderAndSaysSoWhenNothingCanShowIt)
+{
+    const QString tape = addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeckWithFakes();
+
+    deck.revealLibraryInFinder();
+    EXPECT_EQ(mShownItems,
+              QList<QStringList>{{QUrl::fromLocalFile(mLibraryPath).toString(QUrl::FullyEncoded)}});
+
+    mFileManagerAnswers = false;
+    deck.revealInFinder();
+    EXPECT_EQ(mOpenedFolders, QList<QUrl>{QUrl::fromLocalFile(mLibraryPath)});
+    EXPECT_TRUE(deck.deckMessage().isEmpty());
+
+    mDesktopOpens = false;
+    deck.revealInFinder();
+    EXPECT_TRUE(deck.deckMessage().contains(
+        QStringLiteral("No file manager could show “%1”").arg(QFileInfo(tape).fileName())))
+        << deck.deckMessage();
+    EXPECT_TRUE(QFileInfo::exists(tape));
+}
+
+TEST_F(FileOperationsTest, ExportAsksBeforeReplacingAnExistingFile)
+{
+    const QString tape = addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeckWithFakes();
+    const QString destination = mFolder.filePath(QStringLiteral("elsewhere.m4a"));
+    QFile existing(destination);
+    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
+    existing.write("someone else's file");
+    existing.close();
+    auto contents = [&] {
+        QFile file(destination);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+
+    // Without consent nothing is replaced, and the deck says why.
+    EXPECT_FALSE(deck.exportTapeToFile(deck.selectedTape(), destination));
+    EXPECT_EQ(contents(), QByteArray("someone else's file"));
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("already there"))) << deck.deckMessage();
+
+    auto answer = [&](bool replace) {
+        deck.exportTapeToChosenFile(deck.selectedTape(), destination);
+        auto* question = deck.window()->findChild<QMessageBox*>(QStringLiteral("SpindrelReplaceQuestion"));
+        ASSERT_NE(question, nullptr);
+        EXPECT_EQ(contents(), QByteArray("someone else's file")); // nothing happens while it asks
+        for (QAbstractButton* button : question->buttons()) {
+            if ((question->buttonRole(button) == QMessageBox::DestructiveRole) == replace) {
+                button->click();
+                break;
+            }
+        }
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    answer(false);
+    EXPECT_EQ(contents(), QByteArray("someone else's file"));
+    answer(true);
+    QFile original(tape);
+    ASSERT_TRUE(original.open(QIODevice::ReadOnly));
+    EXPECT_EQ(contents(), original.readAll());
+
+    // A file that does not exist yet is written without a question.
+    const QString fresh = mFolder.filePath(QStringLiteral("fresh.m4a"));
+    deck.exportTapeToChosenFile(deck.selectedTape(), fresh);
+    EXPECT_EQ(QFileInfo(fresh).size(), QFileInfo(tape).size());
+}
+
+TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingElse)
+{
+    const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
+    WindowController& deck = openDeckWithFakes();
+    deck.library().pauseMonitoringRecordingDirectory(); // the watch would drop it before we could ask
+    const TapePtr clicked = deck.library().arrangedObjects().at(1);
+    ASSERT_TRUE(QFile::remove(older));
+
+    for (const auto action :
+         {TapeBoxView::RevealTapeInFinder, TapeBoxView::EmailTape, TapeBoxView::AddTapeToMusicLibrary}) {
+        deck.showDeckMessage(QString());
+        chooseFromContextMenu(deck, clicked, action);
+        EXPECT_TRUE(deck.deckMessage().contains(QFileInfo(older).fileName())) << int(action);
+        EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("no longer exists"))) << deck.deckMessage();
+    }
+    EXPECT_TRUE(mShownItems.isEmpty());
+    EXPECT_TRUE(mLauncher.runs.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(mPlaylistPath));
+
+    chooseFromContextMenu(deck, clicked, TapeBoxView::MoveTapeToTrash);
+    EXPECT_EQ(deck.library().content().size(), 1);
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("no longer exists")));
+    EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
+}
+
+TEST_F(FileOperationsTest, NoMailProgramIsReportedInTheDeck)
+{
+    addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeckWithFakes();
+
+    mLauncher.installed = false;
+    deck.emailTape();
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program"))) << deck.deckMessage();
+    EXPECT_TRUE(mLauncher.runs.isEmpty());
+
+    mLauncher.installed = true;
+    mLauncher.status = 3; // xdg-email found no mail program
+    deck.showDeckMessage(QString());
+    deck.emailTape();
+    EXPECT_EQ(mLauncher.runs.size(), 1);
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program is set up")))
+        << deck.deckMessage();
+}
+
+} // namespace
+
+} // namespace spindrel::test
