@@ -3,8 +3,11 @@
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
 #include "deck/DeckWindow.h"
+#include "deck/DefaultsKeys.h"
 #include "deck/WindowController.h"
+#include "update/Updater.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
@@ -39,6 +42,13 @@ AppController::~AppController() = default;
 
 void AppController::applicationDidFinishLaunching()
 {
+    if (Updater::isAvailable() && !mSparkleUpdater) {
+        mSparkleUpdater = new Updater(this);
+        connect(mCheckForUpdatesMenuItem, &QAction::triggered, mSparkleUpdater, &Updater::checkForUpdates);
+        mCheckForUpdatesMenuItem->setVisible(true);
+        mSparkleUpdater->checkAtStartupIfEnabled(
+            mPreferencesController->defaultsValue(DefaultsKeys::SUCheckAtStartup));
+    }
     mWindowController->applicationDidFinishLaunching();
 }
 
