@@ -13,6 +13,7 @@ class QMenu;
 
 namespace spindrel {
 
+class MprisService;
 class PreferencesController;
 class Updater;
 class WindowController;
@@ -65,6 +66,7 @@ private:
     QMenu* mTapeMenu = nullptr;
     QPointer<AboutWindow> mAboutWindow;
     Updater* mSparkleUpdater = nullptr;
+    std::unique_ptr<MprisService> mMediaPlayerService;
     QAction* mCheckForUpdatesMenuItem = nullptr;
 };
 

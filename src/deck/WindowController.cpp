@@ -241,6 +241,7 @@ void WindowController::sendEvent(void (WindowControllerContext::*event)())
         // Already logged by the assertion handler; the transport is unchanged.
         Q_UNUSED(refused);
     }
+    Q_EMIT transportChanged();
 }
 
 QString WindowController::systemFullUserName()

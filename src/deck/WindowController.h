@@ -225,6 +225,8 @@ public:
 Q_SIGNALS:
     /// The loaded tape changed (the cassette shows it).
     void selectedTapeChanged();
+    /// The transport took an event; its state may have changed.
+    void transportChanged();
     /// A recording ended and its tape is in its file.
     void recordingFinished(const spindrel::TapePtr& tape);
     /// The window has closed and every tape is committed.
