@@ -42,6 +42,10 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
         if (clicked && validateAction(QStringLiteral("moveTapeToTrash")))
             moveTapeToTrash(clicked);
         return;
+    case TapeBoxView::SendToYouTube:
+        if (tape)
+            sendTapeToYouTube(tape);
+        return;
     case TapeBoxView::EmailTape:
         if (clicked && validateAction(QStringLiteral("emailTape")))
             emailTape(clicked);
@@ -49,11 +53,6 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
     case TapeBoxView::AddTapeToMusicLibrary:
         if (clicked && validateAction(QStringLiteral("sendToMusicLibrary")))
             sendToMusicLibrary(clicked);
-        return;
-    case TapeBoxView::SendToYouTube:
-        // The video service is not connected to the deck yet.
-        showDeckMessage(
-            tr("“%1” is not available yet.").arg(TapeBoxView::menuText(TapeBoxView::MenuAction(action))));
         return;
     }
 }
