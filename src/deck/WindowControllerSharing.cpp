@@ -36,7 +36,7 @@ QMenu* WindowController::shareMenu()
     SharingServices::createSharingSubmenuForMenu(
         mShareMenu, mSelectedTape ? QList<TapePtr>{mSelectedTape} : QList<TapePtr>{},
         [this](const TapePtr& tape) { sendTapeToYouTube(tape); },
-        [this](const TapePtr& tape) { tapeBoxMenuAction(TapeBoxView::CopyTapeToITunes, tape); });
+        [this](const TapePtr& tape) { sendToMusicLibrary(tape.get()); });
     return mShareMenu;
 }
 

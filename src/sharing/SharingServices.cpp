@@ -38,7 +38,7 @@ SharingService SharingServices::createYouTubeServiceForItems(const QVariantList&
 
 SharingService SharingServices::createiTunesServiceForItems(const QVariantList&, TapeAction sendToiTunes)
 {
-    return {QObject::tr("iTunes"),
+    return {QObject::tr("Music Library"),
             QIcon::fromTheme(QStringLiteral("multimedia-player"),
                              QIcon::fromTheme(QStringLiteral("audio-x-generic"))),
             [sendToiTunes](const QVariantList& items) { forEachTape(items, sendToiTunes); }};

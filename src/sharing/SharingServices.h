@@ -35,7 +35,7 @@ public:
 
     /// "YouTube", image "YouTubeShare": `sendToYouTube` for every tape among the items.
     static SharingService createYouTubeServiceForItems(const QVariantList& items, TapeAction sendToYouTube);
-    /// "iTunes", the music player's icon: `sendToiTunes` for every tape among the items.
+    /// "Music Library", the music player's icon: `sendToiTunes` for every tape among the items.
     static SharingService createiTunesServiceForItems(const QVariantList& items, TapeAction sendToiTunes);
     /// YouTube first, then iTunes.
     static std::vector<SharingService> createCustomServicesForItems(const QVariantList& items,

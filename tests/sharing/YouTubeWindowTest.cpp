@@ -245,7 +245,7 @@ TEST(SharingServices, SubmenuListsYouTubeThenITunesAndPerformsForEveryTape)
     const QList<QAction*> items = menu.actions();
     ASSERT_EQ(items.size(), 2);
     EXPECT_EQ(items[0]->text(), QStringLiteral("YouTube"));
-    EXPECT_EQ(items[1]->text(), QStringLiteral("iTunes"));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("Music Library"));
     EXPECT_FALSE(items[0]->icon().isNull());
     EXPECT_TRUE(items[0]->isEnabled());
 
