@@ -86,9 +86,8 @@ void PlayThroughRingBuffer::setTimeBounds(SampleTime start, SampleTime end)
     // The entry is rewritten like a sequence lock: a reader that overlaps the rewrite sees a
     // counter that does not match and tries again.
     bounds.updateCounter.store(0, std::memory_order_relaxed);
-    std::atomic_thread_fence(std::memory_order_release);
-    bounds.startTime.store(start, std::memory_order_relaxed);
-    bounds.endTime.store(end, std::memory_order_relaxed);
+    bounds.startTime.store(start, std::memory_order_release);
+    bounds.endTime.store(end, std::memory_order_release);
     bounds.updateCounter.store(next, std::memory_order_release);
     uint32_t expected = index;
     mTimeBoundsQueueCurrentIndex.compare_exchange_strong(expected, next, std::memory_order_seq_cst);
@@ -100,9 +99,8 @@ PlayThroughRingBuffer::Result PlayThroughRingBuffer::getTimeBounds(SampleTime& s
         const uint32_t index = mTimeBoundsQueueCurrentIndex.load(std::memory_order_acquire);
         const TimeBounds& bounds = mTimeBoundsQueue[index & kQueueMask];
         const uint32_t before = bounds.updateCounter.load(std::memory_order_acquire);
-        const SampleTime first = bounds.startTime.load(std::memory_order_relaxed);
-        const SampleTime last = bounds.endTime.load(std::memory_order_relaxed);
-        std::atomic_thread_fence(std::memory_order_acquire);
+        const SampleTime first = bounds.startTime.load(std::memory_order_acquire);
+        const SampleTime last = bounds.endTime.load(std::memory_order_acquire);
         const uint32_t after = bounds.updateCounter.load(std::memory_order_relaxed);
         if (before == index && after == index) {
             start = first;
