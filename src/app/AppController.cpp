@@ -3,6 +3,7 @@
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
 #include "deck/DeckWindow.h"
+#include "deck/SpindrelSoftwarePlayThroughManager.h"
 #include "deck/WindowController.h"
 
 #include <QApplication>
@@ -39,11 +40,15 @@ AppController::~AppController() = default;
 
 void AppController::applicationDidFinishLaunching()
 {
+    mSoftwarePlaythroughManager =
+        std::make_unique<SpindrelSoftwarePlayThroughManager>(*mPreferencesController);
     mWindowController->applicationDidFinishLaunching();
 }
 
 void AppController::applicationWillTerminate()
 {
+    // Play-through goes first, so its sound stops before anything else is put away.
+    mSoftwarePlaythroughManager.reset();
     if (mWindowController)
         mWindowController->windowWillClose();
 }

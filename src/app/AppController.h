@@ -13,6 +13,7 @@ class QMenu;
 namespace spindrel {
 
 class PreferencesController;
+class SpindrelSoftwarePlayThroughManager;
 class WindowController;
 
 /// The application: makes the preferences and the deck at start, opens files handed to it as
@@ -51,12 +52,17 @@ public:
     PreferencesController& preferencesController() const { return *mPreferencesController; }
     QMenu* tapeMenu() const { return mTapeMenu; }
     AboutWindow* aboutWindow() const { return mAboutWindow; }
+    SpindrelSoftwarePlayThroughManager* softwarePlaythroughManager() const
+    {
+        return mSoftwarePlaythroughManager.get();
+    }
 
 private:
     void buildMainMenu();
 
     PreferencesController* mPreferencesController;
     std::unique_ptr<WindowController> mWindowController;
+    std::unique_ptr<SpindrelSoftwarePlayThroughManager> mSoftwarePlaythroughManager;
     QMenu* mTapeMenu = nullptr;
     QPointer<AboutWindow> mAboutWindow;
 };

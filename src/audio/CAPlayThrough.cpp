@@ -443,7 +443,10 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
             clock.running.store(true, std::memory_order_release);
         }
         const int64_t frames = int64_t(bytes / frameBytes);
-        if (data) {
+        // Until the output device runs, nothing captured could be heard; the first input time
+        // is taken once both devices run, as the offset arithmetic expects.
+        const bool outputRunning = self->mOutputClock.running.load(std::memory_order_acquire);
+        if (data && outputRunning) {
             const auto* samples = static_cast<const float*>(data);
             const uint32_t block = self->mInputDevice.mBufferSizeFrames;
             for (int64_t done = 0; done < frames;) {
