@@ -17,8 +17,8 @@ namespace spindrel {
 namespace {
 
 // Short buffers on both sides: the engine's own offset adds about as much again.
-constexpr double kInputBufferSeconds = 0.005;
-constexpr double kOutputBufferSeconds = 0.010;
+constexpr double kInputBufferSeconds = 0.003;
+constexpr double kOutputBufferSeconds = 0.006;
 // How long a device clock is watched before its rate is trusted, and how far it may stray.
 constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
