@@ -8,12 +8,15 @@
 #include <QUrl>
 #include <memory>
 
+class QAction;
 class QMenu;
 
 namespace spindrel {
 
+class MprisService;
 class PreferencesController;
 class SpindrelSoftwarePlayThroughManager;
+class Updater;
 class WindowController;
 
 /// The application: makes the preferences and the deck at start, opens files handed to it as
@@ -56,6 +59,9 @@ public:
     {
         return mSoftwarePlaythroughManager.get();
     }
+    /// The software update check; none in builds without one, or before launch finished.
+    Updater* sparkleUpdater() const { return mSparkleUpdater; }
+    QAction* checkForUpdatesMenuItem() const { return mCheckForUpdatesMenuItem; }
 
 private:
     void buildMainMenu();
@@ -65,6 +71,9 @@ private:
     std::unique_ptr<SpindrelSoftwarePlayThroughManager> mSoftwarePlaythroughManager;
     QMenu* mTapeMenu = nullptr;
     QPointer<AboutWindow> mAboutWindow;
+    Updater* mSparkleUpdater = nullptr;
+    std::unique_ptr<MprisService> mMediaPlayerService;
+    QAction* mCheckForUpdatesMenuItem = nullptr;
 };
 
 } // namespace spindrel
