@@ -5,6 +5,7 @@
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/MprisService.h"
+#include "deck/SpindrelSoftwarePlayThroughManager.h"
 #include "deck/WindowController.h"
 #include "update/Updater.h"
 
@@ -57,11 +58,15 @@ void AppController::applicationDidFinishLaunching()
         mSparkleUpdater->checkAtStartupIfEnabled(
             mPreferencesController->defaultsValue(DefaultsKeys::SUCheckAtStartup));
     }
+    mSoftwarePlaythroughManager =
+        std::make_unique<SpindrelSoftwarePlayThroughManager>(*mPreferencesController);
     mWindowController->applicationDidFinishLaunching();
 }
 
 void AppController::applicationWillTerminate()
 {
+    // Play-through goes first, so its sound stops before anything else is put away.
+    mSoftwarePlaythroughManager.reset();
     if (mWindowController)
         mWindowController->windowWillClose();
 }

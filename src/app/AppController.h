@@ -15,6 +15,7 @@ namespace spindrel {
 
 class MprisService;
 class PreferencesController;
+class SpindrelSoftwarePlayThroughManager;
 class Updater;
 class WindowController;
 
@@ -54,6 +55,10 @@ public:
     PreferencesController& preferencesController() const { return *mPreferencesController; }
     QMenu* tapeMenu() const { return mTapeMenu; }
     AboutWindow* aboutWindow() const { return mAboutWindow; }
+    SpindrelSoftwarePlayThroughManager* softwarePlaythroughManager() const
+    {
+        return mSoftwarePlaythroughManager.get();
+    }
     /// The software update check; none in builds without one, or before launch finished.
     Updater* sparkleUpdater() const { return mSparkleUpdater; }
     QAction* checkForUpdatesMenuItem() const { return mCheckForUpdatesMenuItem; }
@@ -63,6 +68,7 @@ private:
 
     PreferencesController* mPreferencesController;
     std::unique_ptr<WindowController> mWindowController;
+    std::unique_ptr<SpindrelSoftwarePlayThroughManager> mSoftwarePlaythroughManager;
     QMenu* mTapeMenu = nullptr;
     QPointer<AboutWindow> mAboutWindow;
     Updater* mSparkleUpdater = nullptr;

@@ -10,7 +10,8 @@ namespace spindrel {
 namespace {
 
 PulseDeviceInfo deviceInfo(const char* name, const char* description, uint32_t index,
-                           const pa_sample_spec& spec, const pa_channel_map& map, bool isMonitor)
+                           const pa_sample_spec& spec, const pa_channel_map& map, bool isMonitor,
+                           uint64_t latencyUsec)
 {
     PulseDeviceInfo info;
     info.name = QString::fromUtf8(name);
@@ -21,6 +22,7 @@ PulseDeviceInfo deviceInfo(const char* name, const char* description, uint32_t i
     for (int i = 0; i < map.channels; ++i)
         info.channelPositions.push_back(map.map[i]);
     info.isMonitor = isMonitor;
+    info.latencyUsec = latencyUsec;
     return info;
 }
 
@@ -35,7 +37,8 @@ void sourceInfoReceived(pa_context*, const pa_source_info* info, int eol, void* 
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
         query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
-                                            info->channel_map, info->monitor_of_sink != PA_INVALID_INDEX));
+                                            info->channel_map, info->monitor_of_sink != PA_INVALID_INDEX,
+                                            info->configured_latency ? info->configured_latency : info->latency));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }
@@ -45,7 +48,8 @@ void sinkInfoReceived(pa_context*, const pa_sink_info* info, int eol, void* user
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
         query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
-                                            info->channel_map, false));
+                                            info->channel_map, false,
+                                            info->configured_latency ? info->configured_latency : info->latency));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }

@@ -26,6 +26,7 @@ struct PulseDeviceInfo
     unsigned sampleRate = 0;
     std::vector<int> channelPositions; // pa_channel_position_t of each channel
     bool isMonitor = false;            // a sink's monitor source
+    uint64_t latencyUsec = 0;          // the latency the device is set to (or has), in microseconds
 };
 
 struct PulseServerInfo

@@ -1,0 +1,557 @@
+#include "audio/CAPlayThrough.h"
+
+#include "audio/AudioException.h"
+#include "audio/PulseConnection.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <pulse/pulseaudio.h>
+#include <samplerate.h>
+
+namespace spindrel {
+
+namespace {
+
+// Short buffers on both sides: the engine's own offset adds about as much again.
+constexpr double kInputBufferSeconds = 0.003;
+constexpr double kOutputBufferSeconds = 0.006;
+// How long a device clock is watched before its rate is trusted, and how far it may stray.
+constexpr int64_t kClockSettleNanoseconds = 500'000'000;
+constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
+constexpr double kMaximumRateDeviation = 0.005;
+
+enum Status : int { NoErr = 0, Failed = -1 };
+
+int64_t monotonicNanoseconds()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+double nanosecondsToFrames(int64_t nanoseconds, double rate)
+{
+    return double(nanoseconds) * rate / 1e9;
+}
+
+// A failing call's status, in the engine's one error line; the caller returns it.
+int report(int status, int line)
+{
+    std::printf("CAPlayThrough Error: %d ->  %s:  %d\n", status, "CAPlayThrough", line);
+    std::fflush(stdout);
+    return status;
+}
+
+#define checkErr(expression)                                                                                 \
+    do {                                                                                                     \
+        const int status_ = (expression);                                                                    \
+        if (status_ != NoErr)                                                                                \
+            return report(status_, __LINE__);                                                                \
+    } while (false)
+
+uint32_t framesOf(uint32_t bytes, const pa_sample_spec& spec)
+{
+    return uint32_t(bytes / pa_frame_size(&spec));
+}
+
+} // namespace
+
+void CAPlayThrough::DeviceClock::restart()
+{
+    origin = 0.0;
+    frames = 0;
+    anchorNanoseconds = -1;
+    anchorFrames = 0;
+    startNanoseconds = -1;
+    rateScalar.store(1.0, std::memory_order_relaxed);
+    running.store(false, std::memory_order_release);
+}
+
+// On the device's thread: the rate scalar is how many frames the device really moved per
+// nominal frame of the monotonic clock, measured over a baseline that grows with the run.
+void CAPlayThrough::DeviceClock::advance(int64_t count, int64_t nowNanoseconds)
+{
+    frames += count;
+    if (startNanoseconds < 0)
+        startNanoseconds = nowNanoseconds;
+    if (anchorNanoseconds < 0) {
+        if (nowNanoseconds - startNanoseconds >= kClockSettleNanoseconds) {
+            anchorNanoseconds = nowNanoseconds;
+            anchorFrames = frames;
+        }
+        return;
+    }
+    const int64_t elapsed = nowNanoseconds - anchorNanoseconds;
+    if (elapsed < kClockMeasureNanoseconds)
+        return;
+    const double measured = double(frames - anchorFrames) / nanosecondsToFrames(elapsed, nominalRate);
+    const double clamped = std::clamp(measured, 1.0 - kMaximumRateDeviation, 1.0 + kMaximumRateDeviation);
+    const double previous = rateScalar.load(std::memory_order_relaxed);
+    rateScalar.store(previous + 0.05 * (clamped - previous), std::memory_order_relaxed);
+}
+
+CAPlayThrough::CAPlayThrough(quint32 inputDeviceID, quint32 outputDeviceID, const QList<int>& channelMap)
+{
+    mInputDevice.mID = inputDeviceID;
+    mOutputDevice.mID = outputDeviceID;
+    mChannelMap = channelMap;
+    mMap.assign(channelMap.cbegin(), channelMap.cend());
+    if (init() != NoErr) {
+        std::fputs("CAPlayThrough ERROR: Cannot Init CAPlayThrough", stderr);
+        std::fflush(stderr);
+        std::exit(1);
+    }
+}
+
+CAPlayThrough::~CAPlayThrough()
+{
+    stop();
+    removeInputFormatListener();
+    if (mInputConnection) {
+        PulseConnection::Locker lock(*mInputConnection);
+        PulseConnection::releaseStream(mInputStream);
+    }
+    if (mOutputConnection) {
+        PulseConnection::Locker lock(*mOutputConnection);
+        PulseConnection::releaseStream(mOutputStream);
+    }
+    // The streams are gone, so neither thread touches what follows any more.
+    if (mVarispeed)
+        src_delete(mVarispeed);
+    mOutputConnection.reset();
+    mInputConnection.reset();
+}
+
+int CAPlayThrough::init()
+{
+    checkErr(setupInput());
+    checkErr(setupOutput());
+    checkErr(setupBuffers());
+    checkErr(connectStreams());
+    return NoErr;
+}
+
+int CAPlayThrough::fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id,
+                              bool isInput)
+{
+    device.mIsInput = isInput;
+    QString name;
+    if (id != 0) {
+        for (const PulseDeviceInfo& info : isInput ? connection.sources() : connection.sinks()) {
+            if (info.index + 1 == id)
+                name = info.name;
+        }
+    }
+    if (name.isEmpty()) {
+        const auto server = connection.serverInfo();
+        if (!server)
+            return Failed;
+        name = isInput ? server->defaultSourceName : server->defaultSinkName;
+    }
+    const auto info = isInput ? connection.source(name) : connection.sink(name);
+    if (!info || info->channels == 0 || info->sampleRate == 0)
+        return Failed;
+    device.mID = info->index + 1;
+    device.mName = info->name;
+    device.mIndex = info->index;
+    device.mChannels = info->channels;
+    device.mSampleRate = info->sampleRate;
+    device.mChannelPositions = info->channelPositions;
+    device.mSafetyOffset = uint32_t(double(info->latencyUsec) * info->sampleRate / PA_USEC_PER_SEC);
+    return NoErr;
+}
+
+int CAPlayThrough::setupInput()
+{
+    try {
+        mInputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through input"));
+    } catch (const AudioException&) {
+        return report(Failed, __LINE__);
+    }
+    checkErr(fillDevice(mInputDevice, *mInputConnection, mInputDevice.mID, true));
+    mInputDevice.mBufferSizeFrames = uint32_t(std::lround(mInputDevice.mSampleRate * kInputBufferSeconds));
+    return NoErr;
+}
+
+int CAPlayThrough::setupOutput()
+{
+    try {
+        mOutputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through output"));
+    } catch (const AudioException&) {
+        return report(Failed, __LINE__);
+    }
+    checkErr(fillDevice(mOutputDevice, *mOutputConnection, mOutputDevice.mID, false));
+    mOutputDevice.mBufferSizeFrames = uint32_t(std::lround(mOutputDevice.mSampleRate * kOutputBufferSeconds));
+    return NoErr;
+}
+
+int CAPlayThrough::setupBuffers()
+{
+    mChannels = int(std::min(mInputDevice.mChannels, mOutputDevice.mChannels));
+    if (mChannels <= 0)
+        return report(Failed, __LINE__);
+    mInputBuffers.assign(size_t(mChannels), std::vector<float>(mInputDevice.mBufferSizeFrames));
+    mInputBufferList.clear();
+    for (const auto& buffer : mInputBuffers)
+        mInputBufferList.push_back(buffer.data());
+
+    // The varispeed pulls in blocks of at most 128 frames, so its own buffering stays small.
+    mPullFrames = std::min<uint32_t>(128, mInputDevice.mBufferSizeFrames);
+    mPullBuffers.assign(size_t(mChannels), std::vector<float>(mPullFrames));
+    mPullBufferList.clear();
+    for (auto& buffer : mPullBuffers)
+        mPullBufferList.push_back(buffer.data());
+    mPullInterleaved.assign(size_t(mPullFrames) * size_t(mChannels), 0.0f);
+    int error = 0;
+    mVarispeed = src_callback_new(&CAPlayThrough::varispeedPull, SRC_SINC_FASTEST, mChannels, &error, this);
+    if (!mVarispeed)
+        return report(error ? error : Failed, __LINE__);
+
+    mInputClock.nominalRate = mInputDevice.mSampleRate;
+    mOutputClock.nominalRate = mOutputDevice.mSampleRate;
+    try {
+        mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, 0.0);
+    } catch (const std::bad_alloc&) {
+        return report(Failed, __LINE__);
+    }
+    return NoErr;
+}
+
+int CAPlayThrough::connectStreams()
+{
+    pa_sample_spec inputSpec{PA_SAMPLE_FLOAT32NE, mInputDevice.mSampleRate, uint8_t(mInputDevice.mChannels)};
+    pa_buffer_attr inputAttributes{uint32_t(-1), uint32_t(-1), uint32_t(-1), uint32_t(-1),
+                                   uint32_t(mInputDevice.mBufferSizeFrames * pa_frame_size(&inputSpec))};
+    const unsigned flags = PA_STREAM_START_CORKED | PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE |
+                           PA_STREAM_INTERPOLATE_TIMING | PA_STREAM_DONT_MOVE;
+    QString error;
+    {
+        PulseConnection::Locker lock(*mInputConnection);
+        mInputStream = mInputConnection->connectStream(
+            PulseConnection::Direction::Record, "Play-through", inputSpec, mInputDevice.mChannelPositions,
+            mInputDevice.mName, inputAttributes, flags,
+            [this](pa_stream* stream) {
+                pa_stream_set_read_callback(stream, &CAPlayThrough::inputProc, this);
+            },
+            &error);
+        if (!mInputStream)
+            return report(Failed, __LINE__);
+        if (const pa_buffer_attr* attributes = pa_stream_get_buffer_attr(mInputStream))
+            mInputDevice.mBufferSizeFrames = std::max(1u, framesOf(attributes->fragsize, inputSpec));
+    }
+
+    pa_sample_spec outputSpec{PA_SAMPLE_FLOAT32NE, mOutputDevice.mSampleRate, uint8_t(mChannels)};
+    std::vector<int> outputPositions;
+    if (mChannels == 1)
+        outputPositions.push_back(PA_CHANNEL_POSITION_MONO);
+    else
+        outputPositions.assign(mOutputDevice.mChannelPositions.begin(),
+                               mOutputDevice.mChannelPositions.begin() +
+                                   std::min<ptrdiff_t>(mChannels, mOutputDevice.mChannelPositions.size()));
+    const uint32_t outputBytes = uint32_t(mOutputDevice.mBufferSizeFrames * pa_frame_size(&outputSpec));
+    pa_buffer_attr outputAttributes{uint32_t(-1), outputBytes, 0, outputBytes / 4, uint32_t(-1)};
+    {
+        PulseConnection::Locker lock(*mOutputConnection);
+        mOutputStream = mOutputConnection->connectStream(
+            PulseConnection::Direction::Playback, "Play-through", outputSpec, outputPositions,
+            mOutputDevice.mName, outputAttributes, flags,
+            [this](pa_stream* stream) {
+                pa_stream_set_write_callback(stream, &CAPlayThrough::outputProc, this);
+            },
+            &error);
+        if (!mOutputStream)
+            return report(Failed, __LINE__);
+        if (const pa_buffer_attr* attributes = pa_stream_get_buffer_attr(mOutputStream))
+            mOutputDevice.mBufferSizeFrames = std::max(1u, framesOf(attributes->tlength, outputSpec));
+    }
+
+    // The devices settle their latency to the streams once these are connected.
+    if (const auto source = mInputConnection->source(mInputDevice.mName))
+        mInputDevice.mSafetyOffset =
+            uint32_t(double(source->latencyUsec) * source->sampleRate / PA_USEC_PER_SEC);
+    if (const auto sink = mOutputConnection->sink(mOutputDevice.mName))
+        mOutputDevice.mSafetyOffset =
+            uint32_t(double(sink->latencyUsec) * sink->sampleRate / PA_USEC_PER_SEC);
+
+    // Both sides' latencies in input frames: the output's are converted from its own rate.
+    const double toInputFrames = double(mInputDevice.mSampleRate) / double(mOutputDevice.mSampleRate);
+    const double latency =
+        double(mInputDevice.mSafetyOffset) + double(mInputDevice.mBufferSizeFrames) +
+        (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames;
+    mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency);
+    // Input buffers follow the fragment size the server settled on.
+    for (auto& buffer : mInputBuffers)
+        buffer.assign(mInputDevice.mBufferSizeFrames, 0.0f);
+    mInputBufferList.clear();
+    for (const auto& buffer : mInputBuffers)
+        mInputBufferList.push_back(buffer.data());
+    return NoErr;
+}
+
+int CAPlayThrough::cork(bool corked)
+{
+    // Output lock first, then input, wherever both are held.
+    PulseConnection::Locker outputLock(*mOutputConnection);
+    PulseConnection::Locker inputLock(*mInputConnection);
+    if (!corked) {
+        mTimeline.reset();
+        mInputClock.restart();
+        mOutputClock.restart();
+        src_reset(mVarispeed);
+        mPullStarted = false;
+        mInputConnection->waitFor(pa_stream_flush(mInputStream, nullptr, nullptr));
+    }
+    mInputConnection->waitFor(pa_stream_cork(mInputStream, corked ? 1 : 0, nullptr, nullptr));
+    mOutputConnection->waitFor(pa_stream_cork(mOutputStream, corked ? 1 : 0, nullptr, nullptr));
+    if (corked) {
+        mOutputConnection->waitFor(pa_stream_flush(mOutputStream, nullptr, nullptr));
+        mTimeline.reset();
+    }
+    return NoErr;
+}
+
+int CAPlayThrough::start()
+{
+    if (isRunning())
+        return NoErr;
+    checkErr(cork(false));
+    mRunning = true;
+    return NoErr;
+}
+
+int CAPlayThrough::stop()
+{
+    if (!isRunning())
+        return NoErr;
+    checkErr(cork(true));
+    mRunning = false;
+    return NoErr;
+}
+
+bool CAPlayThrough::isRunning() const
+{
+    if (!mInputStream || !mOutputStream)
+        return false;
+    bool running = false;
+    {
+        PulseConnection::Locker lock(*mInputConnection);
+        running =
+            pa_stream_get_state(mInputStream) == PA_STREAM_READY && pa_stream_is_corked(mInputStream) == 0;
+    }
+    if (!running) {
+        PulseConnection::Locker lock(*mOutputConnection);
+        running =
+            pa_stream_get_state(mOutputStream) == PA_STREAM_READY && pa_stream_is_corked(mOutputStream) == 0;
+    }
+    return running;
+}
+
+double CAPlayThrough::streamLatencyMilliseconds() const
+{
+    double total = 0.0;
+    pa_usec_t latency = 0;
+    int negative = 0;
+    {
+        PulseConnection::Locker lock(*mInputConnection);
+        if (pa_stream_get_latency(mInputStream, &latency, &negative) == 0 && !negative)
+            total += double(latency) / 1000.0;
+    }
+    {
+        PulseConnection::Locker lock(*mOutputConnection);
+        if (pa_stream_get_latency(mOutputStream, &latency, &negative) == 0 && !negative)
+            total += double(latency) / 1000.0;
+    }
+    return total;
+}
+
+void CAPlayThrough::addInputFormatListener(std::function<void()> listener)
+{
+    {
+        PulseConnection::Locker lock(*mInputConnection);
+        mFormatListener = std::move(listener);
+    }
+    mInputConnection->subscribe(PA_SUBSCRIPTION_MASK_SOURCE,
+                                [this](unsigned event, uint32_t index) { inputFormatEvent(event, index); });
+}
+
+void CAPlayThrough::removeInputFormatListener()
+{
+    if (!mInputConnection)
+        return;
+    mInputConnection->subscribe(PA_SUBSCRIPTION_MASK_NULL, {});
+    PulseConnection::Locker lock(*mInputConnection);
+    mFormatListener = nullptr;
+}
+
+// Runs on the input thread, for every change of a source: asks for the input's format and
+// calls the listener when it is no longer the one the engine was made for.
+void CAPlayThrough::inputFormatEvent(unsigned event, uint32_t index)
+{
+    if ((event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) != PA_SUBSCRIPTION_EVENT_SOURCE ||
+        (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE ||
+        index != mInputDevice.mIndex || !mFormatListener)
+        return;
+    pa_operation* operation = pa_context_get_source_info_by_index(
+        mInputConnection->context(), index,
+        [](pa_context*, const pa_source_info* info, int eol, void* userdata) {
+            auto* self = static_cast<CAPlayThrough*>(userdata);
+            if (eol != 0 || !info || !self->mFormatListener)
+                return;
+            bool same = info->sample_spec.rate == self->mInputDevice.mSampleRate &&
+                        info->sample_spec.channels == self->mInputDevice.mChannels &&
+                        size_t(info->channel_map.channels) == self->mInputDevice.mChannelPositions.size();
+            for (int i = 0; same && i < info->channel_map.channels; ++i)
+                same = info->channel_map.map[i] == self->mInputDevice.mChannelPositions[size_t(i)];
+            if (!same)
+                self->mFormatListener();
+        },
+        this);
+    if (operation)
+        pa_operation_unref(operation);
+}
+
+// Runs on the input thread: takes what the server captured, picks the engine's channels out of
+// the device's and stores them at their sample time.
+void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
+{
+    auto* self = static_cast<CAPlayThrough*>(userdata);
+    const size_t deviceChannels = self->mInputDevice.mChannels;
+    const size_t frameBytes = sizeof(float) * deviceChannels;
+    for (;;) {
+        const void* data = nullptr;
+        size_t bytes = 0;
+        if (pa_stream_peek(stream, &data, &bytes) < 0) {
+            report(Failed, __LINE__);
+            return;
+        }
+        if (bytes == 0)
+            return;
+        const int64_t now = monotonicNanoseconds();
+        DeviceClock& clock = self->mInputClock;
+        if (!clock.running.load(std::memory_order_relaxed)) {
+            // The first frame was captured as long ago as the stream's latency says.
+            pa_usec_t latency = 0;
+            int negative = 0;
+            if (pa_stream_get_latency(stream, &latency, &negative) != 0 || negative)
+                latency = 0;
+            clock.origin = nanosecondsToFrames(now, clock.nominalRate) -
+                           double(latency) * clock.nominalRate / PA_USEC_PER_SEC;
+            clock.running.store(true, std::memory_order_release);
+        }
+        const int64_t frames = int64_t(bytes / frameBytes);
+        // Until the output device runs, nothing captured could be heard; the first input time
+        // is taken once both devices run, as the offset arithmetic expects.
+        const bool outputRunning = self->mOutputClock.running.load(std::memory_order_acquire);
+        if (data && outputRunning) {
+            const auto* samples = static_cast<const float*>(data);
+            const uint32_t block = self->mInputDevice.mBufferSizeFrames;
+            for (int64_t done = 0; done < frames;) {
+                const uint32_t count = uint32_t(std::min<int64_t>(block, frames - done));
+                for (int channel = 0; channel < self->mChannels; ++channel) {
+                    // Without a map the channels go straight through; past its end they are silent.
+                    const auto& map = self->mMap;
+                    const int source = size_t(channel) < map.size() ? map[size_t(channel)]
+                                       : map.empty()                ? channel
+                                                                    : -1;
+                    float* out = self->mInputBuffers[size_t(channel)].data();
+                    if (source < 0 || size_t(source) >= deviceChannels) {
+                        std::memset(out, 0, sizeof(float) * count);
+                        continue;
+                    }
+                    const float* in = samples + size_t(done) * deviceChannels + size_t(source);
+                    for (uint32_t frame = 0; frame < count; ++frame)
+                        out[frame] = in[size_t(frame) * deviceChannels];
+                }
+                const double sampleTime = clock.origin + double(clock.frames + done);
+                const int result =
+                    self->mTimeline.storeInput(self->mInputBufferList.data(), count, sampleTime);
+                if (result != PlayThroughRingBuffer::OK)
+                    report(result, __LINE__);
+                done += count;
+            }
+        }
+        // A hole (no data) still moves the device's clock on; the ring buffer fills the gap.
+        clock.advance(frames, now);
+        pa_stream_drop(stream);
+    }
+}
+
+// Runs on the output thread, inside the varispeed: the block of input frames for the output
+// sample time it has reached.
+long CAPlayThrough::varispeedPull(void* userdata, float** data)
+{
+    auto* self = static_cast<CAPlayThrough*>(userdata);
+    const uint32_t frames = self->mPullFrames;
+    self->mTimeline.fetchOutput(self->mPullBufferList.data(), frames, self->mPullTime);
+    self->mPullTime += frames;
+    const size_t channels = size_t(self->mChannels);
+    float* interleaved = self->mPullInterleaved.data();
+    for (size_t channel = 0; channel < channels; ++channel) {
+        const float* in = self->mPullBuffers[channel].data();
+        for (uint32_t frame = 0; frame < frames; ++frame)
+            interleaved[size_t(frame) * channels + channel] = in[frame];
+    }
+    *data = interleaved;
+    return long(frames);
+}
+
+// Runs on the output thread: fills what the server asks for through the varispeed.
+void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userdata)
+{
+    auto* self = static_cast<CAPlayThrough*>(userdata);
+    const size_t frameBytes = sizeof(float) * size_t(self->mChannels);
+    const double inputRate = self->mInputDevice.mSampleRate;
+    const double outputRate = self->mOutputDevice.mSampleRate;
+    DeviceClock& clock = self->mOutputClock;
+    while (requested >= frameBytes) {
+        void* buffer = nullptr;
+        size_t bytes = requested;
+        if (pa_stream_begin_write(stream, &buffer, &bytes) < 0 || !buffer) {
+            report(Failed, __LINE__);
+            return;
+        }
+        const long frames = long(std::min(bytes, requested) / frameBytes);
+        if (frames == 0) {
+            pa_stream_cancel_write(stream);
+            return;
+        }
+        auto* samples = static_cast<float*>(buffer);
+        const int64_t now = monotonicNanoseconds();
+        if (!self->mTimeline.hasInput() || !self->mInputClock.running.load(std::memory_order_acquire)) {
+            std::memset(samples, 0, size_t(frames) * frameBytes);
+        } else {
+            if (!self->mPullStarted) {
+                // The varispeed's first input frame plays once the stream's latency has passed.
+                pa_usec_t latency = 0;
+                int negative = 0;
+                if (pa_stream_get_latency(stream, &latency, &negative) != 0 || negative)
+                    latency = pa_usec_t(double(self->mOutputDevice.mBufferSizeFrames) * PA_USEC_PER_SEC /
+                                        outputRate);
+                self->mPullTime =
+                    nanosecondsToFrames(now, inputRate) + double(latency) * inputRate / PA_USEC_PER_SEC;
+                self->mPullStarted = true;
+            }
+            // The two device clocks' rates, corrected by the varispeed.
+            const double rate = self->mInputClock.rateScalar.load(std::memory_order_relaxed) /
+                                clock.rateScalar.load(std::memory_order_relaxed);
+            const long produced =
+                src_callback_read(self->mVarispeed, outputRate / inputRate / rate, frames, samples);
+            if (produced < frames)
+                std::memset(samples + size_t(std::max(0L, produced)) * size_t(self->mChannels), 0,
+                            size_t(frames - std::max(0L, produced)) * frameBytes);
+        }
+        clock.running.store(true, std::memory_order_relaxed);
+        clock.advance(frames, now);
+        if (pa_stream_write(stream, buffer, size_t(frames) * frameBytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
+            report(Failed, __LINE__);
+            return;
+        }
+        requested -= size_t(frames) * frameBytes;
+    }
+}
+
+} // namespace spindrel

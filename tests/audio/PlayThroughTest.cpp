@@ -1,0 +1,106 @@
+#include "AudioTestSupport.h"
+#include "PulseTestSupport.h"
+#include "audio/CAPlayThrough.h"
+#include "audio/CAPlayThroughHost.h"
+#include "audio/VORLAudioPlaythroughManager.h"
+
+#include <QTest>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+// One channel of an interleaved capture, past its first 0.2 s (the engine's start).
+std::vector<float> channelOf(const std::vector<float>& samples, int channels, int channel, int rate)
+{
+    std::vector<float> out;
+    for (size_t i = size_t(rate / 5) * size_t(channels) + size_t(channel); i < samples.size();
+         i += size_t(channels))
+        out.push_back(samples[i]);
+    return out;
+}
+
+std::vector<float> captureOutput(double seconds)
+{
+    MonitorCapture capture(QStringLiteral("spk.monitor"));
+    QTest::qWait(int(seconds * 1000));
+    return capture.stop();
+}
+
+CAPlayThrough& engineOf(const VORLAudioPlaythroughManager& manager)
+{
+    return *manager.playThroughHost()->playThrough();
+}
+
+} // namespace
+
+TEST(PlayThrough, theInputIsHeardOnTheOutputOnlyWhileRunning)
+{
+    TonePlayer tone(QStringLiteral("mic"), {440.0, 660.0});
+    ASSERT_TRUE(tone.isRunning());
+    // An idle source first delivers in one late burst, which would set the offset by itself.
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
+    VORLAudioPlaythroughManager manager(QStringLiteral("vmic"), QStringLiteral("spk"), {});
+    EXPECT_FALSE(manager.isRunning());
+    manager.start();
+    EXPECT_TRUE(manager.isRunning());
+    QTest::qWait(500);
+    const auto heard = captureOutput(1.0);
+    const auto left = channelOf(heard, 2, 0, 44100);
+    const auto right = channelOf(heard, 2, 1, 44100);
+    EXPECT_GT(rmsDecibels(left), -20.0);
+    EXPECT_GT(medianToneShare(left, 44100, 440.0), 0.8);
+    EXPECT_GT(medianToneShare(right, 44100, 660.0), 0.8);
+    EXPECT_LT(medianToneShare(left, 44100, 660.0), 0.2);
+
+    manager.stop();
+    EXPECT_FALSE(manager.isRunning());
+    const auto after = captureOutput(0.6);
+    EXPECT_LT(rmsDecibels(channelOf(after, 2, 0, 44100)), -80.0);
+}
+
+TEST(PlayThrough, aChannelMapPicksTheInputChannelsHeard)
+{
+    TonePlayer tone(QStringLiteral("mic4"), {300.0, 500.0, 700.0, 900.0}, 0.5,
+                    QStringLiteral("front-left,front-right,rear-left,rear-right"));
+    ASSERT_TRUE(tone.isRunning());
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic4")));
+    VORLAudioPlaythroughManager manager(QStringLiteral("vmic4"), QStringLiteral("spk"), {2, 3});
+    // Four channels in, two out: the engine carries the smaller count.
+    EXPECT_EQ(engineOf(manager).inputDevice().mChannels, 4u);
+    EXPECT_EQ(engineOf(manager).numberOfChannels(), 2);
+    manager.start();
+    QTest::qWait(500);
+    const auto heard = captureOutput(1.0);
+    const auto left = channelOf(heard, 2, 0, 44100);
+    const auto right = channelOf(heard, 2, 1, 44100);
+    EXPECT_GT(medianToneShare(left, 44100, 700.0), 0.8);
+    EXPECT_GT(medianToneShare(right, 44100, 900.0), 0.8);
+    EXPECT_LT(medianToneShare(left, 44100, 300.0), 0.2);
+}
+
+TEST(PlayThrough, absentDevicesAreTheDefaultOnesAndAFormatResetStartsAgain)
+{
+    VORLAudioPlaythroughManager manager(QString(), QString(), {});
+    EXPECT_EQ(engineOf(manager).inputDevice().mName, QStringLiteral("vmic"));
+    EXPECT_EQ(engineOf(manager).outputDevice().mName, QStringLiteral("spk"));
+    EXPECT_FALSE(manager.isRunning());
+    // A new engine after a change of the input's format runs even when the old one did not.
+    manager.playThroughHost()->reset();
+    EXPECT_NE(manager.playThroughHost()->playThrough(), nullptr);
+    EXPECT_TRUE(manager.isRunning());
+}
+
+TEST(PlayThroughDeathTest, anEngineThatCannotBeSetUpEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            setenv("PULSE_SERVER", "unix:/nonexistent/spindrel-socket", 1);
+            CAPlayThrough engine(0, 0, {});
+        },
+        testing::ExitedWithCode(1), "CAPlayThrough ERROR: Cannot Init CAPlayThrough");
+}
