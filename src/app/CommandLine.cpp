@@ -10,10 +10,10 @@ namespace spindrel {
 
 CommandLine::CommandLine()
 {
-    mCommands = {tagsCommand(),           probeCommand(),   tapeCommand(),
-                 renderCassetteCommand(), libraryCommand(), importCommand(),
-                 devicesCommand(),        playCommand(),    meterCommand(),
-                 recordRawCommand(),      exportMovieCommand(), recordCommand()};
+    mCommands = {tagsCommand(),    probeCommand(),     tapeCommand(),        renderCassetteCommand(),
+                 libraryCommand(), importCommand(),    devicesCommand(),     playCommand(),
+                 meterCommand(),   recordRawCommand(), exportMovieCommand(), recordCommand(),
+                 recoverCommand()};
 }
 
 bool CommandLine::handles(const QStringList& arguments) const

@@ -17,5 +17,6 @@ CommandLine::Command meterCommand();
 CommandLine::Command recordRawCommand();
 CommandLine::Command exportMovieCommand();
 CommandLine::Command recordCommand();
+CommandLine::Command recoverCommand();
 
 } // namespace spindrel
