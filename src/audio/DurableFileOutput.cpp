@@ -1,6 +1,7 @@
 #include "audio/DurableFileOutput.h"
 
 #include "audio/AudioException.h"
+#include "foundation/Log.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -34,10 +35,10 @@ DurableFileOutput::DurableFileOutput(const QString& path) : mPath(path)
         throw AudioException(QStringLiteral("Could not create %1: %2").arg(path, systemError(errno)));
     // Held until the file is finished; a crash lets go of it with the process.
     if (::flock(mFd, LOCK_EX) < 0) {
-        const int error = errno;
-        ::close(mFd);
-        ::unlink(name.constData());
-        throw AudioException(QStringLiteral("Could not lock %1: %2").arg(path, systemError(error)));
+        // Some network file systems have no locks: the recording still goes on, but another
+        // process loading the library there could take it for an interrupted one.
+        logError(logSourceName(__FILE__),
+                 QStringLiteral("Could not lock %1: %2").arg(path, systemError(errno)));
     }
     syncFolderOf(path);
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));

@@ -172,7 +172,7 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
     ASSERT_EQ(run({QStringLiteral("library"), QStringLiteral("--folder"), library, QStringLiteral("--json")},
                   &listed),
               0);
-    EXPECT_TRUE(QJsonDocument::fromJson(listed.toUtf8()).array().isEmpty()) << listed;
+    EXPECT_TRUE(QJsonDocument::fromJson(listed.toUtf8()).array().isEmpty()) << listed.toStdString();
     EXPECT_TRUE(QFileInfo::exists(inProgress));
 
     QThread::msleep(5000);
@@ -184,7 +184,7 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
                   &listed),
               0);
     const QJsonArray tapes = QJsonDocument::fromJson(listed.toUtf8()).array();
-    ASSERT_EQ(tapes.size(), 1) << listed;
+    ASSERT_EQ(tapes.size(), 1) << listed.toStdString();
     const QJsonObject tape = tapes.first().toObject();
     EXPECT_EQ(tape.value(QStringLiteral("title")).toString(), QStringLiteral("Untitled"));
     EXPECT_EQ(tape.value(QStringLiteral("quality")).toString(), QStringLiteral("MQ"));
