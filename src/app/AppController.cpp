@@ -3,8 +3,12 @@
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
 #include "deck/DeckWindow.h"
+#include "deck/DefaultsKeys.h"
+#include "deck/MprisService.h"
 #include "deck/WindowController.h"
+#include "update/Updater.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
@@ -27,6 +31,9 @@ AppController::AppController(PreferencesController* preferences, QObject* parent
     mWindowController = std::make_unique<WindowController>(*mPreferencesController);
     buildMainMenu();
     mWindowController->showWindow();
+    // Media keys and the desktop's sound menu reach the deck through the session bus, when there is one.
+    mMediaPlayerService = std::make_unique<MprisService>(*mWindowController);
+    mMediaPlayerService->registerOnBus(QDBusConnection::sessionBus());
     // Closing the deck ends the application, once the deck has put everything away.
     connect(mWindowController.get(), &WindowController::windowDidClose, this, [] {
         if (applicationShouldTerminateAfterLastWindowClosed())
@@ -35,10 +42,21 @@ AppController::AppController(PreferencesController* preferences, QObject* parent
     connect(qApp, &QCoreApplication::aboutToQuit, this, &AppController::applicationWillTerminate);
 }
 
-AppController::~AppController() = default;
+AppController::~AppController()
+{
+    // The service refers to the deck; it goes first.
+    mMediaPlayerService.reset();
+}
 
 void AppController::applicationDidFinishLaunching()
 {
+    if (Updater::isAvailable() && !mSparkleUpdater) {
+        mSparkleUpdater = new Updater(this);
+        connect(mCheckForUpdatesMenuItem, &QAction::triggered, mSparkleUpdater, &Updater::checkForUpdates);
+        mCheckForUpdatesMenuItem->setVisible(true);
+        mSparkleUpdater->checkAtStartupIfEnabled(
+            mPreferencesController->defaultsValue(DefaultsKeys::SUCheckAtStartup));
+    }
     mWindowController->applicationDidFinishLaunching();
 }
 

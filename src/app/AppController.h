@@ -8,11 +8,14 @@
 #include <QUrl>
 #include <memory>
 
+class QAction;
 class QMenu;
 
 namespace spindrel {
 
+class MprisService;
 class PreferencesController;
+class Updater;
 class WindowController;
 
 /// The application: makes the preferences and the deck at start, opens files handed to it as
@@ -51,6 +54,9 @@ public:
     PreferencesController& preferencesController() const { return *mPreferencesController; }
     QMenu* tapeMenu() const { return mTapeMenu; }
     AboutWindow* aboutWindow() const { return mAboutWindow; }
+    /// The software update check; none in builds without one, or before launch finished.
+    Updater* sparkleUpdater() const { return mSparkleUpdater; }
+    QAction* checkForUpdatesMenuItem() const { return mCheckForUpdatesMenuItem; }
 
 private:
     void buildMainMenu();
@@ -59,6 +65,9 @@ private:
     std::unique_ptr<WindowController> mWindowController;
     QMenu* mTapeMenu = nullptr;
     QPointer<AboutWindow> mAboutWindow;
+    Updater* mSparkleUpdater = nullptr;
+    std::unique_ptr<MprisService> mMediaPlayerService;
+    QAction* mCheckForUpdatesMenuItem = nullptr;
 };
 
 } // namespace spindrel

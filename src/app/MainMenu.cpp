@@ -18,6 +18,9 @@ void AppController::buildMainMenu()
 
     QMenu* file = bar->addMenu(tr("&Spindrel"));
     file->addAction(tr("About Spindrel"), this, &AppController::showAbout);
+    // Shown once launch has made the updater, and never in builds without the check.
+    mCheckForUpdatesMenuItem = file->addAction(tr("Check for Updates…"));
+    mCheckForUpdatesMenuItem->setVisible(false);
     file->addAction(tr("Preferences…"), QKeySequence::Preferences, this, &AppController::showPreferences);
     file->addSeparator();
     file->addAction(tr("Import Tapes…"), QKeySequence(tr("Ctrl+I")), deck, &WindowController::importTapes);

@@ -219,8 +219,7 @@ void WindowController::bindTapeView()
             [this] { mTapeView->setTape(mSelectedTape); });
     mTapeView->setTape(mSelectedTape);
     connect(mTapeView, &TapeView::revealTapeRequested, this, [this] { revealInFinder(); });
-    connect(mTapeView, &TapeView::shareButtonPressed, this,
-            [this] { showDeckMessage(tr("Sharing tapes is not available yet.")); });
+    connect(mTapeView, &TapeView::shareButtonPressed, this, &WindowController::shareButtonPressed);
 }
 
 void WindowController::tapeLibraryLocationChanged()
@@ -243,6 +242,7 @@ void WindowController::sendEvent(void (WindowControllerContext::*event)())
         // Already logged by the assertion handler; the transport is unchanged.
         Q_UNUSED(refused);
     }
+    Q_EMIT transportChanged();
 }
 
 QString WindowController::systemFullUserName()

@@ -97,6 +97,12 @@ public:
     void moveTapeToTrash(QObject* sender = nullptr);
     /// The sender itself when it is a tape, else the tape it carries, else the selected tape.
     TapePtr tapeToOperateOn(QObject* sender) const;
+    /// Hands the tape to the video upload window and shows it.
+    void sendToYouTube(QObject* sender = nullptr);
+    void sendTapeToYouTube(const TapePtr& tape);
+    /// The share button's menu for the loaded tape, listed afresh each time.
+    QMenu* shareMenu();
+    void shareButtonPressed();
     /// Whether a menu item with this action may be used now: reveal, trash and export need a
     /// selected tape with a file and no recording under way.
     bool validateAction(const QString& action) const;
@@ -219,6 +225,8 @@ public:
 Q_SIGNALS:
     /// The loaded tape changed (the cassette shows it).
     void selectedTapeChanged();
+    /// The transport took an event; its state may have changed.
+    void transportChanged();
     /// A recording ended and its tape is in its file.
     void recordingFinished(const spindrel::TapePtr& tape);
     /// The window has closed and every tape is committed.
@@ -289,6 +297,7 @@ private:
 
     QPointer<QSystemTrayIcon> mStatusItem;
     QMenu* mStatusItemMenu = nullptr;
+    QMenu* mShareMenu = nullptr;
     QString mStatusItemImageName;
 };
 

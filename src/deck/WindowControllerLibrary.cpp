@@ -54,10 +54,13 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
         if (tape)
             moveTapeToTrash(tape.get());
         return;
+    case TapeBoxView::SendToYouTube:
+        if (tape)
+            sendTapeToYouTube(tape);
+        return;
     case TapeBoxView::EmailTape:
     case TapeBoxView::CopyTapeToITunes:
-    case TapeBoxView::SendToYouTube:
-        // Mail, the music library and the video service are not connected yet.
+        // Mail and the music library are not connected yet.
         showDeckMessage(
             tr("“%1” is not available yet.").arg(TapeBoxView::menuText(TapeBoxView::MenuAction(action))));
         return;

@@ -1,6 +1,7 @@
 #include "HotKeysLib3/PTPortalHotKeyBackend.h"
 
 #include "HotKeysLib3/PTHotKeyCenter.h"
+#include "PrivateSessionBus.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -120,38 +121,7 @@ private:
     Sessions mSessions{*this};
 };
 
-/// A private session bus for one test, so that no desktop's portal answers.
-class PrivateBus
-{
-public:
-    PrivateBus()
-    {
-        mDaemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                      QStringLiteral("--print-address")});
-        if (mDaemon.waitForStarted(5000))
-            for (int i = 0; i < 50 && !mDaemon.canReadLine(); ++i)
-                mDaemon.waitForReadyRead(100);
-        mAddress = QString::fromUtf8(mDaemon.readLine()).trimmed();
-    }
-    ~PrivateBus()
-    {
-        for (const QString& name : mNames)
-            QDBusConnection::disconnectFromBus(name);
-        mDaemon.terminate();
-        mDaemon.waitForFinished(5000);
-    }
-    bool isRunning() const { return !mAddress.isEmpty(); }
-    QDBusConnection connect(const QString& name)
-    {
-        mNames << name;
-        return QDBusConnection::connectToBus(mAddress, name);
-    }
-
-private:
-    QProcess mDaemon;
-    QString mAddress;
-    QStringList mNames;
-};
+using PrivateBus = spindrel::test::PrivateSessionBus;
 
 bool waitFor(const std::function<bool()>& condition)
 {

@@ -7,11 +7,13 @@
 #include "deck/WindowController.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
+#include "update/Updater.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QMenu>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -114,6 +116,27 @@ TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
     EXPECT_TRUE(QFileInfo::exists(outside));
     WindowController* deck = mApp->windowController();
     EXPECT_TRUE(QTest::qWaitFor([deck] { return deck->library().content().size() == 2; }, 5000));
+}
+
+TEST_F(AppControllerTest, CheckForUpdatesIsInTheMenuButTheFirstLaunchesDoNotCheckAtStart)
+{
+    if (!Updater::isAvailable())
+        GTEST_SKIP() << "built without the update check";
+    Updater* updater = mApp->sparkleUpdater();
+    ASSERT_NE(updater, nullptr);
+    EXPECT_FALSE(updater->isChecking());
+    QAction* item = mApp->checkForUpdatesMenuItem();
+    ASSERT_NE(item, nullptr);
+    EXPECT_TRUE(item->isVisible());
+    EXPECT_EQ(item->text(), QStringLiteral("Check for Updates…"));
+
+    // Nothing listens on port 9 here, so the user's check must come back with a failure.
+    updater->setPresentsAlerts(false);
+    updater->setFeedURL(QUrl(QStringLiteral("http://127.0.0.1:9/appcast.xml")));
+    QSignalSpy failed(updater, &Updater::checkFailed);
+    item->trigger();
+    EXPECT_TRUE(updater->isChecking());
+    EXPECT_TRUE(failed.wait(5000));
 }
 
 TEST_F(AppControllerTest, TheAboutBoxShowsTheVersion)
