@@ -12,7 +12,8 @@ CommandLine::CommandLine()
 {
     mCommands = {tagsCommand(),    probeCommand(),     tapeCommand(),        renderCassetteCommand(),
                  libraryCommand(), importCommand(),    devicesCommand(),     playCommand(),
-                 meterCommand(),   recordRawCommand(), exportMovieCommand(), recordCommand()};
+                 meterCommand(),   recordRawCommand(), exportMovieCommand(), recordCommand(),
+                 recoverCommand()};
     mCommands.push_back(trashCommand());
     mCommands.push_back(addToMusicCommand());
     mCommands.push_back(exportCommand());

@@ -20,5 +20,6 @@ CommandLine::Command recordCommand();
 CommandLine::Command trashCommand();
 CommandLine::Command addToMusicCommand();
 CommandLine::Command exportCommand();
+CommandLine::Command recoverCommand();
 
 } // namespace spindrel

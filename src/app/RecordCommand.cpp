@@ -10,6 +10,7 @@
 #include "deck/DefaultsKeys.h"
 #include "deck/NewRecording.h"
 #include "deck/WindowController.h"
+#include "tapes/TapeLibraryArrayController.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -106,6 +107,8 @@ int runRecord(const QStringList& args)
     folder = QFileInfo(folder).absoluteFilePath();
     if (!QFileInfo(folder).isDir())
         return options.fail(QStringLiteral("%1: no such folder").arg(folder));
+    // What an earlier recording left when it was killed becomes a tape before anything new starts.
+    TapeLibraryArrayController::recoverInterruptedRecordings(folder);
 
     const TapePtr tape = NewRecording::tapeForRecording(
         folder, WindowController::newTitle(), defaults.objectForKey(K::TapeAuthor).toString(), quality);

@@ -1,8 +1,12 @@
 #include "audio/VORLExtendedAudioFile.h"
 
 #include "audio/AudioException.h"
+#include "audio/DurableFileOutput.h"
 #include "audio/FFmpegSupport.h"
+#include "audio/MP4Remuxer.h"
+#include "audio/RecordingRecovery.h"
 #include "audio/VORLAudioDevice.h"
+#include "foundation/Log.h"
 
 #include <QFile>
 #include <cmath>
@@ -33,6 +37,7 @@ struct VORLExtendedAudioFile::Impl
     QString error;
     bool open = false;
 
+    std::unique_ptr<DurableFileOutput> output; // the in-progress file, locked while it lives
     AVFormatContext* format = nullptr;
     AVCodecContext* codec = nullptr;
     AVStream* stream = nullptr;
@@ -52,10 +57,14 @@ struct VORLExtendedAudioFile::Impl
     bool encodeFromFifo(bool flush);
     bool sendFrame(AVFrame* input);
     bool padToOneMillisecond();
+    void finish();
     void fail(const QString& message) { error = message; }
 };
 
 namespace {
+
+// Fragments this long at most are lost when the process or the machine dies mid-recording.
+constexpr int64_t kFragmentMicroseconds = 500000;
 
 int checked(int result, const char* what)
 {
@@ -95,8 +104,10 @@ VORLExtendedAudioFile::VORLExtendedAudioFile(const QString& filename,
     try {
         d->open_(streamDescription);
     } catch (...) {
+        const bool created = d->output != nullptr;
         d->release();
-        QFile::remove(filename);
+        if (created)
+            QFile::remove(RecordingRecovery::inProgressPath(filename));
         throw;
     }
 }
@@ -167,13 +178,15 @@ void VORLExtendedAudioFile::Impl::open_(const VORLAudioStreamBasicDescription& s
     if (!fifo || !frame || !packet)
         throw AudioException(QStringLiteral("Out of memory"));
 
-    const int opened = avio_open(&format->pb, path.constData(), AVIO_FLAG_WRITE);
-    if (opened < 0)
-        throw AudioException(
-            QStringLiteral("Could not create %1: %2").arg(filename, ffmpegErrorString(opened)));
+    // Written as fragments under an in-progress name until the recording is finished; each
+    // fragment is on the disk soon after it is complete, so a crash costs only the last one.
+    output = std::make_unique<DurableFileOutput>(RecordingRecovery::inProgressPath(filename));
+    format->pb = output->ioContext();
     AVDictionary* options = nullptr;
     // Time in the movie header counts samples, so durations are exact.
     av_dict_set_int(&options, "movie_timescale", fileRate, 0);
+    av_dict_set(&options, "movflags", "empty_moov+default_base_moof", 0);
+    av_dict_set_int(&options, "frag_duration", kFragmentMicroseconds, 0);
     const int written = avformat_write_header(format, &options);
     av_dict_free(&options);
     checked(written, "Could not write the file header");
@@ -182,8 +195,9 @@ void VORLExtendedAudioFile::Impl::open_(const VORLAudioStreamBasicDescription& s
 
 void VORLExtendedAudioFile::Impl::release()
 {
-    if (format && format->pb)
-        avio_closep(&format->pb);
+    if (format)
+        format->pb = nullptr; // the output's own
+    output.reset();
     avformat_free_context(format);
     format = nullptr;
     stream = nullptr;
@@ -329,10 +343,33 @@ void VORLExtendedAudioFile::closeFile()
     if (d->error.isEmpty() && d->convertAndEncode(nullptr, 0) && d->padToOneMillisecond() &&
         d->encodeFromFifo(true))
         d->sendFrame(nullptr);
-    const int trailer = av_write_trailer(d->format);
-    if (trailer < 0 && d->error.isEmpty())
-        d->fail(QStringLiteral("Could not finish %1: %2").arg(d->filename, ffmpegErrorString(trailer)));
+    d->finish();
     d->release();
+}
+
+void VORLExtendedAudioFile::Impl::finish()
+{
+    const QString inProgress = output->path();
+    const int trailer = av_write_trailer(format);
+    QString problem;
+    if (trailer < 0)
+        problem = ffmpegErrorString(trailer);
+    else if (!output->flushAndSync())
+        problem = output->errorString();
+    // Tags are only ever written into an ordinary file.
+    else if (!MP4Remuxer::writeOrdinaryFile(inProgress, -1, filename, codec->initial_padding, &problem))
+        problem = problem.isEmpty() ? QStringLiteral("the file could not be finished") : problem;
+    if (problem.isEmpty()) {
+        QFile::remove(inProgress);
+        DurableFileOutput::syncFolderOf(inProgress);
+        return;
+    }
+    if (error.isEmpty())
+        fail(QStringLiteral("Could not finish %1: %2").arg(filename, problem));
+    logError(logSourceName(__FILE__),
+             QStringLiteral("Could not finish %1: %2; the recording is kept in %3 and will be recovered the "
+                            "next time the library is loaded")
+                 .arg(filename, problem, inProgress));
 }
 
 bool VORLExtendedAudioFile::isOpen() const

@@ -11,10 +11,12 @@ namespace spindrel {
 class VORLAudioDevice;
 
 /// An .m4a file being written: AAC or Apple Lossless in an MPEG-4 container, 'mdat' before
-/// 'moov', movie time scale equal to the sample rate. Input is interleaved float samples, one per
-/// channel of the stream format, at the input rate (the recording device's); they are resampled
-/// to the file's rate and encoded. Writing happens on one thread at a time (the recorder's
-/// encoder thread); the object itself is not tied to a thread.
+/// 'moov', movie time scale equal to the sample rate. Until closeFile() the recording lives in a
+/// locked, fragmented file under the in-progress name (RecordingRecovery), synced to the disk as
+/// it grows; closeFile() turns it into the ordinary file `filename`. Input is interleaved float samples, one
+/// per channel of the stream format, at the input rate (the recording device's); they are resampled to the
+/// file's rate and encoded. Writing happens on one thread at a time (the recorder's encoder thread); the
+/// object itself is not tied to a thread.
 class VORLExtendedAudioFile
 {
 public:
@@ -35,8 +37,9 @@ public:
     /// failed or the file is closed.
     bool writeFrames(const float* interleaved, size_t frames);
 
-    /// Encodes what is pending and finishes the container; afterwards the file is complete.
-    /// Closing twice does nothing.
+    /// Encodes what is pending and finishes the container; afterwards `filename` is a complete,
+    /// ordinary file and the in-progress file is gone (it is kept when finishing fails, for the
+    /// recovery to try again). Closing twice does nothing.
     void closeFile();
 
     bool isOpen() const;

@@ -227,6 +227,7 @@ void WindowController::tapeLibraryLocationChanged()
     for (const TapePtr& tape : mTapeArrayController->content())
         tape->commitAttributes();
     mTapeArrayController->setFolderPath(mPreferences.tapeLibraryPath());
+    TapeLibraryArrayController::recoverInterruptedRecordings(mPreferences.tapeLibraryPath());
     mTapeArrayController->checkRecordingDirectory();
 }
 

@@ -22,6 +22,7 @@ TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath
     mCoalesce.setSingleShot(true);
     mCoalesce.setInterval(kCoalesceMs);
     connect(&mCoalesce, &QTimer::timeout, this, &TapeLibraryArrayController::coalescedFolderEvents);
+    recoverInterruptedRecordings(mFolderPath);
     checkRecordingDirectory();
 }
 
@@ -67,6 +68,23 @@ void TapeLibraryArrayController::checkRecordingDirectory()
         setSelectionIndex(0);
         setSelectsInsertedObjects(selects);
     }
+}
+
+QList<RecordingRecovery::Result>
+TapeLibraryArrayController::recoverInterruptedRecordings(const QString& folder)
+{
+    QList<RecordingRecovery::Result> results = RecordingRecovery::recoverFolder(folder);
+    for (RecordingRecovery::Result& result : results) {
+        if (result.outcome != RecordingRecovery::Outcome::Recovered)
+            continue;
+        Tape tape(result.recovered);
+        tape.setTitle(tr("Untitled"));
+        if (result.startedAt.isValid())
+            tape.setDate(result.startedAt);
+        tape.commitAttributes();
+        result.recovered = tape.filename();
+    }
+    return results;
 }
 
 void TapeLibraryArrayController::startMonitoringRecordingDirectory()

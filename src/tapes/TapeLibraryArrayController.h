@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/RecordingRecovery.h"
 #include "tapes/FilteringArrayController.h"
 
 #include <QFileSystemWatcher>
@@ -16,7 +17,8 @@ class TapeLibraryArrayController : public FilteringArrayController
     Q_OBJECT
 
 public:
-    /// Scans the folder at once, so the library is full as soon as it exists.
+    /// Recovers recordings that a crash interrupted, then scans the folder at once, so the
+    /// library is full as soon as it exists.
     explicit TapeLibraryArrayController(const QString& folderPath, QObject* parent = nullptr);
     ~TapeLibraryArrayController() override;
 
@@ -28,6 +30,11 @@ public:
     QStringList soundFileList() const;
     /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
     void checkRecordingDirectory();
+    /// Turns what crashed recordings left in `folder` into tapes: each recovered file is an
+    /// ordinary .m4a, titled "Untitled", dated when its recording began and named after both as
+    /// a finished recording is. Recordings other processes are making are left alone. The next
+    /// scan lists the new tapes.
+    static QList<RecordingRecovery::Result> recoverInterruptedRecordings(const QString& folder);
 
     void startMonitoringRecordingDirectory();
     void pauseMonitoringRecordingDirectory();

@@ -1,13 +1,21 @@
 // spindrel record, run as a user runs it, recording what plays into the test input.
 #include "MP4Tags/MP4Tags.h"
+#include "audio/DecodeCheck.h"
+#include "audio/RecordingRecovery.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeTestFiles.h"
 
 #include <QDate>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QThread>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -43,11 +51,21 @@ protected:
 
     int record(const QStringList& arguments, QString* out = nullptr, QString* err = nullptr)
     {
-        QProcess process;
+        return run(QStringList{QStringLiteral("record")} + arguments, out, err);
+    }
+
+    void startProgram(QProcess& process, const QStringList& arguments)
+    {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), mFolder.filePath(QStringLiteral("config")));
         process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(SPINDREL_BINARY), QStringList{QStringLiteral("record")} + arguments);
+        process.start(QStringLiteral(SPINDREL_BINARY), arguments);
+    }
+
+    int run(const QStringList& arguments, QString* out = nullptr, QString* err = nullptr)
+    {
+        QProcess process;
+        startProgram(process, arguments);
         EXPECT_TRUE(process.waitForFinished(60000));
         if (out)
             *out = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
@@ -122,6 +140,67 @@ TEST_F(RecordCommandTest, BadRequestsSayWhatIsWrongAndRecordNothing)
                       mFolder.filePath(QStringLiteral("missing"))}),
               1);
     EXPECT_TRUE(QDir(mFolder.path()).entryList({QStringLiteral("*.m4a")}).isEmpty());
+}
+
+TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLoaded)
+{
+    const QString library = mFolder.filePath(QStringLiteral("library"));
+    ASSERT_TRUE(QDir().mkpath(library));
+    QProcess recording;
+    startProgram(recording,
+                 {QStringLiteral("record"), QStringLiteral("--seconds"), QStringLiteral("60"),
+                  QStringLiteral("--quality"), QStringLiteral("MQ"), QStringLiteral("--folder"), library});
+    ASSERT_TRUE(recording.waitForStarted());
+    // The clock starts once sound is reaching the file: the server takes a while to deliver.
+    QString inProgress;
+    QElapsedTimer waited;
+    waited.start();
+    while (waited.elapsed() < 20000) {
+        const QStringList found =
+            QDir(library).entryList({QLatin1Char('*') + RecordingRecovery::inProgressSuffix()}, QDir::Files);
+        if (!found.isEmpty() &&
+            RecordingRecovery::recoverableLength(QDir(library).filePath(found.first())) > 0) {
+            inProgress = QDir(library).filePath(found.first());
+            break;
+        }
+        QThread::msleep(50);
+    }
+    ASSERT_FALSE(inProgress.isEmpty()) << "the recording never reached the disk";
+
+    // Listing the library meanwhile neither shows nor touches the recording going on.
+    QString listed;
+    ASSERT_EQ(run({QStringLiteral("library"), QStringLiteral("--folder"), library, QStringLiteral("--json")},
+                  &listed),
+              0);
+    EXPECT_TRUE(QJsonDocument::fromJson(listed.toUtf8()).array().isEmpty()) << listed.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(inProgress));
+
+    QThread::msleep(5000);
+    recording.kill(); // SIGKILL: no chance to finish anything
+    ASSERT_TRUE(recording.waitForFinished(5000));
+    ASSERT_TRUE(QFileInfo::exists(inProgress));
+
+    ASSERT_EQ(run({QStringLiteral("library"), QStringLiteral("--folder"), library, QStringLiteral("--json")},
+                  &listed),
+              0);
+    const QJsonArray tapes = QJsonDocument::fromJson(listed.toUtf8()).array();
+    ASSERT_EQ(tapes.size(), 1) << listed.toStdString();
+    const QJsonObject tape = tapes.first().toObject();
+    EXPECT_EQ(tape.value(QStringLiteral("title")).toString(), QStringLiteral("Untitled"));
+    EXPECT_EQ(tape.value(QStringLiteral("quality")).toString(), QStringLiteral("MQ"));
+    EXPECT_GE(tape.value(QStringLiteral("duration")).toDouble(), 4.0);
+    const QString path = tape.value(QStringLiteral("path")).toString();
+    EXPECT_FALSE(QFileInfo::exists(inProgress));
+
+    const DecodeCheck decoded = decodeAllPackets(path);
+    ASSERT_TRUE(decoded.opened);
+    EXPECT_GT(decoded.packets, 0);
+    EXPECT_EQ(decoded.errors, 0);
+    EXPECT_GE(decoded.seconds(), 4.0);
+    const QStringList atoms = topLevelAtoms(path);
+    ASSERT_TRUE(atoms.contains(QStringLiteral("mdat")) && atoms.contains(QStringLiteral("moov")));
+    EXPECT_LT(atoms.indexOf(QStringLiteral("mdat")), atoms.indexOf(QStringLiteral("moov")));
+    EXPECT_FALSE(atoms.contains(QStringLiteral("moof")));
 }
 
 } // namespace

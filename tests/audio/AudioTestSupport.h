@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DecodeCheck.h"
+
 #include <QString>
 #include <QStringList>
 #include <cstdint>
@@ -47,8 +49,6 @@ double medianToneShare(const std::vector<float>& samples, double sampleRate, dou
 double rms(const std::vector<float>& samples);
 double rmsDecibels(const std::vector<float>& samples);
 
-/// Top-level atom types of an MPEG-4 file, in order.
-QStringList topLevelAtoms(const QString& path);
 /// The time scale in the file's 'mvhd', 0 when not found.
 uint32_t movieTimeScale(const QString& path);
 

@@ -1,4 +1,6 @@
 #include "TapeTestFiles.h"
+#include "audio/RecordingPresets.h"
+#include "audio/VORLExtendedAudioFile.h"
 #include "foundation/Log.h"
 #include "tapes/TapeLibraryArrayController.h"
 
@@ -7,7 +9,9 @@
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QUrl>
+#include <cmath>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -217,4 +221,52 @@ TEST_F(TapeLibraryTest, ATapeWhoseFileVanishedStillLeavesTheListWithTheFailureLo
     EXPECT_EQ(logged,
               QStringList{QStringLiteral(
                   "(ERROR) TapeLibraryArrayController_TapeOperations : performFileOperation failed!!!!")});
+}
+
+namespace {
+
+std::unique_ptr<VORLExtendedAudioFile> startRecording(const QString& path, double seconds)
+{
+    auto file = std::make_unique<VORLExtendedAudioFile>(
+        path, RecordingPresets::streamDescriptionForQuality(QStringLiteral("LQ"), false), 48000, 44100.0);
+    std::vector<float> tone(size_t(seconds * 44100.0));
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = float(0.5 * std::sin(2.0 * M_PI * 440.0 * double(i) / 44100.0));
+    EXPECT_TRUE(file->writeFrames(tone.data(), tone.size()));
+    return file;
+}
+
+} // namespace
+
+TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesALiveOneAlone)
+{
+    // What a killed recorder leaves: its in-progress file, unlocked, without an ending.
+    QTemporaryDir scratch;
+    const QString killedPath = scratch.filePath(QStringLiteral("killed.m4a"));
+    auto killed = startRecording(killedPath, 2.0);
+    ASSERT_TRUE(QFile::copy(RecordingRecovery::inProgressPath(killedPath),
+                            path(QStringLiteral("0C8A.m4a") + RecordingRecovery::inProgressSuffix())));
+    killed->closeFile();
+    // A recording still going on in the folder.
+    auto live = startRecording(path(QStringLiteral("live.m4a")), 1.0);
+
+    TapeLibraryArrayController library(folder());
+    ASSERT_EQ(library.content().size(), 1);
+    const TapePtr tape = library.content().first();
+    tape->setCommitsWhenReleased(false);
+    EXPECT_EQ(tape->title(), QStringLiteral("Untitled"));
+    EXPECT_LT(std::abs(tape->date().secsTo(QDateTime::currentDateTime())), 120);
+    EXPECT_EQ(QFileInfo(tape->filename()).fileName(),
+              tape->date().toLocalTime().toString(QStringLiteral("[yyyy-MM-dd] ")) +
+                  QStringLiteral("Untitled.m4a"));
+    EXPECT_GT(tape->duration(), 1.0);
+    EXPECT_LE(tape->duration(), 2.0);
+    EXPECT_TRUE(QFileInfo::exists(RecordingRecovery::inProgressPath(path(QStringLiteral("live.m4a")))));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("0C8A.m4a") + RecordingRecovery::inProgressSuffix())));
+
+    live->closeFile();
+    library.checkRecordingDirectory();
+    EXPECT_EQ(library.content().size(), 2);
+    for (const TapePtr& each : library.content())
+        each->setCommitsWhenReleased(false);
 }

@@ -1,0 +1,234 @@
+// Recordings that survive a crash: the in-progress file, its recovery and the normal finish.
+#include "audio/RecordingRecovery.h"
+
+#include "AudioTestSupport.h"
+#include "DecodeCheck.h"
+#include "audio/RecordingPresets.h"
+#include "audio/VORLExtendedAudioFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <random>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+using Outcome = RecordingRecovery::Outcome;
+
+std::unique_ptr<VORLExtendedAudioFile> openRecording(const QString& path, const char* quality)
+{
+    const QString name = QString::fromLatin1(quality);
+    return std::make_unique<VORLExtendedAudioFile>(path,
+                                                   RecordingPresets::streamDescriptionForQuality(name, true),
+                                                   int(RecordingPresets::bitrateForQuality(name)), 44100.0);
+}
+
+void feedTone(VORLExtendedAudioFile& file, double seconds)
+{
+    const size_t total = size_t(seconds * 44100.0);
+    for (size_t done = 0; done < total;) {
+        const size_t piece = std::min<size_t>(total - done, 882);
+        const auto samples = sineFrames({440.0, 660.0}, 44100.0, piece, 0.5, done);
+        ASSERT_TRUE(file.writeFrames(samples.data(), piece)) << file.errorString().toStdString();
+        done += piece;
+    }
+}
+
+// What a process killed after `seconds` of recording leaves on the disk: the in-progress file
+// as it is at that moment, no longer locked by anybody.
+QString leaveCrashedRecording(const QTemporaryDir& dir, const QString& name, const char* quality,
+                              double seconds)
+{
+    const QString scratch = dir.filePath(QStringLiteral("scratch-") + name);
+    auto file = openRecording(scratch, quality);
+    feedTone(*file, seconds);
+    const QString leftover = dir.filePath(name + RecordingRecovery::inProgressSuffix());
+    EXPECT_TRUE(QFile::copy(RecordingRecovery::inProgressPath(scratch), leftover));
+    file->closeFile();
+    QFile::remove(scratch);
+    return leftover;
+}
+
+// Where each complete fragment ends: the ends of the 'mdat' boxes.
+std::vector<int64_t> fragmentEnds(const QString& path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    std::vector<int64_t> ends;
+    for (qsizetype at = 0; at + 8 <= bytes.size();) {
+        const uint32_t size = (uint32_t(uchar(bytes[at])) << 24) | (uint32_t(uchar(bytes[at + 1])) << 16) |
+                              (uint32_t(uchar(bytes[at + 2])) << 8) | uint32_t(uchar(bytes[at + 3]));
+        if (size < 8 || at + size > bytes.size())
+            break;
+        if (bytes.mid(at + 4, 4) == "mdat")
+            ends.push_back(at + size);
+        at += size;
+    }
+    return ends;
+}
+
+void expectOrdinaryFile(const QString& path, double minimumSeconds, double maximumSeconds)
+{
+    const QStringList atoms = topLevelAtoms(path);
+    EXPECT_EQ(atoms.value(0), QStringLiteral("ftyp")) << atoms.join(' ').toStdString();
+    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(' ').toStdString();
+    ASSERT_TRUE(atoms.contains(QStringLiteral("mdat")) && atoms.contains(QStringLiteral("moov")));
+    EXPECT_LT(atoms.indexOf(QStringLiteral("mdat")), atoms.indexOf(QStringLiteral("moov")));
+    const DecodeCheck decoded = decodeAllPackets(path);
+    ASSERT_TRUE(decoded.opened);
+    EXPECT_EQ(decoded.errors, 0);
+    EXPECT_EQ(movieTimeScale(path), uint32_t(decoded.sampleRate));
+    const double seconds = probeAudio(path).durationSeconds;
+    EXPECT_GE(seconds, minimumSeconds);
+    EXPECT_LE(seconds, maximumSeconds);
+}
+
+class RecoveryByQuality : public ::testing::TestWithParam<const char*>
+{
+protected:
+    QTemporaryDir mDir;
+};
+
+} // namespace
+
+TEST_P(RecoveryByQuality, aNormalStopLeavesOnlyAnOrdinaryFileAndTheLiveFileIsLeftAlone)
+{
+    const QString path = mDir.filePath(QStringLiteral("take.m4a"));
+    const QString inProgress = RecordingRecovery::inProgressPath(path);
+    auto file = openRecording(path, GetParam());
+    feedTone(*file, 1.2);
+    EXPECT_FALSE(QFileInfo::exists(path)) << "a recording is not a tape before it is finished";
+    ASSERT_TRUE(QFileInfo::exists(inProgress));
+    EXPECT_GT(RecordingRecovery::recoverableLength(inProgress), 0)
+        << "fragments are on the disk as they come";
+
+    // Another process loading the library meanwhile: the file is locked, so nothing happens to it.
+    const qint64 sizeBefore = QFileInfo(inProgress).size();
+    const auto results = RecordingRecovery::recoverFolder(mDir.path());
+    ASSERT_EQ(results.size(), 1);
+    EXPECT_EQ(results[0].outcome, Outcome::InUse);
+    EXPECT_EQ(QFileInfo(inProgress).size(), sizeBefore);
+
+    feedTone(*file, 0.8);
+    file->closeFile();
+    EXPECT_TRUE(file->errorString().isEmpty()) << file->errorString().toStdString();
+    EXPECT_FALSE(QFileInfo::exists(inProgress));
+    EXPECT_FALSE(QFileInfo::exists(path + QStringLiteral(".finishing")));
+    expectOrdinaryFile(path, 1.998, 2.002);
+}
+
+TEST_P(RecoveryByQuality, aKilledRecordingComesBackAsAnOrdinaryFileLosingLessThanASecond)
+{
+    const QString leftover = leaveCrashedRecording(mDir, QStringLiteral("killed.m4a"), GetParam(), 3.0);
+    const auto results = RecordingRecovery::recoverFolder(mDir.path());
+    ASSERT_EQ(results.size(), 1);
+    EXPECT_EQ(results[0].outcome, Outcome::Recovered) << results[0].message.toStdString();
+    EXPECT_EQ(results[0].recovered, mDir.filePath(QStringLiteral("killed.m4a")));
+    EXPECT_FALSE(QFileInfo::exists(leftover));
+    EXPECT_GT(results[0].seconds, 2.0);
+    EXPECT_TRUE(results[0].startedAt.isValid());
+    expectOrdinaryFile(results[0].recovered, 2.0, 3.0);
+    // Loading the library again finds nothing more to do.
+    EXPECT_TRUE(RecordingRecovery::recoverFolder(mDir.path()).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Qualities, RecoveryByQuality, ::testing::Values("MQ", "HQ"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(RecordingRecovery, aFileCutAtAnyByteKeepsEveryCompleteFragment)
+{
+    QTemporaryDir dir;
+    const QString whole = leaveCrashedRecording(dir, QStringLiteral("whole.m4a"), "LQ", 2.5);
+    QFile wholeFile(whole);
+    ASSERT_TRUE(wholeFile.open(QIODevice::ReadOnly));
+    const QByteArray bytes = wholeFile.readAll();
+    const std::vector<int64_t> ends = fragmentEnds(whole);
+    ASSERT_GE(ends.size(), 3u);
+    EXPECT_EQ(RecordingRecovery::recoverableLength(whole), ends.back());
+
+    std::vector<int64_t> cuts{0, 7, 40, ends.front() - 1};
+    for (int64_t end : ends)
+        cuts.insert(cuts.end(), {end - 8, end, end + 9});
+    std::mt19937 random(20240611);
+    for (int i = 0; i < 5; ++i)
+        cuts.push_back(std::uniform_int_distribution<int64_t>(0, bytes.size())(random));
+
+    double previousSeconds = 0.0;
+    std::sort(cuts.begin(), cuts.end());
+    for (int64_t cut : cuts) {
+        SCOPED_TRACE("cut at " + std::to_string(cut) + " of " + std::to_string(bytes.size()));
+        const QString name = QStringLiteral("cut-%1.m4a").arg(cut);
+        const QString path = dir.filePath(name + RecordingRecovery::inProgressSuffix());
+        QFile part(path);
+        ASSERT_TRUE(part.open(QIODevice::WriteOnly));
+        part.write(bytes.left(cut));
+        part.close();
+
+        int64_t expected = 0;
+        for (int64_t end : ends) {
+            if (end <= cut)
+                expected = end;
+        }
+        EXPECT_EQ(RecordingRecovery::recoverableLength(path), expected);
+        const RecordingRecovery::Result result = RecordingRecovery::recoverFile(path);
+        if (expected == 0) {
+            EXPECT_EQ(result.outcome, Outcome::Failed);
+            EXPECT_FALSE(result.message.isEmpty());
+            EXPECT_TRUE(QFileInfo::exists(path)) << "what cannot be recovered is kept";
+            continue;
+        }
+        ASSERT_EQ(result.outcome, Outcome::Recovered) << result.message.toStdString();
+        EXPECT_FALSE(QFileInfo::exists(path));
+        EXPECT_GE(result.seconds, previousSeconds);
+        previousSeconds = result.seconds;
+        const DecodeCheck decoded = decodeAllPackets(result.recovered);
+        EXPECT_EQ(decoded.errors, 0);
+        EXPECT_NEAR(probeAudio(result.recovered).durationSeconds, result.seconds, 0.002);
+    }
+    EXPECT_GT(previousSeconds, 1.9);
+}
+
+TEST(RecordingRecovery, tornTailsNamesInUseAndLeftoverTemporaries)
+{
+    QTemporaryDir dir;
+    const QString leftover = leaveCrashedRecording(dir, QStringLiteral("take.m4a"), "LQ", 1.5);
+    const int64_t recoverable = RecordingRecovery::recoverableLength(leftover);
+    ASSERT_GT(recoverable, 0);
+    // A power cut can leave zeros where the last write should have been.
+    QFile file(leftover);
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write(QByteArray(5000, '\0'));
+    file.close();
+    EXPECT_EQ(RecordingRecovery::recoverableLength(leftover), recoverable);
+
+    // A finished tape of the same name stays as it is; the recovery goes beside it.
+    QFile taken(dir.filePath(QStringLiteral("take.m4a")));
+    ASSERT_TRUE(taken.open(QIODevice::WriteOnly));
+    taken.write("a tape");
+    taken.close();
+    // The temporary of a finish that was cut short is cleared away.
+    QFile stale(dir.filePath(QStringLiteral("other.m4a.finishing")));
+    ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
+    stale.close();
+    // Not a recording at all: kept.
+    QFile junk(dir.filePath(QStringLiteral("junk.m4a.recording")));
+    ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
+    junk.write(QByteArray(100, 'x'));
+    junk.close();
+
+    const auto results = RecordingRecovery::recoverFolder(dir.path());
+    ASSERT_EQ(results.size(), 2);
+    EXPECT_EQ(results[0].source, dir.filePath(QStringLiteral("junk.m4a.recording")));
+    EXPECT_EQ(results[0].outcome, Outcome::Failed);
+    EXPECT_TRUE(QFileInfo::exists(results[0].source));
+    EXPECT_EQ(results[1].outcome, Outcome::Recovered) << results[1].message.toStdString();
+    EXPECT_EQ(results[1].recovered, dir.filePath(QStringLiteral("take (recovered).m4a")));
+    EXPECT_EQ(QFileInfo(dir.filePath(QStringLiteral("take.m4a"))).size(), 6);
+    EXPECT_FALSE(QFileInfo::exists(stale.fileName()));
+    expectOrdinaryFile(results[1].recovered, 0.9, 1.5);
+}
