@@ -1,5 +1,6 @@
 #include "app/AppController.h"
 #include "app/CommandLine.h"
+#include "app/Translations.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -20,6 +21,7 @@ int main(int argc, char** argv)
         QGuiApplication app(argc, argv);
         QCoreApplication::setOrganizationName(QStringLiteral("Spindrel"));
         QCoreApplication::setApplicationName(QStringLiteral("Spindrel"));
+        spindrel::Translations::install();
         return commandLine.run(arguments);
     }
 
@@ -27,6 +29,7 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationName(QStringLiteral("Spindrel"));
     QApplication::setApplicationVersion(QStringLiteral(SPINDREL_VERSION));
+    spindrel::Translations::install();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/spindrel.svg")));
     // The deck ends the application itself once its window has closed and every tape is written.
     QApplication::setQuitOnLastWindowClosed(false);

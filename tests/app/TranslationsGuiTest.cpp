@@ -1,0 +1,118 @@
+// The deck in German: the menus, their mnemonics and the preferences window.
+#include "app/AppController.h"
+#include "app/PreferencesController.h"
+#include "app/PreferencesWindow.h"
+#include "app/Translations.h"
+#include "app/UserDefaults.h"
+#include "deck/DeckWindow.h"
+#include "deck/WindowController.h"
+
+#include <QMenu>
+#include <QMenuBar>
+#include <QTemporaryDir>
+#include <QToolBar>
+#include <gtest/gtest.h>
+
+using namespace spindrel;
+
+namespace {
+
+class TranslationsGuiTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(Translations::install(QLocale(QStringLiteral("de_DE"))), QStringLiteral("de"));
+        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
+        mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
+            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
+        mPreferences =
+            std::make_unique<PreferencesController>(*mDefaults, mFolder.filePath(QStringLiteral("Library")));
+        mApp = std::make_unique<AppController>(mPreferences.get());
+        mApp->applicationDidFinishLaunching();
+    }
+
+    void TearDown() override
+    {
+        if (mApp)
+            mApp->windowController()->window()->close();
+        mApp.reset();
+        Translations::remove();
+    }
+
+    QMenuBar* menuBar() const { return mApp->windowController()->window()->menuBar(); }
+
+    QMenu* menu(const QString& title) const
+    {
+        for (QAction* action : menuBar()->actions()) {
+            if (action->text() == title)
+                return action->menu();
+        }
+        return nullptr;
+    }
+
+    static QStringList texts(const QMenu* menu)
+    {
+        QStringList items;
+        for (QAction* action : menu->actions())
+            items << action->text();
+        return items;
+    }
+
+    QTemporaryDir mFolder;
+    std::unique_ptr<UserDefaults> mDefaults;
+    std::unique_ptr<PreferencesController> mPreferences;
+    std::unique_ptr<AppController> mApp;
+};
+
+TEST_F(TranslationsGuiTest, TheMenusSpeakGermanWithOneMnemonicEach)
+{
+    ASSERT_NE(menu(QStringLiteral("&Bearbeiten")), nullptr);
+    QMenu* controls = menu(QStringLiteral("S&teuerung"));
+    ASSERT_NE(controls, nullptr);
+    EXPECT_TRUE(texts(controls).contains(QStringLiteral("Aufnehmen")));
+    EXPECT_TRUE(texts(controls).contains(QStringLiteral("Zurückspulen")));
+    EXPECT_TRUE(texts(mApp->tapeMenu()).contains(QStringLiteral("Kassette in den Papierkorb legen")));
+
+    // Alt and a letter must open exactly one menu.
+    QList<QChar> letters;
+    for (QAction* action : menuBar()->actions()) {
+        const QString title = action->text();
+        const qsizetype amp = title.indexOf(QLatin1Char('&'));
+        ASSERT_GE(amp, 0) << title.toStdString();
+        const QChar letter = title.at(amp + 1).toLower();
+        EXPECT_FALSE(letters.contains(letter)) << title.toStdString();
+        letters << letter;
+    }
+
+    // Shortcuts keep working whatever the menu texts say.
+    QMenu* file = menu(QStringLiteral("&Spindrel"));
+    ASSERT_NE(file, nullptr);
+    bool found = false;
+    for (QAction* action : file->actions()) {
+        if (action->text() == QStringLiteral("Kassetten importieren…")) {
+            found = true;
+            EXPECT_EQ(action->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_I));
+        }
+    }
+    EXPECT_TRUE(found) << texts(file).join(QLatin1Char('|')).toStdString();
+}
+
+TEST_F(TranslationsGuiTest, ThePreferencesWindowIsGerman)
+{
+    mApp->showPreferences();
+    PreferencesWindow* window = mPreferences->window();
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Einstellungen"));
+    const QList<QToolBar*> bars = window->findChildren<QToolBar*>();
+    ASSERT_FALSE(bars.isEmpty());
+    QStringList panes;
+    for (QAction* action : bars.first()->actions())
+        panes << action->text();
+    EXPECT_EQ(panes, (QStringList{QStringLiteral("Allgemein"), QStringLiteral("Tastenkürzel"),
+                                  QStringLiteral("Audio")}));
+    window->close();
+}
+
+} // namespace

@@ -1,0 +1,817 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>DurationFormatter</name>
+    <message>
+        <source>hour</source>
+        <translation>Stunde</translation>
+    </message>
+    <message>
+        <source>hours</source>
+        <translation>Stunden</translation>
+    </message>
+    <message>
+        <source>h</source>
+        <translation>h</translation>
+    </message>
+    <message>
+        <source>minute</source>
+        <translation>Minute</translation>
+    </message>
+    <message>
+        <source>minutes</source>
+        <translation>Minuten</translation>
+    </message>
+    <message>
+        <source>m</source>
+        <translation>min</translation>
+    </message>
+    <message>
+        <source>less than a second</source>
+        <translation>weniger als eine Sekunde</translation>
+    </message>
+    <message>
+        <source>second</source>
+        <translation>Sekunde</translation>
+    </message>
+    <message>
+        <source>seconds</source>
+        <translation>Sekunden</translation>
+    </message>
+    <message>
+        <source>s</source>
+        <translation>s</translation>
+    </message>
+</context>
+<context>
+    <name>FuzzyDateFormatter</name>
+    <message>
+        <source>Today</source>
+        <translation>Heute</translation>
+    </message>
+    <message>
+        <source>Yesterday</source>
+        <translation>Gestern</translation>
+    </message>
+</context>
+<context>
+    <name>PTKeyCombo</name>
+    <message>
+        <source>(None)</source>
+        <translation>(Keine)</translation>
+    </message>
+    <message>
+        <source>Ctrl</source>
+        <translation>Strg</translation>
+    </message>
+    <message>
+        <source>Alt</source>
+        <translation>Alt</translation>
+    </message>
+    <message>
+        <source>Super</source>
+        <translation>Super</translation>
+    </message>
+    <message>
+        <source>Shift</source>
+        <translation>Umschalt</translation>
+    </message>
+</context>
+<context>
+    <name>QObject</name>
+    <message>
+        <source>YouTube</source>
+        <translation>YouTube</translation>
+    </message>
+    <message>
+        <source>iTunes</source>
+        <translation>iTunes</translation>
+    </message>
+</context>
+<context>
+    <name>TapeCassette</name>
+    <message>
+        <source>Recorded</source>
+        <translation>Aufgenommen</translation>
+    </message>
+</context>
+<context>
+    <name>UpdateAlert</name>
+    <message>
+        <source>Software Update</source>
+        <translation>Softwareaktualisierung</translation>
+    </message>
+    <message>
+        <source>Spindrel %1 is now available—you have %2.</source>
+        <translation>Spindrel %1 ist jetzt verfügbar – Sie haben %2.</translation>
+    </message>
+    <message>
+        <source>What&apos;s new:</source>
+        <translation>Neuigkeiten:</translation>
+    </message>
+    <message>
+        <source>Release notes</source>
+        <translation>Versionshinweise</translation>
+    </message>
+    <message>
+        <source>Get it from:</source>
+        <translation>Erhältlich unter:</translation>
+    </message>
+    <message>
+        <source>A new version of Spindrel is available!</source>
+        <translation>Eine neue Version von Spindrel ist verfügbar!</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>Herunterladen</translation>
+    </message>
+    <message>
+        <source>Remind Me Later</source>
+        <translation>Später erinnern</translation>
+    </message>
+    <message>
+        <source>You&apos;re up to date!</source>
+        <translation>Spindrel ist auf dem neuesten Stand!</translation>
+    </message>
+    <message>
+        <source>Spindrel %1 is currently the newest version available.</source>
+        <translation>Spindrel %1 ist die neueste verfügbare Version.</translation>
+    </message>
+    <message>
+        <source>Update Error!</source>
+        <translation>Fehler bei der Aktualisierung!</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::AboutWindow</name>
+    <message>
+        <source>About Spindrel</source>
+        <translation>Über Spindrel</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;A cassette deck for recording: every recording is a tape, an .m4a file in your tape library, with its title, notes, date and cover art kept inside the file.&lt;/p&gt;&lt;p&gt;&lt;b&gt;Built with&lt;/b&gt;&lt;br&gt;Qt, for the deck and its windows&lt;br&gt;FFmpeg, for encoding and decoding AAC and Apple Lossless&lt;br&gt;PulseAudio, for sound in and out&lt;br&gt;libsamplerate, for tape speeds&lt;br&gt;libplist, for the tape letters&apos; archives&lt;br&gt;the Liberation and DejaVu fonts.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Ein Kassettendeck zum Aufnehmen: Jede Aufnahme ist eine Kassette, eine .m4a-Datei in Ihrer Kassettensammlung, die Titel, Notizen, Datum und Cover in der Datei selbst aufbewahrt.&lt;/p&gt;&lt;p&gt;&lt;b&gt;Erstellt mit&lt;/b&gt;&lt;br&gt;Qt für das Deck und seine Fenster&lt;br&gt;FFmpeg für das Kodieren und Dekodieren von AAC und Apple Lossless&lt;br&gt;PulseAudio für den Ton hinein und hinaus&lt;br&gt;libsamplerate für die Bandgeschwindigkeiten&lt;br&gt;libplist für die Archive der Kassettenbuchstaben&lt;br&gt;den Schriften Liberation und DejaVu.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::AppController</name>
+    <message>
+        <source>Spindrel Feedback: (Enter title here)</source>
+        <translation>Spindrel-Feedback: (Titel hier eingeben)</translation>
+    </message>
+    <message>
+        <source>Here&apos;s how I feel about Spindrel:
+
+
+--
+(I&apos;m using Spindrel version %1 with %2.)
+</source>
+        <translation>Das halte ich von Spindrel:
+
+
+--
+(Ich verwende Spindrel Version %1 mit %2.)
+</translation>
+    </message>
+    <message>
+        <source>&amp;Spindrel</source>
+        <translation>&amp;Spindrel</translation>
+    </message>
+    <message>
+        <source>About Spindrel</source>
+        <translation>Über Spindrel</translation>
+    </message>
+    <message>
+        <source>Check for Updates…</source>
+        <translation>Nach Updates suchen…</translation>
+    </message>
+    <message>
+        <source>Preferences…</source>
+        <translation>Einstellungen…</translation>
+    </message>
+    <message>
+        <source>Import Tapes…</source>
+        <translation>Kassetten importieren…</translation>
+    </message>
+    <message>
+        <source>Ctrl+I</source>
+        <translation>Ctrl+I</translation>
+    </message>
+    <message>
+        <source>Export Tape…</source>
+        <translation>Kassette exportieren…</translation>
+    </message>
+    <message>
+        <source>Ctrl+E</source>
+        <translation>Ctrl+E</translation>
+    </message>
+    <message>
+        <source>Quit Spindrel</source>
+        <translation>Spindrel beenden</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
+    <message>
+        <source>Find</source>
+        <translation>Suchen</translation>
+    </message>
+    <message>
+        <source>&amp;Controls</source>
+        <translation>S&amp;teuerung</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>Wiedergeben</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Fast Forward</source>
+        <translation>Vorspulen</translation>
+    </message>
+    <message>
+        <source>Rewind</source>
+        <translation>Zurückspulen</translation>
+    </message>
+    <message>
+        <source>Previous Tape</source>
+        <translation>Vorherige Kassette</translation>
+    </message>
+    <message>
+        <source>Ctrl+Down</source>
+        <translation>Ctrl+Down</translation>
+    </message>
+    <message>
+        <source>Next Tape</source>
+        <translation>Nächste Kassette</translation>
+    </message>
+    <message>
+        <source>Ctrl+Up</source>
+        <translation>Ctrl+Up</translation>
+    </message>
+    <message>
+        <source>&amp;Tape</source>
+        <translation>&amp;Kassette</translation>
+    </message>
+    <message>
+        <source>Reveal Tape in Finder</source>
+        <translation>Kassette im Dateimanager zeigen</translation>
+    </message>
+    <message>
+        <source>Move Tape to Trash</source>
+        <translation>Kassette in den Papierkorb legen</translation>
+    </message>
+    <message>
+        <source>Reveal Library in Finder</source>
+        <translation>Sammlung im Dateimanager zeigen</translation>
+    </message>
+    <message>
+        <source>Show Tapes</source>
+        <translation>Kassetten zeigen</translation>
+    </message>
+    <message>
+        <source>Ctrl+T</source>
+        <translation>Ctrl+T</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>Send Feedback…</source>
+        <translation>Feedback senden…</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::DeckWindow</name>
+    <message>
+        <source>Show or hide the tapes</source>
+        <translation>Kassetten zeigen oder ausblenden</translation>
+    </message>
+    <message>
+        <source>Dismiss</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::FilteringArrayController</name>
+    <message>
+        <source>Date</source>
+        <translation>Datum</translation>
+    </message>
+    <message>
+        <source>Length</source>
+        <translation>Länge</translation>
+    </message>
+    <message>
+        <source>Quality</source>
+        <translation>Qualität</translation>
+    </message>
+    <message>
+        <source>Color</source>
+        <translation>Farbe</translation>
+    </message>
+    <message>
+        <source>Letter</source>
+        <translation>Buchstabe</translation>
+    </message>
+    <message>
+        <source>Title</source>
+        <translation>Titel</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::PTHotKeyCenter</name>
+    <message>
+        <source>Looking for the desktop&apos;s global shortcuts…</source>
+        <translation>Globale Tastenkürzel der Arbeitsumgebung werden gesucht…</translation>
+    </message>
+    <message>
+        <source>Global hot keys are unavailable in this session.</source>
+        <translation>Globale Tastenkürzel sind in dieser Sitzung nicht verfügbar.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::PTKeyComboPanel</name>
+    <message>
+        <source>Hot Key</source>
+        <translation>Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Type the keys for “%1”:</source>
+        <translation>Tasten für „%1“ drücken:</translation>
+    </message>
+    <message>
+        <source>No hot key</source>
+        <translation>Kein Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>A hot key needs Ctrl, Alt, Super or Shift.</source>
+        <translation>Ein Tastenkürzel braucht Strg, Alt, Super oder Umschalt.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::PreferencesWindow</name>
+    <message>
+        <source>Preferences</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>General</source>
+        <translation>Allgemein</translation>
+    </message>
+    <message>
+        <source>Hot Keys</source>
+        <translation>Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>Audio</source>
+        <translation>Audio</translation>
+    </message>
+    <message>
+        <source>Play sound effects</source>
+        <translation>Toneffekte abspielen</translation>
+    </message>
+    <message>
+        <source>Show the deck in the status area</source>
+        <translation>Das Deck im Statusbereich zeigen</translation>
+    </message>
+    <message>
+        <source>Record at the sample rate of the quality</source>
+        <translation>Mit der Abtastrate der gewählten Qualität aufnehmen</translation>
+    </message>
+    <message>
+        <source>Your name</source>
+        <translation>Ihr Name</translation>
+    </message>
+    <message>
+        <source>Author of new tapes:</source>
+        <translation>Autor neuer Kassetten:</translation>
+    </message>
+    <message>
+        <source>Choose…</source>
+        <translation>Auswählen…</translation>
+    </message>
+    <message>
+        <source>Tape library:</source>
+        <translation>Kassettensammlung:</translation>
+    </message>
+    <message>
+        <source>Enable global hot keys</source>
+        <translation>Globale Tastenkürzel aktivieren</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Record from:</source>
+        <translation>Aufnehmen von:</translation>
+    </message>
+    <message>
+        <source>Play to:</source>
+        <translation>Wiedergabe über:</translation>
+    </message>
+    <message>
+        <source>Play the input through while recording</source>
+        <translation>Eingang während der Aufnahme mithören</translation>
+    </message>
+    <message>
+        <source>Default Input Device (Auto)</source>
+        <translation>Standard-Eingabegerät (automatisch)</translation>
+    </message>
+    <message>
+        <source>Default Output Device (Auto)</source>
+        <translation>Standard-Ausgabegerät (automatisch)</translation>
+    </message>
+    <message>
+        <source>On Channels:</source>
+        <translation>Auf den Kanälen:</translation>
+    </message>
+    <message>
+        <source>On Channel:</source>
+        <translation>Auf Kanal:</translation>
+    </message>
+    <message>
+        <source>Choose the Tape Library Folder</source>
+        <translation>Ordner der Kassettensammlung auswählen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::SegmentedTapeButtonView</name>
+    <message>
+        <source>REC</source>
+        <translation>REC</translation>
+    </message>
+    <message>
+        <source>PLAY</source>
+        <translation>PLAY</translation>
+    </message>
+    <message>
+        <source>REW</source>
+        <translation>REW</translation>
+    </message>
+    <message>
+        <source>FFWD</source>
+        <translation>FFWD</translation>
+    </message>
+    <message>
+        <source>STOP</source>
+        <translation>STOP</translation>
+    </message>
+    <message>
+        <source>PAUSE</source>
+        <translation>PAUSE</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::StereoView</name>
+    <message>
+        <source>Mono Recording Only</source>
+        <translation>Nur Mono-Aufnahme</translation>
+    </message>
+    <message>
+        <source>Your currently chosen input device only records in mono. Choose another device in the preferences if you require stereo recording.</source>
+        <translation>Das gewählte Eingabegerät nimmt nur in Mono auf. Wählen Sie in den Einstellungen ein anderes Gerät, wenn Sie in Stereo aufnehmen möchten.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::Tape</name>
+    <message>
+        <source>“%1” couldn’t be renamed to “%2”: %3</source>
+        <translation>„%1“ konnte nicht in „%2“ umbenannt werden: %3</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeBoxSearchField</name>
+    <message>
+        <source>Search</source>
+        <translation>Suchen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeBoxView</name>
+    <message>
+        <source>Reveal Library in Finder</source>
+        <translation>Sammlung im Dateimanager zeigen</translation>
+    </message>
+    <message>
+        <source>Reveal Tape in Finder</source>
+        <translation>Kassette im Dateimanager zeigen</translation>
+    </message>
+    <message>
+        <source>Move Tape to Trash</source>
+        <translation>Kassette in den Papierkorb legen</translation>
+    </message>
+    <message>
+        <source>Email Tape…</source>
+        <translation>Kassette per E-Mail senden…</translation>
+    </message>
+    <message>
+        <source>Copy Tape to iTunes</source>
+        <translation>Kassette zu iTunes kopieren</translation>
+    </message>
+    <message>
+        <source>Send to YouTube…</source>
+        <translation>An YouTube senden…</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeLibraryArrayController</name>
+    <message>
+        <source>“%1” couldn’t be copied to “%2”: %3</source>
+        <translation>„%1“ konnte nicht nach „%2“ kopiert werden: %3</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeNotesEditor</name>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Notes</source>
+        <translation>Notizen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::Updater</name>
+    <message>
+        <source>No update feed is configured.</source>
+        <translation>Es ist kein Update-Feed eingerichtet.</translation>
+    </message>
+    <message>
+        <source>The update feed cannot be read: %1</source>
+        <translation>Der Update-Feed kann nicht gelesen werden: %1</translation>
+    </message>
+    <message>
+        <source>An error occurred in retrieving update information. Please try again later.</source>
+        <translation>Beim Abrufen der Update-Informationen ist ein Fehler aufgetreten. Bitte versuchen Sie es später erneut.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::WindowController</name>
+    <message>
+        <source>“%1” is not available yet.</source>
+        <translation>„%1“ ist noch nicht verfügbar.</translation>
+    </message>
+    <message>
+        <source>Import Tapes</source>
+        <translation>Kassetten importieren</translation>
+    </message>
+    <message>
+        <source>Export Tape</source>
+        <translation>Kassette exportieren</translation>
+    </message>
+    <message>
+        <source>“%1” couldn’t be exported to “%2”: %3</source>
+        <translation>„%1“ konnte nicht nach „%2“ exportiert werden: %3</translation>
+    </message>
+    <message>
+        <source>Spindrel</source>
+        <translation>Spindrel</translation>
+    </message>
+    <message>
+        <source>Spindrel could not play the tape: %1</source>
+        <translation>Spindrel konnte die Kassette nicht abspielen: %1</translation>
+    </message>
+    <message>
+        <source>Untitled</source>
+        <translation>Unbenannt</translation>
+    </message>
+    <message>
+        <source>The recording stopped: %1. What was recorded so far is kept.</source>
+        <translation>Die Aufnahme wurde abgebrochen: %1. Das bisher Aufgenommene bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>Spindrel could not record: %1</source>
+        <translation>Spindrel konnte nicht aufnehmen: %1</translation>
+    </message>
+    <message>
+        <source>the recorder did not start</source>
+        <translation>das Aufnahmegerät ist nicht angelaufen</translation>
+    </message>
+    <message>
+        <source>The recording could not go on: %1. What was recorded so far is kept.</source>
+        <translation>Die Aufnahme konnte nicht fortgesetzt werden: %1. Das bisher Aufgenommene bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>Wiedergeben</translation>
+    </message>
+    <message>
+        <source>Show Spindrel</source>
+        <translation>Spindrel zeigen</translation>
+    </message>
+    <message>
+        <source>Quit Spindrel</source>
+        <translation>Spindrel beenden</translation>
+    </message>
+    <message>
+        <source>Spindrel: %1</source>
+        <translation>Spindrel: %1</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::YouTubeAuthorizer</name>
+    <message>
+        <source>No YouTube client identifier is configured.</source>
+        <translation>Es ist keine YouTube-Client-ID eingerichtet.</translation>
+    </message>
+    <message>
+        <source>The web browser could not be opened.</source>
+        <translation>Der Webbrowser konnte nicht geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>This sign-in did not come from Spindrel. Please try again.</source>
+        <translation>Diese Anmeldung stammt nicht von Spindrel. Bitte versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>The sign-in answer did not match the request.</source>
+        <translation>Die Antwort auf die Anmeldung passt nicht zur Anfrage.</translation>
+    </message>
+    <message>
+        <source>Spindrel was not given access to YouTube. You can close this window.</source>
+        <translation>Spindrel hat keinen Zugriff auf YouTube erhalten. Sie können dieses Fenster schließen.</translation>
+    </message>
+    <message>
+        <source>Spindrel is signed in to YouTube. You can close this window and return to Spindrel.</source>
+        <translation>Spindrel ist bei YouTube angemeldet. Sie können dieses Fenster schließen und zu Spindrel zurückkehren.</translation>
+    </message>
+    <message>
+        <source>The sign-in service gave no access.</source>
+        <translation>Der Anmeldedienst hat keinen Zugriff gewährt.</translation>
+    </message>
+    <message>
+        <source>Not signed in to YouTube.</source>
+        <translation>Nicht bei YouTube angemeldet.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::YouTubeUploadTicket</name>
+    <message>
+        <source>The connection to YouTube failed too often.</source>
+        <translation>Die Verbindung zu YouTube ist zu oft fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>The upload failed.</source>
+        <translation>Das Hochladen ist fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>YouTube answered %1 %2.</source>
+        <translation>YouTube antwortete mit %1 %2.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::YouTubeWindowController</name>
+    <message>
+        <source>YouTube</source>
+        <translation>YouTube</translation>
+    </message>
+    <message>
+        <source>Created with Spindrel</source>
+        <translation>Erstellt mit Spindrel</translation>
+    </message>
+    <message>
+        <source>Sign Out</source>
+        <translation>Abmelden</translation>
+    </message>
+    <message>
+        <source>Sign In</source>
+        <translation>Anmelden</translation>
+    </message>
+    <message>
+        <source>Signed in as %1</source>
+        <translation>Angemeldet als %1</translation>
+    </message>
+    <message>
+        <source>Cancel Sign In</source>
+        <translation>Anmeldung abbrechen</translation>
+    </message>
+    <message>
+        <source>Fields Missing</source>
+        <translation>Fehlende Angaben</translation>
+    </message>
+    <message>
+        <source>All fields must be filled out to upload your video.</source>
+        <translation>Zum Hochladen Ihres Videos müssen alle Felder ausgefüllt sein.</translation>
+    </message>
+    <message>
+        <source>Creating video from tape…</source>
+        <translation>Video wird aus der Kassette erstellt…</translation>
+    </message>
+    <message>
+        <source>Upload Failed</source>
+        <translation>Hochladen fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Uploading to YouTube…</source>
+        <translation>Wird auf YouTube hochgeladen…</translation>
+    </message>
+    <message>
+        <source>Need an account?</source>
+        <translation>Noch kein Konto?</translation>
+    </message>
+    <message>
+        <source>No keyring is available, so this sign-in lasts only until Spindrel quits.</source>
+        <translation>Es ist kein Schlüsselbund verfügbar, daher gilt diese Anmeldung nur, bis Spindrel beendet wird.</translation>
+    </message>
+    <message>
+        <source>Keywords, separated by commas</source>
+        <translation>Stichwörter, durch Kommas getrennt</translation>
+    </message>
+    <message>
+        <source>Make this video private</source>
+        <translation>Dieses Video privat machen</translation>
+    </message>
+    <message>
+        <source>Title:</source>
+        <translation>Titel:</translation>
+    </message>
+    <message>
+        <source>Description:</source>
+        <translation>Beschreibung:</translation>
+    </message>
+    <message>
+        <source>Keywords:</source>
+        <translation>Stichwörter:</translation>
+    </message>
+    <message>
+        <source>Category:</source>
+        <translation>Kategorie:</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>Hochladen</translation>
+    </message>
+    <message>
+        <source>Your video has been uploaded to YouTube. It may take a few minutes before it can be watched.</source>
+        <translation>Ihr Video wurde auf YouTube hochgeladen. Es kann einige Minuten dauern, bis es angesehen werden kann.</translation>
+    </message>
+    <message>
+        <source>Visit My Videos</source>
+        <translation>Meine Videos öffnen</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+</context>
+</TS>
