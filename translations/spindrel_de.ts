@@ -56,6 +56,13 @@
     </message>
 </context>
 <context>
+    <name>MusicLibraryPlaylist</name>
+    <message>
+        <source>Spindrel</source>
+        <translation>Spindrel</translation>
+    </message>
+</context>
+<context>
     <name>PTKeyCombo</name>
     <message>
         <source>(None)</source>
@@ -85,8 +92,8 @@
         <translation>YouTube</translation>
     </message>
     <message>
-        <source>iTunes</source>
-        <translation>iTunes</translation>
+        <source>Music Library</source>
+        <translation>Musiksammlung</translation>
     </message>
 </context>
 <context>
@@ -302,6 +309,14 @@
         <source>Send Feedback…</source>
         <translation>Feedback senden…</translation>
     </message>
+    <message>
+        <source>Email Tape…</source>
+        <translation>Kassette per E-Mail senden…</translation>
+    </message>
+    <message>
+        <source>Add Tape to Music Library</source>
+        <translation>Kassette zur Musiksammlung hinzufügen</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::DeckWindow</name>
@@ -312,6 +327,17 @@
     <message>
         <source>Dismiss</source>
         <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::FileBrowser</name>
+    <message>
+        <source>“%1” can’t be shown because it no longer exists.</source>
+        <translation>„%1“ kann nicht angezeigt werden, weil es nicht mehr existiert.</translation>
+    </message>
+    <message>
+        <source>No file manager could show “%1”. It is in the folder “%2”.</source>
+        <translation>Kein Dateimanager konnte „%1“ anzeigen. Es liegt im Ordner „%2“.</translation>
     </message>
 </context>
 <context>
@@ -339,6 +365,60 @@
     <message>
         <source>Title</source>
         <translation>Titel</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::MailDraft</name>
+    <message>
+        <source>Spindrel Recording: %1</source>
+        <translation>Spindrel-Aufnahme: %1</translation>
+    </message>
+    <message>
+        <source>Recorded with Spindrel</source>
+        <translation>Aufgenommen mit Spindrel</translation>
+    </message>
+    <message>
+        <source>“%1” can’t be sent by mail because it no longer exists.</source>
+        <translation>„%1“ kann nicht per E-Mail gesendet werden, weil es nicht mehr existiert.</translation>
+    </message>
+    <message>
+        <source>No mail program could be found to write the message. Install xdg-utils and choose a mail program in your desktop’s settings.</source>
+        <translation>Es wurde kein E-Mail-Programm gefunden, um die Nachricht zu schreiben. Installieren Sie xdg-utils und wählen Sie in den Einstellungen Ihres Desktops ein E-Mail-Programm.</translation>
+    </message>
+    <message>
+        <source>No mail program is set up to write the message. Choose a mail program in your desktop’s settings.</source>
+        <translation>Es ist kein E-Mail-Programm eingerichtet, um die Nachricht zu schreiben. Wählen Sie in den Einstellungen Ihres Desktops ein E-Mail-Programm.</translation>
+    </message>
+    <message>
+        <source>The mail program could not be started.</source>
+        <translation>Das E-Mail-Programm konnte nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>The mail program could not write the message (status %1).</source>
+        <translation>Das E-Mail-Programm konnte die Nachricht nicht schreiben (Status %1).</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::MusicLibraryPlaylist</name>
+    <message>
+        <source>“%1” can’t be added to the music library because it no longer exists.</source>
+        <translation>„%1“ kann nicht zur Musiksammlung hinzugefügt werden, weil es nicht mehr existiert.</translation>
+    </message>
+    <message>
+        <source>“%1” can’t be added to the music library: playlists cannot hold a file name with a line break.</source>
+        <translation>„%1“ kann nicht zur Musiksammlung hinzugefügt werden: Wiedergabelisten können keinen Dateinamen mit Zeilenumbruch enthalten.</translation>
+    </message>
+    <message>
+        <source>The playlist “%1” can’t be read: %2</source>
+        <translation>Die Wiedergabeliste „%1“ kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>The playlist folder “%1” can’t be made.</source>
+        <translation>Der Ordner für Wiedergabelisten „%1“ kann nicht angelegt werden.</translation>
+    </message>
+    <message>
+        <source>The playlist “%1” can’t be written: %2</source>
+        <translation>Die Wiedergabeliste „%1“ kann nicht geschrieben werden: %2</translation>
     </message>
 </context>
 <context>
@@ -549,12 +629,35 @@
         <translation>Kassette per E-Mail senden…</translation>
     </message>
     <message>
-        <source>Copy Tape to iTunes</source>
-        <translation>Kassette zu iTunes kopieren</translation>
-    </message>
-    <message>
         <source>Send to YouTube…</source>
         <translation>An YouTube senden…</translation>
+    </message>
+    <message>
+        <source>Add Tape to Music Library</source>
+        <translation>Kassette zur Musiksammlung hinzufügen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeExport</name>
+    <message>
+        <source>“%1” couldn’t be exported to “%2”: %3</source>
+        <translation>„%1“ konnte nicht nach „%2“ exportiert werden: %3</translation>
+    </message>
+    <message>
+        <source>the tape’s file no longer exists.</source>
+        <translation>die Datei der Kassette existiert nicht mehr.</translation>
+    </message>
+    <message>
+        <source>that is the tape’s own file.</source>
+        <translation>das ist die Datei der Kassette selbst.</translation>
+    </message>
+    <message>
+        <source>a file of that name is already there.</source>
+        <translation>dort liegt bereits eine Datei mit diesem Namen.</translation>
+    </message>
+    <message>
+        <source>a folder of that name is already there.</source>
+        <translation>dort liegt bereits ein Ordner mit diesem Namen.</translation>
     </message>
 </context>
 <context>
@@ -562,6 +665,10 @@
     <message>
         <source>“%1” couldn’t be copied to “%2”: %3</source>
         <translation>„%1“ konnte nicht nach „%2“ kopiert werden: %3</translation>
+    </message>
+    <message>
+        <source>Untitled</source>
+        <translation>Unbenannt</translation>
     </message>
 </context>
 <context>
@@ -573,6 +680,25 @@
     <message>
         <source>Notes</source>
         <translation>Notizen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::Trash</name>
+    <message>
+        <source>“%1” can’t be moved to the trash because it no longer exists.</source>
+        <translation>„%1“ kann nicht in den Papierkorb verschoben werden, weil es nicht mehr existiert.</translation>
+    </message>
+    <message>
+        <source>“%1” can’t be moved to the trash: the trash folder “%2” can’t be made (%3).</source>
+        <translation>„%1“ kann nicht in den Papierkorb verschoben werden: Der Papierkorb-Ordner „%2“ kann nicht angelegt werden (%3).</translation>
+    </message>
+    <message>
+        <source>“%1” can’t be moved to the trash (%2).</source>
+        <translation>„%1“ kann nicht in den Papierkorb verschoben werden (%2).</translation>
+    </message>
+    <message>
+        <source>“%1” can’t be moved to the trash: no free name is left in it.</source>
+        <translation>„%1“ kann nicht in den Papierkorb verschoben werden: Dort ist kein freier Name mehr übrig.</translation>
     </message>
 </context>
 <context>
@@ -593,20 +719,12 @@
 <context>
     <name>spindrel::WindowController</name>
     <message>
-        <source>“%1” is not available yet.</source>
-        <translation>„%1“ ist noch nicht verfügbar.</translation>
-    </message>
-    <message>
         <source>Import Tapes</source>
         <translation>Kassetten importieren</translation>
     </message>
     <message>
         <source>Export Tape</source>
         <translation>Kassette exportieren</translation>
-    </message>
-    <message>
-        <source>“%1” couldn’t be exported to “%2”: %3</source>
-        <translation>„%1“ konnte nicht nach „%2“ exportiert werden: %3</translation>
     </message>
     <message>
         <source>Spindrel</source>
@@ -663,6 +781,18 @@
     <message>
         <source>Spindrel: %1</source>
         <translation>Spindrel: %1</translation>
+    </message>
+    <message>
+        <source>“%1” already exists. Do you want to replace it?</source>
+        <translation>„%1“ existiert bereits. Möchten Sie es ersetzen?</translation>
+    </message>
+    <message>
+        <source>Replacing it overwrites its contents with the tape.</source>
+        <translation>Beim Ersetzen wird der Inhalt mit der Kassette überschrieben.</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
     </message>
 </context>
 <context>

@@ -13,7 +13,7 @@ namespace spindrel {
 namespace {
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("FileBrowser", text);
+    return QCoreApplication::translate("spindrel::FileBrowser", text);
 }
 constexpr int kCallTimeoutMs = 3000;
 } // namespace

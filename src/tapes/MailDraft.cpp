@@ -11,7 +11,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("MailDraft", text);
+    return QCoreApplication::translate("spindrel::MailDraft", text);
 }
 
 const QString kComposer = QStringLiteral("xdg-email");

@@ -14,7 +14,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("MusicLibraryPlaylist", text);
+    return QCoreApplication::translate("spindrel::MusicLibraryPlaylist", text);
 }
 
 /// An #EXTINF title ends at the line's end, so line breaks in a tape's title become spaces.

@@ -16,7 +16,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("TapeExport", text);
+    return QCoreApplication::translate("spindrel::TapeExport", text);
 }
 
 constexpr qint64 kChunkBytes = 1 << 20;

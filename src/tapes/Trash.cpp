@@ -18,7 +18,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("Trash", text);
+    return QCoreApplication::translate("spindrel::Trash", text);
 }
 
 QString systemError(int error)
