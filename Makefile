@@ -20,8 +20,16 @@ build: deps
 run: build
 	$(BUILD)/src/app/spindrel
 
+# Tests on the shared sound server and display would hear and see each other: they run one at a
+# time after the unit tests, which run side by side.
 test: build
+ifeq ($(CTEST_FLAGS),)
+	scripts/with-test-services sh -c 'ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS) -L unit; \
+	    unit=$$?; ctest --test-dir $(BUILD) --output-on-failure -LE unit; gui=$$?; \
+	    [ $$unit -eq 0 ] && [ $$gui -eq 0 ]'
+else
 	scripts/with-test-services ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS) $(CTEST_FLAGS)
+endif
 
 bench: build
 	scripts/with-test-services scripts/run-benchmarks $(BUILD)
