@@ -27,11 +27,11 @@ double nowMilliseconds()
 
 pa_simple* openStream(pa_stream_direction_t direction, const char* device, double latencyMs)
 {
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, kRate, 1};
-    const uint32_t bytes = uint32_t(pa_usec_to_bytes(pa_usec_t(latencyMs * 1000), &spec));
+    const pa_sample_spec format{PA_SAMPLE_FLOAT32NE, kRate, 1};
+    const uint32_t bytes = uint32_t(pa_usec_to_bytes(pa_usec_t(latencyMs * 1000), &format));
     pa_buffer_attr attributes{uint32_t(-1), bytes, uint32_t(-1), uint32_t(-1), bytes};
     int error = 0;
-    return pa_simple_new(nullptr, "bench_playthrough", direction, device, "impulse", &spec, nullptr,
+    return pa_simple_new(nullptr, "bench_playthrough", direction, device, "impulse", &format, nullptr,
                          &attributes, &error);
 }
 

@@ -53,9 +53,9 @@ int report(int status, int line)
             return report(status_, __LINE__);                                                                \
     } while (false)
 
-uint32_t framesOf(uint32_t bytes, const pa_sample_spec& spec)
+uint32_t framesOf(uint32_t bytes, const pa_sample_spec& format)
 {
-    return uint32_t(bytes / pa_frame_size(&spec));
+    return uint32_t(bytes / pa_frame_size(&format));
 }
 
 } // namespace

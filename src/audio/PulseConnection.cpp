@@ -10,15 +10,15 @@ namespace spindrel {
 namespace {
 
 PulseDeviceInfo deviceInfo(const char* name, const char* description, uint32_t index,
-                           const pa_sample_spec& spec, const pa_channel_map& map, bool isMonitor,
+                           const pa_sample_spec& format, const pa_channel_map& map, bool isMonitor,
                            uint64_t latencyUsec)
 {
     PulseDeviceInfo info;
     info.name = QString::fromUtf8(name);
     info.description = QString::fromUtf8(description ? description : name);
     info.index = index;
-    info.channels = spec.channels;
-    info.sampleRate = spec.rate;
+    info.channels = format.channels;
+    info.sampleRate = format.rate;
     for (int i = 0; i < map.channels; ++i)
         info.channelPositions.push_back(map.map[i]);
     info.isMonitor = isMonitor;
@@ -36,9 +36,10 @@ void sourceInfoReceived(pa_context*, const pa_source_info* info, int eol, void* 
 {
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
-        query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
-                                            info->channel_map, info->monitor_of_sink != PA_INVALID_INDEX,
-                                            info->configured_latency ? info->configured_latency : info->latency));
+        query->devices.push_back(
+            deviceInfo(info->name, info->description, info->index, info->sample_spec, info->channel_map,
+                       info->monitor_of_sink != PA_INVALID_INDEX,
+                       info->configured_latency ? info->configured_latency : info->latency));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }
@@ -47,9 +48,9 @@ void sinkInfoReceived(pa_context*, const pa_sink_info* info, int eol, void* user
 {
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
-        query->devices.push_back(deviceInfo(info->name, info->description, info->index, info->sample_spec,
-                                            info->channel_map, false,
-                                            info->configured_latency ? info->configured_latency : info->latency));
+        query->devices.push_back(
+            deviceInfo(info->name, info->description, info->index, info->sample_spec, info->channel_map,
+                       false, info->configured_latency ? info->configured_latency : info->latency));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }
@@ -224,21 +225,21 @@ std::optional<PulseServerInfo> PulseConnection::serverInfo() const
     return query.info;
 }
 
-pa_stream* PulseConnection::connectStream(Direction direction, const char* name, const pa_sample_spec& spec,
+pa_stream* PulseConnection::connectStream(Direction direction, const char* name, const pa_sample_spec& format,
                                           const std::vector<int>& channelPositions, const QString& device,
                                           const pa_buffer_attr& attributes, unsigned flags,
                                           const std::function<void(pa_stream*)>& callbacks,
                                           QString* error) const
 {
     pa_channel_map map;
-    if (channelPositions.size() == spec.channels) {
-        map.channels = spec.channels;
-        for (unsigned i = 0; i < spec.channels; ++i)
+    if (channelPositions.size() == format.channels) {
+        map.channels = format.channels;
+        for (unsigned i = 0; i < format.channels; ++i)
             map.map[i] = pa_channel_position_t(channelPositions[i]);
     } else {
-        pa_channel_map_init_extend(&map, spec.channels, PA_CHANNEL_MAP_DEFAULT);
+        pa_channel_map_init_extend(&map, format.channels, PA_CHANNEL_MAP_DEFAULT);
     }
-    pa_stream* stream = pa_stream_new(mContext, name, &spec, &map);
+    pa_stream* stream = pa_stream_new(mContext, name, &format, &map);
     if (!stream) {
         *error = pulseError(mContext);
         return nullptr;

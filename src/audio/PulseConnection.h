@@ -81,7 +81,7 @@ public:
     /// the default source) or playback to it, then waits until it is ready. Returns null and
     /// sets `error` on failure. `callbacks` installs the stream's callbacks before connecting.
     enum class Direction { Record, Playback };
-    pa_stream* connectStream(Direction direction, const char* name, const pa_sample_spec& spec,
+    pa_stream* connectStream(Direction direction, const char* name, const pa_sample_spec& format,
                              const std::vector<int>& channelPositions, const QString& device,
                              const pa_buffer_attr& attributes, unsigned flags,
                              const std::function<void(pa_stream*)>& callbacks, QString* error) const;

@@ -49,19 +49,19 @@ void VORLAudioInputMeter::start()
 {
     if (mStream)
         return;
-    pa_sample_spec spec;
-    spec.format = PA_SAMPLE_FLOAT32NE;
-    spec.channels = uint8_t(mPositions.size());
-    spec.rate = uint32_t(std::max(mDevice.nominalSampleRate(VORLAudioDevice::Input), 8000.0));
+    pa_sample_spec format;
+    format.format = PA_SAMPLE_FLOAT32NE;
+    format.channels = uint8_t(mPositions.size());
+    format.rate = uint32_t(std::max(mDevice.nominalSampleRate(VORLAudioDevice::Input), 8000.0));
     pa_buffer_attr attributes;
     attributes.maxlength = uint32_t(-1);
     attributes.tlength = attributes.prebuf = attributes.minreq = uint32_t(-1);
-    attributes.fragsize = uint32_t(pa_usec_to_bytes(pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC), &spec));
+    attributes.fragsize = uint32_t(pa_usec_to_bytes(pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC), &format));
     PulseConnection::Locker lock(*mConnection);
     QString error;
     mStream = mConnection->connectStream(
-        PulseConnection::Direction::Record, "Input level", spec, mPositions, mDevice.sourceName(), attributes,
-        PA_STREAM_ADJUST_LATENCY,
+        PulseConnection::Direction::Record, "Input level", format, mPositions, mDevice.sourceName(),
+        attributes, PA_STREAM_ADJUST_LATENCY,
         [this](pa_stream* stream) { pa_stream_set_read_callback(stream, &streamRead, this); }, &error);
     if (!mStream)
         throw AudioException(QStringLiteral("Could not meter %1: %2").arg(mDevice.deviceName(), error));

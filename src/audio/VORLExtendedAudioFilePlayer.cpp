@@ -47,15 +47,15 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
             return false;
         }
     }
-    pa_sample_spec spec;
-    spec.format = PA_SAMPLE_FLOAT32NE;
-    spec.channels = uint8_t(mSource->channels());
-    spec.rate = uint32_t(mSource->sampleRate());
+    pa_sample_spec format;
+    format.format = PA_SAMPLE_FLOAT32NE;
+    format.channels = uint8_t(mSource->channels());
+    format.rate = uint32_t(mSource->sampleRate());
     pa_buffer_attr attributes;
     attributes.maxlength = uint32_t(-1);
     attributes.tlength =
-        uint32_t(pa_usec_to_bytes(pa_usec_t(kTargetLatencySeconds * PA_USEC_PER_SEC), &spec));
-    attributes.minreq = uint32_t(pa_usec_to_bytes(pa_usec_t(kRequestSeconds * PA_USEC_PER_SEC), &spec));
+        uint32_t(pa_usec_to_bytes(pa_usec_t(kTargetLatencySeconds * PA_USEC_PER_SEC), &format));
+    attributes.minreq = uint32_t(pa_usec_to_bytes(pa_usec_t(kRequestSeconds * PA_USEC_PER_SEC), &format));
     attributes.prebuf = uint32_t(-1);
     attributes.fragsize = uint32_t(-1);
 
@@ -63,7 +63,7 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
     mOutputLost.store(false);
     QString error;
     mStream = mConnection->connectStream(
-        PulseConnection::Direction::Playback, "Tape", spec, {}, mDevice.sinkName(), attributes,
+        PulseConnection::Direction::Playback, "Tape", format, {}, mDevice.sinkName(), attributes,
         PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING,
         [this](pa_stream* stream) { pa_stream_set_write_callback(stream, &streamWrite, this); }, &error);
     if (!mStream) {

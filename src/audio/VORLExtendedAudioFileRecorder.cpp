@@ -80,14 +80,14 @@ bool VORLExtendedAudioFileRecorder::startRecording()
         }
     }
 
-    pa_sample_spec spec;
-    spec.format = PA_SAMPLE_FLOAT32NE;
-    spec.channels = uint8_t(positions.size());
-    spec.rate = uint32_t(std::lround(mFile->inputSampleRate()));
+    pa_sample_spec format;
+    format.format = PA_SAMPLE_FLOAT32NE;
+    format.channels = uint8_t(positions.size());
+    format.rate = uint32_t(std::lround(mFile->inputSampleRate()));
     pa_buffer_attr attributes;
     attributes.maxlength = uint32_t(-1);
     attributes.tlength = attributes.prebuf = attributes.minreq = uint32_t(-1);
-    attributes.fragsize = uint32_t(pa_usec_to_bytes(pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC), &spec));
+    attributes.fragsize = uint32_t(pa_usec_to_bytes(pa_usec_t(kFragmentSeconds * PA_USEC_PER_SEC), &format));
     // Without DONT_MOVE the server would quietly move the capture to another source when the
     // device goes away; a recording must instead end there.
     const unsigned flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_AUTO_TIMING_UPDATE;
@@ -97,7 +97,7 @@ bool VORLExtendedAudioFileRecorder::startRecording()
     mCaptureLost.store(false);
     mStopAtFrame.store(kNoStop);
     mStream = mConnection->connectStream(
-        PulseConnection::Direction::Record, "Recording", spec, positions, mDevice.sourceName(), attributes,
+        PulseConnection::Direction::Record, "Recording", format, positions, mDevice.sourceName(), attributes,
         flags, [this](pa_stream* stream) { pa_stream_set_read_callback(stream, &streamRead, this); }, &error);
     if (!mStream) {
         fail(QStringLiteral("Could not record from %1: %2").arg(mDevice.deviceName(), error));

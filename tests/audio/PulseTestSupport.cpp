@@ -17,14 +17,14 @@ TonePlayer::TonePlayer(const QString& sink, std::vector<double> frequencies, dou
 {
     mThread = std::thread([this, sink = sink.toUtf8(), frequencies = std::move(frequencies), amplitude,
                            mapText = channelMap.toUtf8()] {
-        pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, 44100, uint8_t(frequencies.size())};
-        pa_buffer_attr attributes{uint32_t(-1), uint32_t(pa_usec_to_bytes(40000, &spec)), uint32_t(-1),
+        pa_sample_spec format{PA_SAMPLE_FLOAT32NE, 44100, uint8_t(frequencies.size())};
+        pa_buffer_attr attributes{uint32_t(-1), uint32_t(pa_usec_to_bytes(40000, &format)), uint32_t(-1),
                                   uint32_t(-1), uint32_t(-1)};
         pa_channel_map map;
         const bool mapped = !mapText.isEmpty() && pa_channel_map_parse(&map, mapText.constData());
         int error = 0;
         pa_simple* stream = pa_simple_new(nullptr, "spindrel tests", PA_STREAM_PLAYBACK, sink.constData(),
-                                          "tone", &spec, mapped ? &map : nullptr, &attributes, &error);
+                                          "tone", &format, mapped ? &map : nullptr, &attributes, &error);
         if (!stream)
             return;
         mRunning.store(true);
@@ -53,12 +53,12 @@ MonitorCapture::MonitorCapture(const QString& source, int channels, int sampleRa
     : mChannels(channels), mRate(sampleRate)
 {
     mThread = std::thread([this, source = source.toUtf8()] {
-        pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, uint32_t(mRate), uint8_t(mChannels)};
+        pa_sample_spec format{PA_SAMPLE_FLOAT32NE, uint32_t(mRate), uint8_t(mChannels)};
         pa_buffer_attr attributes{uint32_t(-1), uint32_t(-1), uint32_t(-1), uint32_t(-1),
-                                  uint32_t(pa_usec_to_bytes(10000, &spec))};
+                                  uint32_t(pa_usec_to_bytes(10000, &format))};
         int error = 0;
         pa_simple* stream = pa_simple_new(nullptr, "spindrel tests", PA_STREAM_RECORD, source.constData(),
-                                          "monitor", &spec, nullptr, &attributes, &error);
+                                          "monitor", &format, nullptr, &attributes, &error);
         if (!stream)
             return;
         mRunning.store(true);
