@@ -19,7 +19,7 @@ std::shared_ptr<MP4FileAtom> MP4FileAtom::fileAtomWithOffset(uint64_t offset, in
 
 std::shared_ptr<MP4FileAtom> MP4FileAtom::withType(uint32_t type, int fileHandle)
 {
-    const off_t fileLength = lseek(fileHandle, 0, SEEK_END);
+    const int64_t fileLength = spindrel::fileLength(fileHandle);
     if (fileLength <= 0)
         return nullptr;
     const uint64_t found = offsetOfChildAtom(type, 0, uint64_t(fileLength), fileHandle);
@@ -210,7 +210,7 @@ ssize_t vorl_insertdata(int fileHandle, const void* inData, size_t count, off_t 
     SP_ASSERT(inData != nullptr, "inData");
     if (count == 0)
         return 0;
-    off_t fileLength = lseek(fileHandle, 0, SEEK_END);
+    off_t fileLength = off_t(spindrel::fileLength(fileHandle));
     // Appending moves nothing, and the write extends the file by itself.
     if (offset == fileLength)
         return pwriteFully(fileHandle, inData, count, uint64_t(offset));

@@ -140,12 +140,12 @@ std::optional<QByteArray> MP4Tags::coverArt() const
 std::shared_ptr<MP4FileAtom> MP4Tags::topLevelAtom(uint32_t type) const
 {
     auto atom = MP4FileAtom::withType(type, mFileHandle);
-    struct stat status;
-    if (!atom || fstat(mFileHandle, &status) != 0 || uint64_t(status.st_size) - atom->offset() < 8)
+    const int64_t fileLength = spindrel::fileLength(mFileHandle);
+    if (!atom || fileLength < 0 || uint64_t(fileLength) - atom->offset() < 8)
         return nullptr;
     const uint32_t length = atom->length();
-    return length >= atom->childDataOffset() && length <= uint64_t(status.st_size) - atom->offset() ? atom
-                                                                                                    : nullptr;
+    return length >= atom->childDataOffset() && length <= uint64_t(fileLength) - atom->offset() ? atom
+                                                                                                : nullptr;
 }
 
 std::optional<MP4TagValue> MP4Tags::readAtom(uint32_t atomCode) const
@@ -341,10 +341,10 @@ MP4Tags::Chain MP4Tags::topLevelChain() const
 {
     // One walk finds both: the first 'mdat' and the first 'moov', up to a size of 0.
     Chain chain;
-    struct stat status;
-    if (fstat(mFileHandle, &status) != 0)
+    const int64_t fileLength = spindrel::fileLength(mFileHandle);
+    if (fileLength < 0)
         return chain;
-    chain.fileLength = uint64_t(status.st_size);
+    chain.fileLength = uint64_t(fileLength);
     uint32_t length = 0;
     uint32_t type = 0;
     for (uint64_t p = 0; p < chain.fileLength && !(chain.mdat && chain.moov); p += length) {

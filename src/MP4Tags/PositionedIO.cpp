@@ -3,6 +3,7 @@
 #include <QtEndian>
 #include <cerrno>
 #include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
 #include <vector>
@@ -43,6 +44,7 @@ struct ReadAhead
     int fileHandle = -1;
     bool holdsWrites = false;
     bool writeFailed = false;
+    int64_t length = -1; // the file's, once asked
     std::unordered_map<uint64_t, Block> blocks;
 
     Block* block(uint64_t index)
@@ -97,6 +99,8 @@ struct ReadAhead
         std::erase_if(blocks, [&](const auto& entry) {
             return entry.first < first && entry.second.bytes.size() < blockSize && entry.second.dirtyTo == 0;
         });
+        if (length >= 0)
+            length = std::max<int64_t>(length, int64_t(offset + count));
         for (uint64_t index = first; index <= last; ++index) {
             const auto found = blocks.find(index);
             if (found == blocks.end())
@@ -185,6 +189,7 @@ ReadAheadBypass::ReadAheadBypass(int fileHandle)
     if (ReadAhead* readAhead = readAheadFor(fileHandle)) {
         readAhead->flush();
         readAhead->blocks.clear();
+        readAhead->length = -1;
         mSuspended = readAhead;
         tReadAhead = nullptr;
     }
@@ -229,6 +234,18 @@ ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t o
     if (readAhead)
         readAhead->copyIn(buffer, done, offset, false);
     return ssize_t(done);
+}
+
+int64_t fileLength(int fileHandle)
+{
+    ReadAhead* readAhead = readAheadFor(fileHandle);
+    if (readAhead && readAhead->length >= 0)
+        return readAhead->length;
+    struct stat status;
+    const int64_t length = fstat(fileHandle, &status) == 0 ? int64_t(status.st_size) : -1;
+    if (readAhead)
+        readAhead->length = length;
+    return length;
 }
 
 bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word)

@@ -48,6 +48,10 @@ private:
     void* mSuspended = nullptr;
 };
 
+/// The file's length, or -1 when it cannot be had. Inside a ReadAheadScope it is asked of the file
+/// once and then follows the scope's own writes.
+int64_t fileLength(int fileHandle);
+
 /// The big-endian 32-bit word at the offset; false (and 0) when 4 bytes cannot be read.
 bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word);
 

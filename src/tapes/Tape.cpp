@@ -46,10 +46,13 @@ void Tape::loadAttributes()
             mTapeLetter = *letter;
         else
             markDirty(mTapeLetterDirty);
-    } else {
-        markDirty(mTapeLetterDirty);
+        // The artist is written, never read back.
+        mArtist = QString();
+        // The headers sit beside the tags, in blocks already read.
+        parseMP4FileHeaders(tags->fileHandle());
+        return;
     }
-    // The artist is written, never read back.
+    markDirty(mTapeLetterDirty);
     mArtist = QString();
     parseMP4FileHeaders();
 }

@@ -108,6 +108,8 @@ Q_SIGNALS:
     void errorOccurred(const spindrel::Error& error);
 
 private:
+    /// The probe over a descriptor already open (and read ahead) for loading the tags.
+    void parseMP4FileHeaders(int fileHandle);
     void markDirty(bool& flag);
     void clearFlag(bool& flag);
     void storeDate(const QDateTime& date);

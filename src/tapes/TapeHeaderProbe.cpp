@@ -43,7 +43,11 @@ void Tape::parseMP4FileHeaders()
         ~Closer() { ::close(fd); }
     } closer{fileHandle};
     const ReadAheadScope readAhead(fileHandle);
+    parseMP4FileHeaders(fileHandle);
+}
 
+void Tape::parseMP4FileHeaders(int fileHandle)
+{
     const auto moov = MP4FileAtom::withType(fourCC("moov"), fileHandle);
     const auto mvhd = moov ? moov->childFileAtomWithType(fourCC("mvhd")) : nullptr;
     if (!mvhd)
