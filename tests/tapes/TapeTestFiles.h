@@ -5,8 +5,8 @@
 
 namespace spindrel::test {
 
-/// Real tape files made by ffmpeg the way the recorder writes them ('moov' last, movie timescale =
-/// sample rate), cached per process so each kind is encoded once and copied after.
+/// Tape files made by ffmpeg as the recorder writes them ('moov' last, movie timescale = sample
+/// rate), encoded once per kind and process.
 struct TapeFileKind
 {
     QString quality; // "HQ", "MQ" or "LQ"
