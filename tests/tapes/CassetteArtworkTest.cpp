@@ -84,15 +84,6 @@ int countNear(const QImage& image, const QRect& rect, QColor wanted, int toleran
 
 } // namespace
 
-TEST(CassetteArtworkTest, PicturesHaveTheNaturalSizeTimesTheScale)
-{
-    CassetteArtwork artwork(sampleValues());
-    const QImage cover = artwork.coverArtImage();
-    EXPECT_EQ(cover.size(), (CassetteArtwork::tapeSize() * 2).toSize());
-    EXPECT_EQ(cover.deviceIndependentSize(), CassetteArtwork::tapeSize());
-    EXPECT_EQ(artwork.thumbnail(1.5).size(), (CassetteArtwork::tapeSize() * 1.5).toSize());
-}
-
 TEST(CassetteArtworkTest, LetterIsDrawnInItsColourSchemeOnTheLabel)
 {
     CassetteValues values = sampleValues();
@@ -157,25 +148,6 @@ TEST(CassetteArtworkTest, TitleIsWrittenInTheTitleColour)
     EXPECT_GT(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 300);
     values.title.clear();
     EXPECT_EQ(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 0);
-}
-
-TEST(CassetteArtworkTest, DoorCarriesTheSloganOverTheShell)
-{
-    CassetteValues values = sampleValues();
-    const QRect strip = pixelRect(CassetteGeometry::sloganRect());
-    const QImage withDoor = paintedImage(CassetteArtwork(values));
-    values.doorShown = false;
-    const QImage withoutDoor = paintedImage(CassetteArtwork(values));
-    // The slogan's light ink against the dark shell.
-    EXPECT_GT(countNear(withDoor, strip, QColor(215, 216, 222), 25), 200);
-    EXPECT_EQ(countNear(withoutDoor, strip, QColor(215, 216, 222), 25), 0);
-
-    // The cassette alone is the picture without its door.
-    QImage cassetteOnly = blankImage(coverScale);
-    QPainter painter(&cassetteOnly);
-    CassetteArtwork(sampleValues()).paintCassette(painter);
-    painter.end();
-    EXPECT_TRUE(changedArea(cassetteOnly, withoutDoor).isNull());
 }
 
 TEST(CassetteArtworkTest, ReelStepChangesOnlyTheHubs)

@@ -1,11 +1,14 @@
 #include "tapes/MusicLibraryPlaylist.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -14,19 +17,9 @@ class MusicLibraryPlaylistTest : public ::testing::Test
 protected:
     QString makeFile(const QString& name)
     {
-        const QString path = mMusic.filePath(QStringLiteral("Spindrel/") + name);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("audio");
-        return path;
+        return writeFile(mMusic.filePath(QStringLiteral("Spindrel/") + name), "audio");
     }
-
-    QByteArray contents() const
-    {
-        QFile file(mPlaylist.path());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray contents() const { return readFile(mPlaylist.path()); }
 
     QTemporaryDir mMusic;
     MusicLibraryPlaylist mPlaylist{mMusic.filePath(QStringLiteral("Playlists/Spindrel.m3u8"))};
@@ -48,11 +41,7 @@ TEST_F(MusicLibraryPlaylistTest, ATapeSentTwiceIsListedOnce)
 TEST_F(MusicLibraryPlaylistTest, NewTapesAreAppendedAfterWhatTheListAlreadyHeld)
 {
     // A list written by hand or by a player: no trailing line break, another entry already in it.
-    QDir().mkpath(mMusic.filePath(QStringLiteral("Playlists")));
-    QFile existing(mPlaylist.path());
-    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write("#EXTM3U\n#EXTINF:10,Other\n/music/other.flac");
-    existing.close();
+    writeFile(mPlaylist.path(), "#EXTM3U\n#EXTINF:10,Other\n/music/other.flac");
 
     const QString tape = makeFile(QStringLiteral("Évening, session.m4a"));
     ASSERT_TRUE(std::holds_alternative<MusicLibraryPlaylist::Outcome>(

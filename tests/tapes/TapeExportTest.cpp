@@ -1,5 +1,7 @@
 #include "tapes/TapeExport.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -8,6 +10,7 @@
 #include <sys/resource.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -16,16 +19,9 @@ class TapeExportTest : public ::testing::Test
 protected:
     QString write(const QString& name, const QByteArray& contents)
     {
-        QFile file(mDir.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return file.fileName();
+        return writeFile(mDir.filePath(name), contents);
     }
-    static QByteArray read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
+    static QByteArray read(const QString& path) { return readFile(path); }
     QStringList allEntries() const
     {
         return QDir(mDir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name);

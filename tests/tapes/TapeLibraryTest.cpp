@@ -66,9 +66,7 @@ TEST_F(TapeLibraryTest, ScanKeepsOnlyM4aFilesNewestFirstAndSelectsTheNewestOrNot
     addTape(QStringLiteral("a.m4a"), QStringLiteral("old"), day(1));
     addTape(QStringLiteral("z.m4a"), QStringLiteral("new"), day(9));
     ASSERT_TRUE(makeTapeFile(path(QStringLiteral("b.M4A"))));
-    QFile text(path(QStringLiteral("c.txt")));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.close();
+    writeFile(path(QStringLiteral("c.txt")), {});
     QDir(folder()).mkdir(QStringLiteral("sub.m4a"));
 
     TapeLibraryArrayController library(folder());
@@ -157,20 +155,18 @@ TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
     QTemporaryDir elsewhere, other;
     ASSERT_TRUE(makeTapeFile(elsewhere.filePath(QStringLiteral("take.m4a"))));
     ASSERT_TRUE(makeTapeFile(other.filePath(QStringLiteral("take.m4a")), {QStringLiteral("MQ"), true, 1.0}));
-    QFile text(elsewhere.filePath(QStringLiteral("readme.txt")));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("hello");
-    text.close();
+    const QUrl text =
+        QUrl::fromLocalFile(writeFile(elsewhere.filePath(QStringLiteral("readme.txt")), "hello"));
 
     TapeLibraryArrayController library(folder());
     QMimeData textOnly;
-    textOnly.setUrls({QUrl::fromLocalFile(text.fileName())});
+    textOnly.setUrls({text});
     EXPECT_FALSE(library.canDropMimeData(&textOnly, Qt::CopyAction, 0, 0, {}));
 
     QMimeData tapes;
     const QList<QUrl> urls{QUrl::fromLocalFile(elsewhere.filePath(QStringLiteral("take.m4a"))),
                            QUrl::fromLocalFile(other.filePath(QStringLiteral("take.m4a")))};
-    tapes.setUrls(urls + QList<QUrl>{QUrl::fromLocalFile(text.fileName())});
+    tapes.setUrls(urls + QList<QUrl>{text});
     EXPECT_TRUE(library.canDropMimeData(&tapes, Qt::CopyAction, 0, 0, {}));
     QSignalSpy requested(&library, &TapeLibraryArrayController::importRequested);
     EXPECT_TRUE(library.dropMimeData(&tapes, Qt::CopyAction, 0, 0, {}));

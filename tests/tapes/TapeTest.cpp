@@ -215,7 +215,6 @@ TEST_F(TapeTest, IdentityDescriptionAndDragForm)
     b.setCommitsWhenReleased(false);
     EXPECT_TRUE(a.isEqualToTape(b));
     EXPECT_EQ(qHash(a), qHash(b));
-    EXPECT_TRUE(a.description().startsWith(QStringLiteral("<Tape: , Duration: 1.0")));
     const auto mime = a.mimeData();
     ASSERT_EQ(mime->urls().size(), 1);
     EXPECT_EQ(mime->urls().first(), QUrl::fromLocalFile(path));
@@ -227,11 +226,7 @@ TEST(TapeESDSTest, DescriptorWalk)
     Tape tape(dir.filePath(QStringLiteral("none.m4a")));
     tape.setCommitsWhenReleased(false);
     const auto esds = [](const char* hex) { return QByteArray::fromHex(hex); };
-    // ES descriptor, decoder configuration (max 200000, average 128000), stereo AAC LC config.
-    tape.parseESDS(esds("00000000 03808080 22 0001 00 04808080 14 40 15 000000 00030d40 0001f400 "
-                        "05808080 02 1210 06808080 01 02"));
-    EXPECT_EQ(tape.bitrate(), 128000u);
-    EXPECT_TRUE(tape.stereo());
+    // ES descriptor, decoder configuration (max 200000, average 48000), mono AAC LC config.
     tape.parseESDS(esds("00000000 03808080 22 0001 00 04808080 14 40 15 000000 00030d40 0000bb80 "
                         "05808080 02 1208"));
     EXPECT_EQ(tape.bitrate(), 48000u);

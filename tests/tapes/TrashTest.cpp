@@ -1,5 +1,7 @@
 #include "tapes/Trash.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -9,6 +11,7 @@
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -24,20 +27,10 @@ protected:
 
     QString makeFile(const QString& relativePath, const QByteArray& contents = "tape bytes")
     {
-        const QString path = mFiles.filePath(relativePath);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return path;
+        return writeFile(mFiles.filePath(relativePath), contents);
     }
 
     QString trash() const { return mHome.filePath(QStringLiteral("data/Trash")); }
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
 
     /// The keys of a .trashinfo file, after checking its group header.
     static QMap<QString, QString> trashInfo(const QString& path)
@@ -74,7 +67,7 @@ TEST_F(TrashTest, FileGoesIntoTheHomeTrashWithAValidTrashInfo)
 
     EXPECT_FALSE(QFile::exists(original));
     EXPECT_EQ(trashed.trashedPath, trash() + QStringLiteral("/files/Señor 100% #1.m4a"));
-    EXPECT_EQ(contents(trashed.trashedPath), QByteArray("tape bytes"));
+    EXPECT_EQ(readFile(trashed.trashedPath), QByteArray("tape bytes"));
 
     EXPECT_EQ(trashed.infoPath, trash() + QStringLiteral("/info/Señor 100% #1.m4a.trashinfo"));
     const auto keys = trashInfo(trashed.infoPath);
@@ -109,7 +102,7 @@ TEST_F(TrashTest, SameNamesGetUniqueTrashNamesAndNothingIsOverwritten)
     }
     EXPECT_EQ(names, (QStringList{QStringLiteral("take.m4a"), QStringLiteral("take.2.m4a"),
                                   QStringLiteral("take.3.m4a")}));
-    EXPECT_EQ(contents(trash() + QStringLiteral("/files/take.m4a")), QByteArray("first"));
+    EXPECT_EQ(readFile(trash() + QStringLiteral("/files/take.m4a")), QByteArray("first"));
     EXPECT_EQ(QDir(trash() + QStringLiteral("/info")).entryList(QDir::Files).size(), 3);
 
     // A vanished file is an error that leaves no trace in the trash.
