@@ -3,11 +3,7 @@
 #include "MP4Tags/MP4TestFiles.h"
 #include "foundation/Assertion.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 using namespace spindrel;
 using namespace mp4test;
@@ -38,23 +34,7 @@ const QByteArray original = [] {
     return bytes;
 }();
 
-// One scratch file, opened for reading and writing.
-class MP4FileAtomTest : public ::testing::Test
-{
-protected:
-    ~MP4FileAtomTest() override { close(mFile); }
-    int openWith(const QByteArray& bytes)
-    {
-        close(mFile);
-        writeFile(mPath, bytes);
-        return mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
-    }
-    QByteArray contents() const { return readFile(mPath); }
-
-    QTemporaryDir mDir;
-    QString mPath = mDir.filePath(QStringLiteral("scratch.bin"));
-    int mFile = -1;
-};
+using MP4FileAtomTest = ScratchFileTest;
 
 } // namespace
 

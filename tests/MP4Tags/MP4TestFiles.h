@@ -1,10 +1,15 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 // ffmpeg-made files, hand-made boxes, and a box reader independent of the code under test.
 namespace mp4test {
@@ -44,5 +49,23 @@ QList<quint64> chunkOffsets(const QByteArray& file);
 QJsonObject probeTags(const QString& path);
 /// MD5 of the decoded audio; empty when ffmpeg reports any error.
 QByteArray decodedAudioDigest(const QString& path);
+
+// One scratch file, opened for reading and writing.
+class ScratchFileTest : public ::testing::Test
+{
+protected:
+    ~ScratchFileTest() override { close(mFile); }
+    int openWith(const QByteArray& bytes)
+    {
+        close(mFile);
+        writeFile(mPath, bytes);
+        return mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
+    }
+    QByteArray contents() const { return readFile(mPath); }
+
+    QTemporaryDir mDir;
+    QString mPath = mDir.filePath(QStringLiteral("scratch.bin"));
+    int mFile = -1;
+};
 
 } // namespace mp4test
