@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -28,27 +29,19 @@ protected:
 
     void installComposer(int status)
     {
-        const QString bin = mDir.filePath(QStringLiteral("bin"));
-        QDir().mkpath(bin);
-        QFile script(bin + QStringLiteral("/xdg-email"));
-        ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-        script.write("#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + argvFile().toUtf8() + "'\nexit " +
-                     QByteArray::number(status) + "\n");
-        script.close();
-        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("PATH", bin.toLocal8Bit() + ':' + mSavedPath);
+        const QString script = writeFile(mDir.filePath(QStringLiteral("bin/xdg-email")),
+                                         "#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + argvFile().toUtf8() +
+                                             "'\nexit " + QByteArray::number(status) + "\n");
+        QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("PATH", QFileInfo(script).path().toLocal8Bit() + ':' + mSavedPath);
     }
 
     QString argvFile() const { return mDir.filePath(QStringLiteral("argv")); }
 
+    // The composer's arguments; its file ends with a NUL.
     QStringList composerArguments() const
     {
-        QFile file(argvFile());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList arguments = QString::fromUtf8(file.readAll()).split(QChar(u'\0'));
-        arguments.removeLast(); // after the last NUL
-        return arguments;
+        return QString::fromUtf8(readFile(argvFile()).chopped(1)).split(QChar(u'\0'));
     }
 
     std::optional<Error> openDraft(const MailDraft& draft)
