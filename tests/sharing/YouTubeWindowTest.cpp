@@ -126,7 +126,7 @@ TEST_F(YouTubeWindowTest, ControlsFollowTheTapeAndTheSignIn)
     EXPECT_FALSE(mWindow->isSignedIn());
 }
 
-TEST_F(YouTubeWindowTest, EmptyFieldIsRefusedWithAnAlert)
+TEST_F(YouTubeWindowTest, EmptyFieldOrRefusedUploadAlertsAndReturnsToTheSettings)
 {
     mWindow->keywordsTokenField()->clear();
     EXPECT_FALSE(mWindow->canUpload());
@@ -139,6 +139,16 @@ TEST_F(YouTubeWindowTest, EmptyFieldIsRefusedWithAnAlert)
     EXPECT_EQ(mWindow->currentView(), mWindow->uploadSettingsView());
     QTest::qWait(200);
     EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/upload/youtube/v3/videos")).isEmpty());
+
+    // A refused upload alerts with the service's reason, then returns to the settings too.
+    mWindow->keywordsTokenField()->setText(QStringLiteral("spindrel"));
+    mFake.refuseUploadStatus = 403;
+    mWindow->performUpload();
+    ASSERT_TRUE(waitFor([&] { return alert() && alert()->isVisible(); }, 60000));
+    EXPECT_EQ(alert()->text(), QStringLiteral("Uploads are refused."));
+    EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
+    alert()->buttons().front()->click();
+    EXPECT_EQ(mWindow->currentView(), mWindow->uploadSettingsView());
 }
 
 TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
@@ -193,17 +203,6 @@ TEST_F(YouTubeWindowTest, SkipUploadDefaultOpensTheMovieHere)
     EXPECT_TRUE(QFile::exists(movie));
     QFile::remove(movie);
     EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/upload/youtube/v3/videos")).isEmpty());
-}
-
-TEST_F(YouTubeWindowTest, FailedUploadAlertsThenReturnsToTheSettings)
-{
-    mFake.refuseUploadStatus = 403;
-    mWindow->performUpload();
-    ASSERT_TRUE(waitFor([&] { return alert() != nullptr; }, 60000));
-    EXPECT_EQ(alert()->text(), QStringLiteral("Uploads are refused."));
-    EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
-    alert()->buttons().front()->click();
-    EXPECT_EQ(mWindow->currentView(), mWindow->uploadSettingsView());
 }
 
 TEST_F(YouTubeWindowTest, CompletionOfAnUploadNoLongerCurrentChangesNothing)
