@@ -4,7 +4,7 @@
 
 using namespace spindrel;
 
-TEST(DurationFormatterTest, StylesOfTheDesign)
+TEST(DurationFormatterTest, EveryStyleWritesItsOwnForm)
 {
     const struct
     {
