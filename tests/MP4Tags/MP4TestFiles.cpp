@@ -4,9 +4,7 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QtEndian>
-#include <fcntl.h>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace mp4test {
 
@@ -57,18 +55,19 @@ void writeFile(const QString& path, const QByteArray& bytes)
         throw std::runtime_error("cannot write " + path.toStdString());
 }
 
-QByteArray be32(quint32 value)
+template <typename T> QByteArray bigEndian(T value)
 {
-    QByteArray bytes(4, '\0');
+    QByteArray bytes(sizeof(T), '\0');
     qToBigEndian(value, bytes.data());
     return bytes;
 }
-
+QByteArray be32(quint32 value)
+{
+    return bigEndian(value);
+}
 QByteArray be64(quint64 value)
 {
-    QByteArray bytes(8, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
+    return bigEndian(value);
 }
 
 QByteArray box(const char* type, const QByteArray& payload)
@@ -101,23 +100,19 @@ Span findAtom(const QByteArray& file, const QList<QByteArray>& path)
     return found;
 }
 
-quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
-{
-    return findAtom(file, path).size;
-}
-
 QList<quint64> chunkOffsets(const QByteArray& file)
 {
     const QList<QByteArray> stbl{"moov", "trak", "mdia", "minf", "stbl"};
     QList<quint64> offsets;
-    if (const Span stco = findAtom(file, stbl + QList<QByteArray>{"stco"}); stco.offset >= 0) {
-        const quint32 count = qFromBigEndian<quint32>(file.constData() + stco.offset + 12);
-        for (quint32 i = 0; i < count; ++i)
-            offsets << qFromBigEndian<quint32>(file.constData() + stco.offset + 16 + 4 * i);
-    } else if (const Span co64 = findAtom(file, stbl + QList<QByteArray>{"co64"}); co64.offset >= 0) {
-        const quint32 count = qFromBigEndian<quint32>(file.constData() + co64.offset + 12);
-        for (quint32 i = 0; i < count; ++i)
-            offsets << qFromBigEndian<quint64>(file.constData() + co64.offset + 16 + 8 * i);
+    for (const int width : {4, 8}) {
+        const Span table = findAtom(file, stbl + QList<QByteArray>{width == 4 ? "stco" : "co64"});
+        if (table.offset < 0)
+            continue;
+        const char* entries = file.constData() + table.offset + 16;
+        for (quint32 i = 0, count = qFromBigEndian<quint32>(entries - 4); i < count; ++i)
+            offsets << (width == 4 ? qFromBigEndian<quint32>(entries + 4 * i)
+                                   : qFromBigEndian<quint64>(entries + 8 * i));
+        break;
     }
     return offsets;
 }
@@ -140,22 +135,6 @@ QByteArray decodedAudioDigest(const QString& path)
                                   << path << words("-map 0 -f null /dev/null -map 0:a -f md5 -");
     const int status = run(QStringLiteral("ffmpeg"), arguments, &output, &errors);
     return status == 0 && errors.trimmed().isEmpty() ? output.trimmed() : QByteArray();
-}
-
-ScratchFileTest::~ScratchFileTest()
-{
-    if (mFile >= 0)
-        close(mFile);
-}
-
-int ScratchFileTest::openWith(const QByteArray& bytes)
-{
-    if (mFile >= 0)
-        close(mFile);
-    mPath = mDir.filePath(QStringLiteral("scratch.bin"));
-    writeFile(mPath, bytes);
-    mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
-    return mFile;
 }
 
 } // namespace mp4test

@@ -1,23 +1,25 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
-// Real audio files made by ffmpeg, hand-made boxes, and a reader of box bytes that is independent
-// of the code under test.
+// ffmpeg-made files, hand-made boxes, and a box reader independent of the code under test.
 namespace mp4test {
 
 enum class Codec { AAC, ALAC };
 enum class Layout { MoovLast, MoovFirst };
 
-/// A one-second stereo tone made by ffmpeg's ipod muxer; 'moov' first also sets the movie
-/// timescale to the sample rate, as the recorder does.
+/// A one-second stereo tone; 'moov' first also sets the movie timescale to the sample rate.
 void makeAudioFile(const QString& path, Codec codec, Layout layout);
 
-/// Exit status of the program; its standard output and error when asked for.
 int run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr,
         QByteArray* errors = nullptr);
 
@@ -29,55 +31,40 @@ QByteArray be64(quint64 value);
 /// A box: big-endian size, type, payload.
 QByteArray box(const char* type, const QByteArray& payload = {});
 
-/// Where an atom lies, found by following `path` from the top level ('meta' content starts after
-/// its version word). Offset -1 when missing.
+/// Where the atom at `path` lies ('meta' content starts after its version word); offset -1 if missing.
 struct Span
 {
     qint64 offset = -1;
     quint32 size = 0;
 };
 Span findAtom(const QByteArray& file, const QList<QByteArray>& path);
-quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path);
+inline quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
+{
+    return findAtom(file, path).size;
+}
 
 /// The entries of the first track's 'stco' or 'co64'.
 QList<quint64> chunkOffsets(const QByteArray& file);
 
-/// ffprobe's tags of the container.
 QJsonObject probeTags(const QString& path);
-/// MD5 of the decoded audio; empty when ffmpeg fails or reports any error decoding every stream.
+/// MD5 of the decoded audio; empty when ffmpeg reports any error.
 QByteArray decodedAudioDigest(const QString& path);
 
-} // namespace mp4test
-
-#include "foundation/Assertion.h"
-
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
-
-namespace mp4test {
-
-/// The description of the internal assertion the call raises, or "(none)".
-template <typename Call> std::string assertionFrom(Call&& call)
-{
-    try {
-        call();
-    } catch (const spindrel::InternalInconsistency& failure) {
-        return failure.description();
-    }
-    return "(none)";
-}
-
-/// A test on one file of its own, opened for reading and writing.
+// One scratch file, opened for reading and writing.
 class ScratchFileTest : public ::testing::Test
 {
 protected:
-    ~ScratchFileTest() override;
-    /// Replaces the file with these bytes and opens it again.
-    int openWith(const QByteArray& bytes);
+    ~ScratchFileTest() override { close(mFile); }
+    int openWith(const QByteArray& bytes)
+    {
+        close(mFile);
+        writeFile(mPath, bytes);
+        return mFile = open(QFile::encodeName(mPath).constData(), O_RDWR);
+    }
     QByteArray contents() const { return readFile(mPath); }
 
     QTemporaryDir mDir;
-    QString mPath;
+    QString mPath = mDir.filePath(QStringLiteral("scratch.bin"));
     int mFile = -1;
 };
 

@@ -11,15 +11,13 @@
 
 namespace spindrel::test {
 
-/// A deck stand-in that writes every call the map makes as one line of text, e.g.
-/// "setPlaybackSpeed(-8)", so tests compare whole call sequences.
+/// A deck stand-in that logs every call as text, e.g. "setPlaybackSpeed(-8)".
 class RecordingOwner : public WindowControllerOwner
 {
 public:
     std::vector<std::string> calls;
-    /// What canSelectTape answers (whether the library has a selection).
-    bool selectable = true;
-    /// Runs after each call is logged, with the call's text (to throw or feed events back).
+    bool selectable = true; // what canSelectTape answers
+    // Runs after each call is logged (to throw or feed events back).
     std::function<void(const std::string&)> onCall;
 
     void clearButtons() override { note("clearButtons"); }

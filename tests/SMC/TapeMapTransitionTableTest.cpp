@@ -10,8 +10,8 @@ using namespace spindrel;
 using spindrel::test::RecordingOwner;
 using spindrel::test::stackShape;
 
-// Every (state, event) cell of the transport map: the owner calls it makes, in order, and the
-// stack it leaves, or the "Default transition" refusal.
+// Every (state, event) cell of the transport map: the owner calls it makes, in
+// order, and the stack it leaves, or the "Default transition" refusal.
 
 namespace {
 
@@ -24,88 +24,51 @@ Calls operator+(Calls left, const Calls& right)
     return left;
 }
 
-struct Event
-{
-    const char* name;
-    void (WindowControllerContext::*send)();
-};
-
-const std::vector<Event>& allEvents()
-{
-    static const std::vector<Event> events = {
-        {"ffwdDown", &WindowControllerContext::ffwdDown},
-        {"ffwdUp", &WindowControllerContext::ffwdUp},
-        {"pauseDown", &WindowControllerContext::pauseDown},
-        {"pauseUp", &WindowControllerContext::pauseUp},
-        {"play", &WindowControllerContext::play},
-        {"rec", &WindowControllerContext::rec},
-        {"rewindDown", &WindowControllerContext::rewindDown},
-        {"rewindUp", &WindowControllerContext::rewindUp},
-        {"stop", &WindowControllerContext::stop},
-        {"tapeChosen", &WindowControllerContext::tapeChosen},
-        {"windowWillClose", &WindowControllerContext::windowWillClose},
-    };
-    return events;
-}
-
-const Event& event(const std::string& name)
-{
-    for (const Event& candidate : allEvents())
-        if (name == candidate.name)
-            return candidate;
-    throw std::invalid_argument("no event " + name);
-}
+using Send = void (WindowControllerContext::*)();
+#define EVENT(name) std::pair<const std::string, Send>(#name, &WindowControllerContext::name)
+const std::map<std::string, Send> events = {EVENT(ffwdDown),   EVENT(ffwdUp),         EVENT(pauseDown),
+                                            EVENT(pauseUp),    EVENT(play),           EVENT(rec),
+                                            EVENT(rewindDown), EVENT(rewindUp),       EVENT(stop),
+                                            EVENT(tapeChosen), EVENT(windowWillClose)};
+#undef EVENT
 
 // How to reach each situation from a fresh context with a selectable tape.
-struct Situation
-{
-    std::vector<std::string> path;
-    Shape shape;
+const std::map<std::string, std::vector<std::string>> situations = {
+    {"Idle", {}},
+    {"TapeStopped", {"tapeChosen"}},
+    {"Playing", {"tapeChosen", "play"}},
+    {"FastForwarding", {"tapeChosen", "ffwdDown"}},
+    {"Rewinding", {"tapeChosen", "rewindDown"}},
+    {"Cueing", {"tapeChosen", "play", "ffwdDown"}},
+    {"Reviewing", {"tapeChosen", "play", "rewindDown"}},
+    {"Recording", {"rec"}},
+    {"PausedOverPlaying", {"tapeChosen", "play", "pauseDown"}},
+    {"PausedOverRecording", {"rec", "pauseDown"}},
 };
 
-const std::map<std::string, Situation>& situations()
-{
-    static const std::map<std::string, Situation> all = {
-        {"Idle", {{}, {"Idle"}}},
-        {"TapeStopped", {{"tapeChosen"}, {"Idle", "TapeStopped"}}},
-        {"Playing", {{"tapeChosen", "play"}, {"Idle", "TapeStopped", "Playing"}}},
-        {"FastForwarding", {{"tapeChosen", "ffwdDown"}, {"Idle", "TapeStopped", "FastForwarding"}}},
-        {"Rewinding", {{"tapeChosen", "rewindDown"}, {"Idle", "TapeStopped", "Rewinding"}}},
-        {"Cueing", {{"tapeChosen", "play", "ffwdDown"}, {"Idle", "TapeStopped", "Playing", "Cueing"}}},
-        {"Reviewing",
-         {{"tapeChosen", "play", "rewindDown"}, {"Idle", "TapeStopped", "Playing", "Reviewing"}}},
-        {"Recording", {{"rec"}, {"Idle", "Recording"}}},
-        {"PausedOverPlaying",
-         {{"tapeChosen", "play", "pauseDown"}, {"Idle", "TapeStopped", "Playing", "Paused"}}},
-        {"PausedOverRecording", {{"rec", "pauseDown"}, {"Idle", "Recording", "Paused"}}},
-    };
-    return all;
-}
-
-// Entry and exit actions of each state, and the actions of the transitions that recur.
+// Entry and exit actions of each state, and the actions of the transitions that
+// recur.
 const Calls tapeStoppedEntry = {"selectCurrentTape", "createTapePlayer", "clearCurrentTime",
                                 "playInsertionAnimation"};
 const Calls tapeStoppedExit = {"destroyTapePlayer", "playRemovalAnimation", "clearSelectedTape"};
 const Calls playingEntry = {"setPlaybackSpeed(1)", "startPlayingAudio", "startHUDUpdates",
                             "startPlayAnimation"};
 const Calls playingExit = {"stopPlayingAudio", "stopHUDUpdates", "stopPlayAnimation"};
-const Calls ffwdEntry = {
-    "playSoundEffect(1)", "playSoundEffect(0)", "setPlaybackSpeed(8)", "setSelectedButton(3)",
-    "startHUDUpdates",    "startPlayAnimation", "muteAudio",           "startPlayingAudio"};
-const Calls ffwdExit = {"stopPlayingAudio",    "unmuteAudio",           "stopPlayAnimation",
-                        "stopHUDUpdates",      "stopSoundEffect(0)",    "playSoundEffect(2)",
-                        "setPlaybackSpeed(1)", "clearSelectedButton(3)"};
-const Calls rewindEntry = {"playSoundEffect(1)",
-                           "playSoundEffect(0)",
-                           "setPlaybackSpeed(-8)",
-                           "setSelectedButton(2)",
-                           "startHUDUpdates",
-                           "startPlayAnimation",
-                           "muteAudio",
-                           "startPlayingAudio"};
-const Calls rewindExit = {"stopPlayingAudio",    "unmuteAudio",           "stopPlayAnimation",
-                          "stopHUDUpdates",      "stopSoundEffect(0)",    "playSoundEffect(2)",
-                          "setPlaybackSpeed(1)", "clearSelectedButton(2)"};
+// Fast-forward and rewind differ only in speed and lit button.
+Calls windEntry(const char* speed, const char* button)
+{
+    return {"playSoundEffect(1)", "playSoundEffect(0)", speed,       button,
+            "startHUDUpdates",    "startPlayAnimation", "muteAudio", "startPlayingAudio"};
+}
+Calls windExit(const char* button)
+{
+    return {"stopPlayingAudio",   "unmuteAudio",        "stopPlayAnimation",   "stopHUDUpdates",
+            "stopSoundEffect(0)", "playSoundEffect(2)", "setPlaybackSpeed(1)", button};
+}
+const Calls ffwdEntry = windEntry("setPlaybackSpeed(8)", "setSelectedButton(3)");
+const Calls ffwdExit = windExit("clearSelectedButton(3)");
+const Calls rewindEntry = windEntry("setPlaybackSpeed(-8)", "setSelectedButton(2)");
+const Calls rewindExit = windExit("clearSelectedButton(2)");
 const Calls cueEntry = {"playSoundEffect(6)", "setPlaybackSpeed(2)", "setSelectedButton(3)"};
 const Calls cueExit = {"playSoundEffect(7)", "setPlaybackSpeed(1)", "clearSelectedButton(3)"};
 const Calls reviewEntry = {"playSoundEffect(6)", "setPlaybackSpeed(-2)", "setSelectedButton(2)"};
@@ -137,14 +100,9 @@ struct Cell
     std::string event;
     bool refused = false; // "Default transition"
     Calls calls;
-    Shape shape;
+    Shape shape; // empty: unchanged
     bool selectable = true;
 };
-
-void PrintTo(const Cell& cell, std::ostream* out)
-{
-    *out << cell.event << " in " << cell.from << (cell.selectable ? "" : " with nothing selected");
-}
 
 Cell handled(std::string from, std::string event, Calls calls, Shape shape)
 {
@@ -159,14 +117,7 @@ Cell unselectable(Cell cell)
 
 Cell refused(std::string from, std::string event)
 {
-    Shape shape = situations().at(from).shape;
-    return {std::move(from), std::move(event), true, {}, std::move(shape)};
-}
-
-void addIgnored(std::vector<Cell>& cells, const std::string& from, const std::vector<std::string>& events)
-{
-    for (const std::string& name : events)
-        cells.push_back(handled(from, name, {}, situations().at(from).shape));
+    return {std::move(from), std::move(event), true, {}, {}};
 }
 
 std::vector<Cell> transitionTable()
@@ -174,13 +125,11 @@ std::vector<Cell> transitionTable()
     std::vector<Cell> cells = {
         handled("Idle", "rec", idleRecord, recording),
         handled("Idle", "tapeChosen", idleLoad, loaded),
-
         handled("TapeStopped", "play", startPlaying, playing),
         handled("TapeStopped", "ffwdDown", ffwdEntry, {"Idle", "TapeStopped", "FastForwarding"}),
         handled("TapeStopped", "rewindDown", rewindEntry, {"Idle", "TapeStopped", "Rewinding"}),
         handled("TapeStopped", "rec", tapeStoppedExit + idleRecord, recording),
         handled("TapeStopped", "tapeChosen", tapeStoppedExit + idleLoad, loaded),
-
         handled("Playing", "play", playingPlay, loaded),
         handled("Playing", "stop", playingStop, loaded),
         handled("Playing", "tapeChosen", playingChosen, loaded),
@@ -193,21 +142,18 @@ std::vector<Cell> transitionTable()
         handled("Playing", "pauseUp", {"startPlayingAudio"}, playing),
         refused("Playing", "ffwdUp"),
         refused("Playing", "rewindUp"),
-
         handled("FastForwarding", "ffwdUp", ffwdExit, loaded),
         handled("FastForwarding", "play", ffwdExit + startPlaying, playing),
         handled("FastForwarding", "rewindDown", ffwdExit + rewindEntry, {"Idle", "TapeStopped", "Rewinding"}),
         handled("FastForwarding", "stop", ffwdExit, loaded),
         handled("FastForwarding", "tapeChosen", ffwdExit + tapeStoppedExit + idleLoad, loaded),
         handled("FastForwarding", "windowWillClose", ffwdExit, loaded),
-
         handled("Rewinding", "rewindUp", rewindExit, loaded),
         handled("Rewinding", "ffwdDown", rewindExit + ffwdEntry, {"Idle", "TapeStopped", "FastForwarding"}),
         handled("Rewinding", "play", rewindExit + startPlaying, playing),
         handled("Rewinding", "stop", rewindExit, loaded),
         handled("Rewinding", "tapeChosen", rewindExit + tapeStoppedExit + idleLoad, loaded),
         handled("Rewinding", "windowWillClose", rewindExit, loaded),
-
         handled("Cueing", "ffwdUp", cueExit, playing),
         handled("Cueing", "play", cueExit + playingPlay, loaded),
         handled("Cueing", "rewindDown", cueExit + reviewEntry,
@@ -215,14 +161,12 @@ std::vector<Cell> transitionTable()
         handled("Cueing", "stop", cueExit + playingStop, loaded),
         handled("Cueing", "tapeChosen", cueExit + playingChosen, loaded),
         handled("Cueing", "windowWillClose", cueExit + playingExit, loaded),
-
         handled("Reviewing", "rewindUp", reviewExit, playing),
         handled("Reviewing", "ffwdDown", reviewExit + cueEntry, {"Idle", "TapeStopped", "Playing", "Cueing"}),
         handled("Reviewing", "play", reviewExit + playingPlay, loaded),
         handled("Reviewing", "stop", reviewExit + playingStop, loaded),
         handled("Reviewing", "tapeChosen", reviewExit + playingChosen, loaded),
         handled("Reviewing", "windowWillClose", reviewExit + playingExit, loaded),
-
         handled("Recording", "stop", recordingExit + Calls{"clearButtons", "playSoundEffect(2)"} + idleLoad,
                 loaded),
         handled("Recording", "pauseDown", Calls{"pauseRecordingAudio"} + pausedEntry,
@@ -231,33 +175,26 @@ std::vector<Cell> transitionTable()
         handled("Recording", "windowWillClose", recordingExit, atIdle),
         refused("Recording", "ffwdUp"),
         refused("Recording", "rewindUp"),
-
         handled("PausedOverPlaying", "pauseUp", pausedExit + Calls{"startPlayingAudio"}, playing),
         handled("PausedOverPlaying", "stop", pausedExit + playingStop, loaded),
         handled("PausedOverPlaying", "tapeChosen", pausedExit + playingChosen, loaded),
         handled("PausedOverPlaying", "windowWillClose", pausedExit + playingExit, loaded),
-
         handled("PausedOverRecording", "pauseUp", pausedExit + Calls{"resumeRecordingAudio"}, recording),
         handled("PausedOverRecording", "stop",
                 pausedExit + recordingExit + Calls{"clearButtons", "playSoundEffect(2)"} + idleLoad, loaded),
-        // Recording ignores the resent selection change: the pause is released, nothing else.
+        // Recording ignores the resent selection change: the pause is released,
+        // nothing else.
         handled("PausedOverRecording", "tapeChosen", pausedExit, recording),
         handled("PausedOverRecording", "windowWillClose", pausedExit + recordingExit, atIdle),
     };
-    addIgnored(cells, "Idle",
-               {"ffwdDown", "ffwdUp", "pauseDown", "pauseUp", "play", "rewindDown", "rewindUp", "stop",
-                "windowWillClose"});
-    addIgnored(cells, "TapeStopped",
-               {"stop", "windowWillClose", "ffwdUp", "rewindUp", "pauseDown", "pauseUp"});
-    addIgnored(cells, "FastForwarding", {"ffwdDown", "pauseDown", "pauseUp", "rec", "rewindUp"});
-    addIgnored(cells, "Rewinding", {"ffwdUp", "pauseDown", "pauseUp", "rec", "rewindDown"});
-    addIgnored(cells, "Cueing", {"ffwdDown", "pauseDown", "pauseUp", "rec", "rewindUp"});
-    addIgnored(cells, "Reviewing", {"ffwdUp", "pauseDown", "pauseUp", "rec", "rewindDown"});
-    addIgnored(cells, "Recording", {"ffwdDown", "play", "rec", "rewindDown", "tapeChosen"});
-    addIgnored(cells, "PausedOverPlaying",
-               {"ffwdDown", "ffwdUp", "pauseDown", "play", "rec", "rewindDown", "rewindUp"});
-    addIgnored(cells, "PausedOverRecording",
-               {"ffwdDown", "ffwdUp", "pauseDown", "play", "rec", "rewindDown", "rewindUp"});
+    // Every other pair is ignored: no call, no change of stack.
+    std::set<std::pair<std::string, std::string>> listed;
+    for (const Cell& cell : cells)
+        listed.insert({cell.from, cell.event});
+    for (const auto& [from, path] : situations)
+        for (const auto& [name, send] : events)
+            if (!listed.count({from, name}))
+                cells.push_back(handled(from, name, {}, {}));
 
     // The guard of Idle's tapeChosen, met directly and at the end of a recording.
     cells.push_back(unselectable(handled("Idle", "tapeChosen", {"canSelectTape"}, atIdle)));
@@ -279,16 +216,15 @@ TEST_P(TransitionTableTest, CallsTheOwnerInOrderAndLeavesTheStack)
     const Cell& cell = GetParam();
     RecordingOwner owner;
     WindowControllerContext context(owner);
-    const Situation& situation = situations().at(cell.from);
-    for (const std::string& step : situation.path)
-        (context.*event(step).send)();
-    ASSERT_EQ(stackShape(context), situation.shape) << "could not reach " << cell.from;
+    for (const std::string& step : situations.at(cell.from))
+        (context.*events.at(step))();
+    const Shape before = stackShape(context);
 
     owner.calls.clear();
     owner.selectable = cell.selectable;
     if (cell.refused) {
         try {
-            (context.*event(cell.event).send)();
+            (context.*events.at(cell.event))();
             ADD_FAILURE() << cell.event << " was accepted in " << cell.from;
         } catch (const InternalInconsistency& failure) {
             EXPECT_EQ(failure.description(), "Default transition");
@@ -296,10 +232,10 @@ TEST_P(TransitionTableTest, CallsTheOwnerInOrderAndLeavesTheStack)
             EXPECT_EQ(failure.line(), 146);
         }
     } else {
-        (context.*event(cell.event).send)();
+        (context.*events.at(cell.event))();
     }
     EXPECT_EQ(owner.calls, cell.calls);
-    EXPECT_EQ(stackShape(context), cell.shape);
+    EXPECT_EQ(stackShape(context), cell.shape.empty() ? before : cell.shape);
     EXPECT_FALSE(context.isInTransition());
 }
 
@@ -309,20 +245,5 @@ std::string cellName(const ::testing::TestParamInfo<Cell>& info)
 }
 
 INSTANTIATE_TEST_SUITE_P(TapeMap, TransitionTableTest, ::testing::ValuesIn(transitionTable()), cellName);
-
-TEST(TransitionTableCoverage, EverySituationMeetsEveryEventExactlyOnce)
-{
-    std::set<std::pair<std::string, std::string>> seen;
-    for (const Cell& cell : transitionTable()) {
-        if (!cell.selectable)
-            continue;
-        EXPECT_TRUE(seen.insert({cell.from, cell.event}).second)
-            << cell.from << " " << cell.event << " twice";
-    }
-    for (const auto& [from, situation] : situations())
-        for (const Event& sent : allEvents())
-            EXPECT_TRUE(seen.count({from, sent.name})) << from << " " << sent.name << " missing";
-    EXPECT_EQ(seen.size(), situations().size() * allEvents().size());
-}
 
 } // namespace

@@ -12,22 +12,10 @@ namespace {
 
 QByteArray reason(int status)
 {
-    switch (status) {
-    case 200:
-        return "OK";
-    case 201:
-        return "Created";
-    case 308:
-        return "Resume Incomplete";
-    case 400:
-        return "Bad Request";
-    case 401:
-        return "Unauthorized";
-    case 403:
-        return "Forbidden";
-    default:
-        return "Not Found";
-    }
+    static const QHash<int, QByteArray> reasons{
+        {200, "OK"},          {201, "Created"},      {308, "Resume Incomplete"},
+        {400, "Bad Request"}, {401, "Unauthorized"}, {403, "Forbidden"}};
+    return reasons.value(status, "Not Found");
 }
 
 QByteArray errorJson(int code, const QString& message)

@@ -56,7 +56,7 @@ TEST_F(ReachabilityFlags, NetworkStatusNeedsReachableWithoutAnUnmetConnection)
     EXPECT_EQ(mLines.at(3), QStringLiteral("Reachability Flag Status: R- c--D-- networkStatusForFlags"));
 }
 
-TEST_F(ReachabilityFlags, LinkLocalStatusNeedsReachableAndDirect)
+TEST_F(ReachabilityFlags, LinkLocalStatusNeedsReachableAndDirectAndTheLineShowsEachFlag)
 {
     EXPECT_EQ(mWatcher.localWiFiStatusForFlags(R::Reachable), 0u);
     EXPECT_EQ(mWatcher.localWiFiStatusForFlags(R::IsDirect), 0u);
@@ -64,10 +64,8 @@ TEST_F(ReachabilityFlags, LinkLocalStatusNeedsReachableAndDirect)
     EXPECT_EQ(mWatcher.localWiFiStatusForFlags(R::Reachable | R::IsDirect | R::ConnectionRequired), 1u);
     ASSERT_EQ(mLines.size(), 4);
     EXPECT_EQ(mLines.at(2), QStringLiteral("Reachability Flag Status: R- -----d localWiFiStatusForFlags"));
-}
 
-TEST_F(ReachabilityFlags, DebugLineShowsOneLetterPerFlagInItsPlace)
-{
+    // The debug line shows one letter per flag in its place.
     EXPECT_EQ(R::flagsDescription(R::Reachable | R::IsDirect, "localWiFiStatusForFlags"),
               QStringLiteral("Reachability Flag Status: R- -----d localWiFiStatusForFlags\n"));
     EXPECT_EQ(R::flagsDescription(0x3003f, "x"), QStringLiteral("Reachability Flag Status: Rt cCiDld x\n"));
@@ -76,41 +74,32 @@ TEST_F(ReachabilityFlags, DebugLineShowsOneLetterPerFlagInItsPlace)
               QStringLiteral("Reachability Flag Status: -- -C--l- x\n"));
 }
 
-TEST(Reachability, WatcherWithoutTargetIsAProgrammingError)
+template <typename Call> std::string assertionFrom(Call&& call)
+{
+    try {
+        call();
+    } catch (const InternalInconsistency& failure) {
+        return failure.description();
+    }
+    return "(none)";
+}
+
+TEST(Reachability, MisuseIsAProgrammingErrorAndTheCallbackAnnounces)
 {
     Reachability empty;
-    try {
-        empty.currentReachabilityStatus();
-        FAIL() << "no assertion";
-    } catch (const InternalInconsistency& failure) {
-        EXPECT_EQ(failure.description(), "currentNetworkStatus called with NULL reachabilityRef");
-    }
-    try {
-        empty.connectionRequired();
-        FAIL() << "no assertion";
-    } catch (const InternalInconsistency& failure) {
-        EXPECT_EQ(failure.description(), "connectionRequired called with NULL reachabilityRef");
-    }
+    EXPECT_EQ(assertionFrom([&] { empty.currentReachabilityStatus(); }),
+              "currentNetworkStatus called with NULL reachabilityRef");
+    EXPECT_EQ(assertionFrom([&] { empty.connectionRequired(); }),
+              "connectionRequired called with NULL reachabilityRef");
     EXPECT_FALSE(empty.startNotifier());
     EXPECT_FALSE(Reachability::reachabilityWithHostName(QString()));
     EXPECT_FALSE(Reachability::reachabilityWithAddress(static_cast<const sockaddr*>(nullptr)));
-}
 
-TEST(Reachability, CallbackChecksItsContextThenAnnounces)
-{
-    try {
-        Reachability::reachabilityCallback(nullptr);
-        FAIL() << "no assertion";
-    } catch (const InternalInconsistency& failure) {
-        EXPECT_EQ(failure.description(), "info was NULL in ReachabilityCallback");
-    }
+    EXPECT_EQ(assertionFrom([] { Reachability::reachabilityCallback(nullptr); }),
+              "info was NULL in ReachabilityCallback");
     QObject stranger;
-    try {
-        Reachability::reachabilityCallback(&stranger);
-        FAIL() << "no assertion";
-    } catch (const InternalInconsistency& failure) {
-        EXPECT_EQ(failure.description(), "info was wrong class in ReachabilityCallback");
-    }
+    EXPECT_EQ(assertionFrom([&] { Reachability::reachabilityCallback(&stranger); }),
+              "info was wrong class in ReachabilityCallback");
     auto watcher = Reachability::reachabilityForInternetConnection();
     QSignalSpy announced(watcher.get(), &Reachability::reachabilityChanged);
     Reachability::reachabilityCallback(watcher.get());

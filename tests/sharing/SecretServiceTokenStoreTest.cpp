@@ -68,16 +68,14 @@ protected:
 
         const QString address = QStringLiteral("unix:path=%1/bus").arg(runtime);
         mBus.setProcessEnvironment(environment);
-        mBus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                   QStringLiteral("--address=") + address});
+        mBus.start(QStringLiteral("dbus-daemon"), {"--session", "--nofork", "--address=" + address});
         ASSERT_TRUE(mBus.waitForStarted());
         for (int i = 0; i < 100 && !QFile::exists(runtime + QStringLiteral("/bus")); ++i)
             QThread::msleep(20);
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
         mKeyring.setProcessEnvironment(environment);
         mKeyring.start(QStringLiteral("gnome-keyring-daemon"),
-                       {QStringLiteral("--foreground"), QStringLiteral("--unlock"),
-                        QStringLiteral("--components=secrets")});
+                       {"--foreground", "--unlock", "--components=secrets"});
         ASSERT_TRUE(mKeyring.waitForStarted());
         mKeyring.write("test-password");
         mKeyring.waitForBytesWritten();
@@ -87,12 +85,11 @@ protected:
         for (int i = 0; i < 100; ++i) {
             QProcess probe;
             probe.setProcessEnvironment(environment);
-            probe.start(QStringLiteral("dbus-send"),
-                        {QStringLiteral("--session"), QStringLiteral("--print-reply"),
-                         QStringLiteral("--dest=org.freedesktop.DBus"),
-                         QStringLiteral("/org/freedesktop/DBus"),
-                         QStringLiteral("org.freedesktop.DBus.NameHasOwner"),
-                         QStringLiteral("string:org.freedesktop.secrets")});
+            probe.start(
+                QStringLiteral("dbus-send"),
+                QStringLiteral("--session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+                               "org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets")
+                    .split(u' '));
             probe.waitForFinished();
             if (probe.readAllStandardOutput().contains("boolean true"))
                 return;

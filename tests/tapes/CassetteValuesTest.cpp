@@ -3,27 +3,18 @@
 #include "foundation/Assertion.h"
 #include "tapes/CassetteSlogan.h"
 
-#include <QSet>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
 
-TEST(CassetteSloganTest, ProcessShowsOneOfTheSixteenSlogansThroughout)
+TEST(CassetteSloganTest, ProcessShowsOneSloganThroughout)
 {
-    QSet<QString> all;
-    for (int i = 0; i < CassetteSlogan::count; ++i)
-        all.insert(CassetteSlogan::sloganAtIndex(i));
-    EXPECT_EQ(all.size(), 16);
-    EXPECT_TRUE(all.contains(QStringLiteral("DON'T FORGET A POP SCREEN")));
-    EXPECT_EQ(CassetteSlogan::sloganAtIndex(0), QStringLiteral("ADVANCED MPEG-4 TECHNOLOGY"));
-
     const QString slogan = CassetteSlogan::processSlogan();
-    EXPECT_TRUE(all.contains(slogan));
+    EXPECT_FALSE(slogan.isEmpty());
     EXPECT_EQ(CassetteSlogan::processSlogan(), slogan);
     EXPECT_EQ(CassetteSlogan::sloganAtIndex(CassetteSlogan::processIndex()), slogan);
     EXPECT_EQ(CassetteValues().doorSlogan, slogan);
-
-    EXPECT_THROW(CassetteSlogan::sloganAtIndex(16), InternalInconsistency);
+    EXPECT_THROW(CassetteSlogan::sloganAtIndex(CassetteSlogan::count), InternalInconsistency);
     EXPECT_THROW(CassetteSlogan::sloganAtIndex(-1), InternalInconsistency);
 }
 
@@ -35,7 +26,6 @@ TEST(CassetteValuesTest, StillPictureIgnoresOnlyTheHubAngles)
     turned.rightRotationMultiplier = 0.5;
     EXPECT_TRUE(values.hasSameStillPicture(turned));
     EXPECT_FALSE(values == turned);
-
     CassetteValues relabelled = turned;
     relabelled.notes = QStringLiteral("x");
     EXPECT_FALSE(values.hasSameStillPicture(relabelled));
@@ -47,11 +37,7 @@ TEST(CassetteValuesTest, StillPictureIgnoresOnlyTheHubAngles)
 TEST(CassetteValuesTest, PacksKeepTheTapeAreaAsThePlayPositionMoves)
 {
     const auto [startLeft, startRight] = CassetteValues::packDiametersForProgress(0.0);
-    EXPECT_DOUBLE_EQ(startLeft, 175.0);
-    EXPECT_DOUBLE_EQ(startRight, 36.0);
-    const auto [endLeft, endRight] = CassetteValues::packDiametersForProgress(1.0);
-    EXPECT_DOUBLE_EQ(endLeft, 36.0);
-    EXPECT_DOUBLE_EQ(endRight, 175.0);
+    EXPECT_EQ(CassetteValues::packDiametersForProgress(1.0), std::pair(startRight, startLeft));
     // Out-of-range positions are held at the ends.
     EXPECT_EQ(CassetteValues::packDiametersForProgress(-0.5), CassetteValues::packDiametersForProgress(0.0));
     EXPECT_EQ(CassetteValues::packDiametersForProgress(7.0), CassetteValues::packDiametersForProgress(1.0));

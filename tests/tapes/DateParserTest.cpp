@@ -34,34 +34,27 @@ TEST(DateParserTest, UnderstoodTextsAndWhatTheyName)
         Span span;
     } cases[] = {
         {"2012-03-04", local(2012, 3, 4), Span::Day},
-        {"20120304", local(2012, 3, 4), Span::Day},
         {"2012-03", local(2012, 3, 1), Span::Month},
         {"2012-03-04T10:15:00", local(2012, 3, 4, 10, 15), Span::Instant},
         {"2012-03-04T10:15:00Z", utc(2012, 3, 4, 10, 15), Span::Instant},
         {"2012-03-04T10:15:30.25+01:00", utc(2012, 3, 4, 9, 15, 30, 250), Span::Instant},
-        {"2012-03-04 10:15:00 +0000", utc(2012, 3, 4, 10, 15), Span::Instant},
         {"2012-03-04 10:15:00 -0530", utc(2012, 3, 4, 15, 45), Span::Instant},
         {"March", local(2013, 3, 1), Span::Month},
         {"march 2012", local(2012, 3, 1), Span::Month},
-        {"2012 MARCH", local(2012, 3, 1), Span::Month},
         {"sept", local(2013, 9, 1), Span::Month},
         {"Mar 4, 2012", local(2012, 3, 4), Span::Day},
-        {"4 March 2012", local(2012, 3, 4), Span::Day},
         {"march 4th", local(2013, 3, 4), Span::Day},
         {"the 4th of march 2012", local(2012, 3, 4), Span::Day},
         {"2012", local(2012, 1, 1), Span::Year},
         {"Sun, 04 Mar 2012 10:15:00 +0000", utc(2012, 3, 4, 10, 15), Span::Instant},
-        {"Sun Mar 4 10:15:00 2012", local(2012, 3, 4, 10, 15), Span::Instant},
         {"3/4/12 10:15 AM", local(2012, 3, 4, 10, 15), Span::Instant},
         {"12/25", local(2013, 12, 25), Span::Day},
-        {"today", local(2013, 6, 15), Span::Day},
         {"Yesterday", local(2013, 6, 14), Span::Day},
         {"yesterday 9:40 PM", local(2013, 6, 14, 21, 40), Span::Instant},
         {"today at noon", local(2013, 6, 15, 12, 0), Span::Instant},
         {"12:30 am", local(2013, 6, 15, 0, 30), Span::Instant},
         {"10pm", local(2013, 6, 15, 22, 0), Span::Instant},
         {"now", now, Span::Instant},
-        {"saturday", local(2013, 6, 15), Span::Day},
         {"Monday", local(2013, 6, 10), Span::Day},
     };
     const DateParser parser(now, english);
@@ -87,7 +80,7 @@ TEST(DateParserTest, TextsThatAreNoDate)
     EXPECT_TRUE(parser.parse(QStringLiteral("2012-02-29"))); // a leap year has the day
 }
 
-TEST(DateParserTest, SpansCoverWholeDaysMonthsAndYears)
+TEST(DateParserTest, SpansCoverWholeDaysAndMonthsAndLocalesOrderNumbers)
 {
     const DateParser parser(now, english);
     const auto day = parser.parse(QStringLiteral("2012-03-04"));
@@ -108,10 +101,8 @@ TEST(DateParserTest, SpansCoverWholeDaysMonthsAndYears)
     ASSERT_TRUE(instant);
     EXPECT_TRUE(instant->contains(utc(2012, 3, 4, 10, 15)));
     EXPECT_FALSE(instant->contains(utc(2012, 3, 4, 10, 15, 1)));
-}
 
-TEST(DateParserTest, NumericDatesFollowTheLocaleOrder)
-{
+    // Numeric dates follow the locale's order.
     const auto german =
         DateParser(now, QLocale(QLocale::German, QLocale::Germany)).parse(QStringLiteral("4.3.12"));
     ASSERT_TRUE(german);
@@ -136,11 +127,8 @@ TEST(DateParserTest, StoredDateTextReadsBackToTheSecond)
         QStringLiteral("2012-03-04 10:15:07 +0000"));
     EXPECT_TRUE(DateParser::standardDescription(QDateTime()).isEmpty());
 
-    const QDateTime moments[] = {
-        local(2012, 3, 4, 10, 15, 7, 999), local(2013, 1, 1, 0, 0, 0), local(2013, 7, 1, 23, 59, 59, 1),
-        local(1999, 12, 31, 23, 59, 59),   utc(2038, 1, 19, 3, 14, 8), QDateTime::currentDateTime(),
-    };
-    for (const QDateTime& moment : moments) {
+    for (const QDateTime& moment : {local(2012, 3, 4, 10, 15, 7, 999), local(2013, 7, 1, 23, 59, 59, 1),
+                                    utc(2038, 1, 19, 3, 14, 8), QDateTime::currentDateTime()}) {
         const QString stored = DateParser::standardDescription(moment);
         SCOPED_TRACE(stored.toStdString());
         const auto read = DateParser::dateWithNaturalLanguageString(stored);

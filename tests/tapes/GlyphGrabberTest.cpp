@@ -16,7 +16,7 @@ QFont labelFont()
 
 } // namespace
 
-TEST(GlyphGrabberTest, GlyphsSitOnTheBaselineFromTheOrigin)
+TEST(GlyphGrabberTest, GlyphsSitOnTheBaselineFromTheOriginAndKerningMovesTheNext)
 {
     const QRectF bounds = GlyphGrabber::glyphForCharacter(QStringLiteral("A"), labelFont()).boundingRect();
     ASSERT_FALSE(bounds.isEmpty());
@@ -31,10 +31,7 @@ TEST(GlyphGrabberTest, GlyphsSitOnTheBaselineFromTheOrigin)
     };
     EXPECT_EQ(elements(QStringLiteral("AB")), elements(QStringLiteral("A")) + elements(QStringLiteral("B")));
     EXPECT_TRUE(GlyphGrabber::glyphForCharacter(QString(), labelFont()).isEmpty());
-}
 
-TEST(GlyphGrabberTest, KerningMovesTheSecondGlyphByItsValue)
-{
     const QFont font = labelFont();
     const qreal advanceOfA = QFontMetricsF(font).horizontalAdvance(QStringLiteral("A"));
     const QRectF l = GlyphGrabber::glyphForCharacter(QStringLiteral("l"), font).boundingRect();

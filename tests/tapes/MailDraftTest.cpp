@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -14,8 +15,7 @@ using namespace spindrel::test;
 
 namespace {
 
-/// A stand-in for the desktop's composer, first on PATH: it writes its arguments, NUL-separated,
-/// to a file and ends with the given status.
+// A stand-in composer first on PATH writes its arguments, NUL-separated, and ends with a status.
 class MailDraftTest : public ::testing::Test
 {
 protected:
@@ -29,30 +29,21 @@ protected:
 
     void installComposer(int status)
     {
-        const QString bin = mDir.filePath(QStringLiteral("bin"));
-        QDir().mkpath(bin);
-        QFile script(bin + QStringLiteral("/xdg-email"));
-        ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-        script.write("#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + argvFile().toUtf8() + "'\nexit " +
-                     QByteArray::number(status) + "\n");
-        script.close();
-        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("PATH", bin.toLocal8Bit() + ':' + mSavedPath);
+        const QString script = writeFile(mDir.filePath(QStringLiteral("bin/xdg-email")),
+                                         "#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + argvFile().toUtf8() +
+                                             "'\nexit " + QByteArray::number(status) + "\n");
+        QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("PATH", QFileInfo(script).path().toLocal8Bit() + ':' + mSavedPath);
     }
 
     QString argvFile() const { return mDir.filePath(QStringLiteral("argv")); }
 
+    // The composer's arguments; its file ends with a NUL.
     QStringList composerArguments() const
     {
-        QFile file(argvFile());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList arguments = QString::fromUtf8(file.readAll()).split(QChar(u'\0'));
-        arguments.removeLast(); // after the last NUL
-        return arguments;
+        return QString::fromUtf8(readFile(argvFile()).chopped(1)).split(QChar(u'\0'));
     }
 
-    /// Opens the draft and turns the event loop until it reports; the error it gave, if any.
     std::optional<Error> openDraft(const MailDraft& draft)
     {
         bool reported = false;
@@ -98,7 +89,7 @@ TEST_F(MailDraftTest, TheComposerReceivesSubjectBodyAndAttachmentAsSeparateArgum
     EXPECT_TRUE(MailDraft::webAddress().startsWith(QStringLiteral("https://")));
 }
 
-TEST_F(MailDraftTest, AMissingMailProgramIsReportedClearly)
+TEST_F(MailDraftTest, AMissingMailProgramOrTapeIsReportedClearly)
 {
     // Without xdg-email anywhere on PATH.
     qputenv("PATH", mDir.filePath(QStringLiteral("empty")).toLocal8Bit());
@@ -117,14 +108,13 @@ TEST_F(MailDraftTest, AMissingMailProgramIsReportedClearly)
     error = openDraft(draftForTape(QStringLiteral("Take")));
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("status 1")));
-}
 
-TEST_F(MailDraftTest, ATapeWhoseFileVanishedStartsNoComposer)
-{
+    // A tape whose file vanished starts no composer.
     installComposer(0);
+    QFile::remove(argvFile());
     const MailDraft draft = draftForTape(QStringLiteral("Take"));
     ASSERT_TRUE(QFile::remove(mTapePath));
-    const std::optional<Error> error = openDraft(draft);
+    error = openDraft(draft);
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("Sunday rehearsal.m4a")));
     EXPECT_FALSE(QFile::exists(argvFile()));

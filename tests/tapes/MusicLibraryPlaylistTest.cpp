@@ -1,11 +1,14 @@
 #include "tapes/MusicLibraryPlaylist.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -14,39 +17,22 @@ class MusicLibraryPlaylistTest : public ::testing::Test
 protected:
     QString makeFile(const QString& name)
     {
-        const QString path = mMusic.filePath(QStringLiteral("Spindrel/") + name);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("audio");
-        return path;
+        return writeFile(mMusic.filePath(QStringLiteral("Spindrel/") + name), "audio");
     }
-
-    QByteArray contents() const
-    {
-        QFile file(mPlaylist.path());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray contents() const { return readFile(mPlaylist.path()); }
 
     QTemporaryDir mMusic;
     MusicLibraryPlaylist mPlaylist{mMusic.filePath(QStringLiteral("Playlists/Spindrel.m3u8"))};
 };
 
-TEST_F(MusicLibraryPlaylistTest, TheDefaultPlaylistIsSpindrelInTheMusicFoldersPlaylists)
-{
-    EXPECT_TRUE(MusicLibraryPlaylist::defaultPath().endsWith(QStringLiteral("/Playlists/Spindrel.m3u8")));
-    EXPECT_EQ(MusicLibraryPlaylist::playlistName(), QStringLiteral("Spindrel"));
-}
-
 TEST_F(MusicLibraryPlaylistTest, ATapeSentTwiceIsListedOnce)
 {
     const QString tape = makeFile(QStringLiteral("[2012-03-01] Morning take.m4a"));
-    const auto first = mPlaylist.addFile(tape, 62.6, QStringLiteral("Morning take"));
-    ASSERT_TRUE(std::holds_alternative<MusicLibraryPlaylist::Outcome>(first));
-    EXPECT_EQ(std::get<MusicLibraryPlaylist::Outcome>(first), MusicLibraryPlaylist::Outcome::Added);
-    const auto second = mPlaylist.addFile(tape, 62.6, QStringLiteral("Morning take"));
-    ASSERT_TRUE(std::holds_alternative<MusicLibraryPlaylist::Outcome>(second));
-    EXPECT_EQ(std::get<MusicLibraryPlaylist::Outcome>(second), MusicLibraryPlaylist::Outcome::AlreadyListed);
+    using Result = std::variant<MusicLibraryPlaylist::Outcome, Error>;
+    EXPECT_EQ(mPlaylist.addFile(tape, 62.6, QStringLiteral("Morning take")),
+              Result(MusicLibraryPlaylist::Outcome::Added));
+    EXPECT_EQ(mPlaylist.addFile(tape, 62.6, QStringLiteral("Morning take")),
+              Result(MusicLibraryPlaylist::Outcome::AlreadyListed));
 
     EXPECT_EQ(contents(), "#EXTM3U\n#EXTINF:63,Morning take\n" + tape.toUtf8() + '\n');
     EXPECT_EQ(mPlaylist.entries(), QStringList{tape});
@@ -55,11 +41,7 @@ TEST_F(MusicLibraryPlaylistTest, ATapeSentTwiceIsListedOnce)
 TEST_F(MusicLibraryPlaylistTest, NewTapesAreAppendedAfterWhatTheListAlreadyHeld)
 {
     // A list written by hand or by a player: no trailing line break, another entry already in it.
-    QDir().mkpath(mMusic.filePath(QStringLiteral("Playlists")));
-    QFile existing(mPlaylist.path());
-    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write("#EXTM3U\n#EXTINF:10,Other\n/music/other.flac");
-    existing.close();
+    writeFile(mPlaylist.path(), "#EXTM3U\n#EXTINF:10,Other\n/music/other.flac");
 
     const QString tape = makeFile(QStringLiteral("Évening, session.m4a"));
     ASSERT_TRUE(std::holds_alternative<MusicLibraryPlaylist::Outcome>(
@@ -75,21 +57,13 @@ TEST_F(MusicLibraryPlaylistTest, NewTapesAreAppendedAfterWhatTheListAlreadyHeld)
     const QString broken = makeFile(QStringLiteral("two\nlines.m4a"));
     EXPECT_TRUE(std::holds_alternative<Error>(mPlaylist.addFile(broken, 1, QStringLiteral("Broken"))));
     EXPECT_EQ(contents(), before);
-}
 
-TEST_F(MusicLibraryPlaylistTest, AVanishedTapeIsAnErrorAndTheListIsUntouched)
-{
-    const QString tape = makeFile(QStringLiteral("kept.m4a"));
-    ASSERT_TRUE(std::holds_alternative<MusicLibraryPlaylist::Outcome>(
-        mPlaylist.addFile(tape, 5, QStringLiteral("Kept"))));
-    const QByteArray before = contents();
-
-    const auto result =
-        mPlaylist.addFile(mMusic.filePath(QStringLiteral("Spindrel/gone.m4a")), 5, QStringLiteral("Gone"));
-    ASSERT_TRUE(std::holds_alternative<Error>(result));
-    EXPECT_TRUE(std::get<Error>(result).localizedDescription().contains(QStringLiteral("gone.m4a")));
+    // So is a vanished tape; the rename-into-place leaves no temporaries beside the list.
+    const auto vanished =
+        mPlaylist.addFile(mMusic.filePath(QStringLiteral("gone.m4a")), 5, QStringLiteral("Gone"));
+    ASSERT_TRUE(std::holds_alternative<Error>(vanished));
+    EXPECT_TRUE(std::get<Error>(vanished).localizedDescription().contains(QStringLiteral("gone.m4a")));
     EXPECT_EQ(contents(), before);
-    // The rename-into-place leaves no temporaries beside the list.
     EXPECT_EQ(QDir(mMusic.filePath(QStringLiteral("Playlists"))).entryList(QDir::Files | QDir::Hidden),
               QStringList{QStringLiteral("Spindrel.m3u8")});
 }

@@ -1,5 +1,7 @@
 #include "tapes/TapeExport.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -8,6 +10,7 @@
 #include <sys/resource.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -16,16 +19,9 @@ class TapeExportTest : public ::testing::Test
 protected:
     QString write(const QString& name, const QByteArray& contents)
     {
-        QFile file(mDir.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return file.fileName();
+        return writeFile(mDir.filePath(name), contents);
     }
-    static QByteArray read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
+    static QByteArray read(const QString& path) { return readFile(path); }
     QStringList allEntries() const
     {
         return QDir(mDir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
@@ -34,35 +30,29 @@ protected:
     QTemporaryDir mDir;
 };
 
-TEST_F(TapeExportTest, CopiesTheFileWhole)
+TEST_F(TapeExportTest, CopiesTheFileWholeAndReplacesOnlyWithConsent)
 {
     QByteArray audio(3 * 1024 * 1024 + 17, '\0');
     for (qsizetype i = 0; i < audio.size(); ++i)
         audio[i] = char(i * 7);
-    const QString source = write(QStringLiteral("tape.m4a"), audio);
-    const QString destination = mDir.filePath(QStringLiteral("copy.m4a"));
+    QString source = write(QStringLiteral("tape.m4a"), audio);
+    QString destination = mDir.filePath(QStringLiteral("copy.m4a"));
     EXPECT_FALSE(TapeExport::exportFile(source, destination));
     EXPECT_EQ(read(destination), audio);
-    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("copy.m4a"), QStringLiteral("tape.m4a")}));
-}
 
-TEST_F(TapeExportTest, AnExistingFileIsReplacedOnlyWithConsent)
-{
-    const QString source = write(QStringLiteral("tape.m4a"), "new take");
-    const QString destination = write(QStringLiteral("keep.m4a"), "precious");
-
+    source = write(QStringLiteral("tape.m4a"), "new take");
+    destination = write(QStringLiteral("keep.m4a"), "precious");
     const std::optional<Error> refused = TapeExport::exportFile(source, destination);
     ASSERT_TRUE(refused);
     EXPECT_TRUE(refused->localizedDescription().contains(QStringLiteral("already there")));
     EXPECT_EQ(read(destination), QByteArray("precious"));
-
     EXPECT_FALSE(TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace));
     EXPECT_EQ(read(destination), QByteArray("new take"));
 
     // Even with consent a tape is never exported onto its own file.
     EXPECT_TRUE(TapeExport::exportFile(source, source, TapeExport::ExistingFile::Replace));
     EXPECT_EQ(read(source), QByteArray("new take"));
-    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("keep.m4a"), QStringLiteral("tape.m4a")}));
+    EXPECT_EQ(allEntries(), (QStringList{"copy.m4a", "keep.m4a", "tape.m4a"}));
 }
 
 TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)

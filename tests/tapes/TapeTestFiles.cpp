@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <map>
 
@@ -18,6 +19,21 @@ int runProgram(const QString& program, const QStringList& arguments, QByteArray*
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
+QString writeFile(const QString& path, const QByteArray& contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
+        return {};
+    return path;
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
 bool makeTapeFile(const QString& path, const TapeFileKind& kind)
 {
     static QTemporaryDir cache;
@@ -28,24 +44,19 @@ bool makeTapeFile(const QString& path, const TapeFileKind& kind)
         const QString file = cache.filePath(key + QStringLiteral(".m4a"));
         const bool lossless = kind.quality == QLatin1String("HQ");
         const int rate = kind.quality == QLatin1String("LQ") ? 22050 : 44100;
-        QStringList args{
-            QStringLiteral("-v"),
-            QStringLiteral("error"),
-            QStringLiteral("-y"),
-            QStringLiteral("-f"),
-            QStringLiteral("lavfi"),
-            QStringLiteral("-i"),
-            QStringLiteral("sine=frequency=440:sample_rate=%1:duration=%2").arg(rate).arg(kind.seconds),
-            QStringLiteral("-ac"),
-            kind.stereo ? QStringLiteral("2") : QStringLiteral("1")};
-        if (lossless)
-            args << QStringLiteral("-c:a") << QStringLiteral("alac") << QStringLiteral("-sample_fmt")
-                 << QStringLiteral("s16p");
-        else
-            args << QStringLiteral("-c:a") << QStringLiteral("aac") << QStringLiteral("-b:a")
-                 << (kind.quality == QLatin1String("MQ") ? QStringLiteral("128k") : QStringLiteral("48k"));
-        args << QStringLiteral("-movie_timescale") << QString::number(rate) << QStringLiteral("-f")
-             << QStringLiteral("ipod") << file;
+        const QString codec = lossless
+                                  ? QStringLiteral("alac -sample_fmt s16p")
+                                  : QStringLiteral("aac -b:a ") + (kind.quality == "MQ" ? "128k" : "48k");
+        const QStringList args =
+            QStringLiteral(
+                "-v error -y -f lavfi -i sine=frequency=440:sample_rate=%1:duration=%2 -ac %3 -c:a %4 "
+                "-movie_timescale %1 -f ipod")
+                .arg(rate)
+                .arg(kind.seconds)
+                .arg(kind.stereo ? 2 : 1)
+                .arg(codec)
+                .split(u' ')
+            << file;
         if (runProgram(QStringLiteral("ffmpeg"), args) != 0)
             return false;
         found = made.emplace(key, file).first;

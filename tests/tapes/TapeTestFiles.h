@@ -5,8 +5,8 @@
 
 namespace spindrel::test {
 
-/// Real tape files made by ffmpeg the way the recorder writes them ('moov' last, movie timescale =
-/// sample rate), cached per process so each kind is encoded once and copied after.
+/// Tape files made by ffmpeg as the recorder writes them ('moov' last, movie timescale = sample
+/// rate), encoded once per kind and process.
 struct TapeFileKind
 {
     QString quality; // "HQ", "MQ" or "LQ"
@@ -16,6 +16,10 @@ struct TapeFileKind
 
 /// Copies a tape of that kind to `path`; false when ffmpeg failed.
 bool makeTapeFile(const QString& path, const TapeFileKind& kind = {QStringLiteral("LQ"), true, 1.0});
+
+/// Writes the file, making its folder; reads a file whole ("<missing>" when it cannot).
+QString writeFile(const QString& path, const QByteArray& contents);
+QByteArray readFile(const QString& path);
 
 /// Runs a program; its exit status (-1 when it could not start) and standard output.
 int runProgram(const QString& program, const QStringList& arguments, QByteArray* output = nullptr);

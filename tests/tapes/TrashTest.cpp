@@ -1,5 +1,7 @@
 #include "tapes/Trash.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -9,6 +11,7 @@
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using namespace spindrel::test;
 
 namespace {
 
@@ -24,12 +27,7 @@ protected:
 
     QString makeFile(const QString& relativePath, const QByteArray& contents = "tape bytes")
     {
-        const QString path = mFiles.filePath(relativePath);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return path;
+        return writeFile(mFiles.filePath(relativePath), contents);
     }
 
     QString trash() const { return mHome.filePath(QStringLiteral("data/Trash")); }
@@ -58,6 +56,8 @@ protected:
 TEST_F(TrashTest, FileGoesIntoTheHomeTrashWithAValidTrashInfo)
 {
     const QString original = makeFile(QStringLiteral("my takes/Señor 100% #1.m4a"));
+    EXPECT_EQ(Trash::homeTrashPath(), trash());
+    EXPECT_EQ(Trash::trashPathForFile(original), trash());
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
 
     const auto result = Trash::moveToTrash(original);
@@ -67,9 +67,7 @@ TEST_F(TrashTest, FileGoesIntoTheHomeTrashWithAValidTrashInfo)
 
     EXPECT_FALSE(QFile::exists(original));
     EXPECT_EQ(trashed.trashedPath, trash() + QStringLiteral("/files/Señor 100% #1.m4a"));
-    QFile moved(trashed.trashedPath);
-    ASSERT_TRUE(moved.open(QIODevice::ReadOnly));
-    EXPECT_EQ(moved.readAll(), QByteArray("tape bytes"));
+    EXPECT_EQ(readFile(trashed.trashedPath), QByteArray("tape bytes"));
 
     EXPECT_EQ(trashed.infoPath, trash() + QStringLiteral("/info/Señor 100% #1.m4a.trashinfo"));
     const auto keys = trashInfo(trashed.infoPath);
@@ -104,26 +102,15 @@ TEST_F(TrashTest, SameNamesGetUniqueTrashNamesAndNothingIsOverwritten)
     }
     EXPECT_EQ(names, (QStringList{QStringLiteral("take.m4a"), QStringLiteral("take.2.m4a"),
                                   QStringLiteral("take.3.m4a")}));
-    QFile kept(trash() + QStringLiteral("/files/take.m4a"));
-    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
-    EXPECT_EQ(kept.readAll(), QByteArray("first"));
+    EXPECT_EQ(readFile(trash() + QStringLiteral("/files/take.m4a")), QByteArray("first"));
     EXPECT_EQ(QDir(trash() + QStringLiteral("/info")).entryList(QDir::Files).size(), 3);
-}
 
-TEST_F(TrashTest, AVanishedFileIsAnErrorThatLeavesNoTraceInTheTrash)
-{
-    const QString gone = mFiles.filePath(QStringLiteral("gone.m4a"));
-    const auto result = Trash::moveToTrash(gone);
-    ASSERT_TRUE(std::holds_alternative<Error>(result));
-    EXPECT_TRUE(std::get<Error>(result).localizedDescription().contains(QStringLiteral("gone.m4a")));
-    EXPECT_TRUE(QDir(trash() + QStringLiteral("/info")).entryList(QDir::Files).isEmpty());
-    EXPECT_TRUE(QDir(trash() + QStringLiteral("/files")).entryList(QDir::Files).isEmpty());
-}
-
-TEST_F(TrashTest, TheHomeTrashFollowsTheDataHome)
-{
-    EXPECT_EQ(Trash::homeTrashPath(), trash());
-    EXPECT_EQ(Trash::trashPathForFile(makeFile(QStringLiteral("x.m4a"))), trash());
+    // A vanished file is an error that leaves no trace in the trash.
+    const auto gone = Trash::moveToTrash(mFiles.filePath(QStringLiteral("gone.m4a")));
+    ASSERT_TRUE(std::holds_alternative<Error>(gone));
+    EXPECT_TRUE(std::get<Error>(gone).localizedDescription().contains(QStringLiteral("gone.m4a")));
+    EXPECT_EQ(QDir(trash() + QStringLiteral("/info")).entryList(QDir::Files).size(), 3);
+    EXPECT_EQ(QDir(trash() + QStringLiteral("/files")).entryList(QDir::Files).size(), 3);
 }
 
 } // namespace

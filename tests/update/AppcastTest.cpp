@@ -15,7 +15,6 @@ const QByteArray feed = R"(<?xml version="1.0" encoding="utf-8"?>
       <link>https://example.org/spindrel/0.2</link>
       <sparkle:releaseNotesLink>https://example.org/spindrel/0.2/notes.html</sparkle:releaseNotesLink>
       <description><![CDATA[<ul><li>Tapes remember their colour</li></ul>]]></description>
-      <pubDate>Mon, 03 Jun 2024 10:00:00 +0000</pubDate>
       <enclosure url="https://example.org/spindrel-0.2.tar.xz" sparkle:version="0.2.0"
                  sparkle:shortVersionString="0.2" length="123" type="application/x-xz"/>
     </item>
@@ -33,7 +32,7 @@ const QByteArray feed = R"(<?xml version="1.0" encoding="utf-8"?>
 </rss>
 )";
 
-TEST(AppcastTest, ReadsItemsWithVersionsForThisSystem)
+TEST(AppcastTest, ReadsItemsWithVersionsForThisSystemAndNothingFromBrokenFeeds)
 {
     const Appcast appcast = Appcast::fromData(feed);
     EXPECT_EQ(appcast.errorString(), QString());
@@ -45,7 +44,6 @@ TEST(AppcastTest, ReadsItemsWithVersionsForThisSystem)
     EXPECT_EQ(newer.itemDescription, QStringLiteral("<ul><li>Tapes remember their colour</li></ul>"));
     EXPECT_EQ(newer.releaseNotesURL, QUrl(QStringLiteral("https://example.org/spindrel/0.2/notes.html")));
     EXPECT_EQ(newer.downloadURL(), QUrl(QStringLiteral("https://example.org/spindrel/0.2")));
-    EXPECT_EQ(newer.date, QStringLiteral("Mon, 03 Jun 2024 10:00:00 +0000"));
 
     const AppcastItem& older = appcast.items().last();
     EXPECT_EQ(older.versionString, QStringLiteral("0.1.0"));
@@ -55,18 +53,14 @@ TEST(AppcastTest, ReadsItemsWithVersionsForThisSystem)
 
     ASSERT_NE(appcast.bestItem(), nullptr);
     EXPECT_EQ(appcast.bestItem()->versionString, QStringLiteral("0.2.0"));
-}
 
-TEST(AppcastTest, MalformedFeedsGiveNoItems)
-{
     const Appcast truncated = Appcast::fromData(feed.left(feed.indexOf("<item><title>No")));
     EXPECT_TRUE(truncated.items().isEmpty());
     EXPECT_FALSE(truncated.errorString().isEmpty());
     EXPECT_EQ(truncated.bestItem(), nullptr);
 
-    const Appcast html = Appcast::fromData("<html><body>Not found</body></html>");
-    EXPECT_TRUE(html.items().isEmpty());
-    EXPECT_EQ(html.errorString(), QStringLiteral("not an RSS feed"));
+    EXPECT_EQ(Appcast::fromData("<html><body>Not found</body></html>").errorString(),
+              QStringLiteral("not an RSS feed"));
 }
 
 } // namespace

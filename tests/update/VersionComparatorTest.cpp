@@ -14,7 +14,7 @@ void expectOlder(const char* older, const char* newer)
         << newer << " > " << older;
 }
 
-TEST(VersionComparatorTest, NumbersCompareAsNumbers)
+TEST(VersionComparatorTest, NumbersCompareAsNumbersAndPreReleasesComeFirst)
 {
     expectOlder("0.1.0", "0.2.0");
     expectOlder("1.9", "1.10");
@@ -23,10 +23,7 @@ TEST(VersionComparatorTest, NumbersCompareAsNumbers)
     expectOlder("1.0", "1.0.1");
     EXPECT_EQ(compareVersions(QStringLiteral("0.1.0"), QStringLiteral("0.1.0")), 0);
     EXPECT_EQ(compareVersions(QStringLiteral("1.02"), QStringLiteral("1.2")), 0);
-}
-
-TEST(VersionComparatorTest, PreReleasesComeBeforeTheirRelease)
-{
+    // Pre-releases come before their release.
     expectOlder("1.0b1", "1.0");
     expectOlder("1.0a2", "1.0b1");
     expectOlder("1.0b2", "1.0b10");
