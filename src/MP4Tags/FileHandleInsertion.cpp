@@ -1,6 +1,6 @@
 #include "MP4Tags/FileHandleInsertion.h"
-#include "MP4Tags/PositionedIO.h"
 
+#include "MP4Tags/PositionedIO.h"
 #include "foundation/Assertion.h"
 
 #include <algorithm>
@@ -43,6 +43,7 @@ void FileHandleInsertion::insertData(const QByteArray& insertionData)
     SP_ASSERT(!insertionData.isNull(), "Invalid parameter not satisfying: insertionData");
     if (insertionData.isEmpty())
         return;
+    const ReadAheadBypass bypass(mFileHandle);
     const int64_t position = lseek(mFileHandle, 0, SEEK_CUR);
     const int64_t count = insertionData.size();
     int64_t fileLength = lseek(mFileHandle, 0, SEEK_END);
@@ -67,6 +68,7 @@ void FileHandleInsertion::removeDataOfLength(uint64_t length)
 {
     if (length == 0)
         return;
+    const ReadAheadBypass bypass(mFileHandle);
     int64_t position = lseek(mFileHandle, 0, SEEK_CUR);
     const int64_t fileLength = lseek(mFileHandle, 0, SEEK_END);
     if (fileLength < 0 || uint64_t(fileLength) < length) {
@@ -86,7 +88,6 @@ void FileHandleInsertion::removeDataOfLength(uint64_t length)
         writeExactly(buffer.constData(), size_t(buffer.size()));
         position += buffer.size();
     }
-    forgetReadAhead(mFileHandle);
     SP_ASSERT(ftruncate(mFileHandle, off_t(newLength)) == 0, "ftruncate == 0");
 }
 

@@ -211,7 +211,10 @@ ssize_t vorl_insertdata(int fileHandle, const void* inData, size_t count, off_t 
     if (count == 0)
         return 0;
     off_t fileLength = lseek(fileHandle, 0, SEEK_END);
-    forgetReadAhead(fileHandle);
+    // Appending moves nothing, and the write extends the file by itself.
+    if (offset == fileLength)
+        return pwriteFully(fileHandle, inData, count, uint64_t(offset));
+    const ReadAheadBypass bypass(fileHandle);
     const int status = ftruncate(fileHandle, fileLength + off_t(count));
     SP_ASSERT(status == 0, "status == 0");
 
@@ -233,6 +236,7 @@ ssize_t vorl_insertdata(int fileHandle, const void* inData, size_t count, off_t 
 
 int vorl_reducefile(int fileHandle, off_t offset, size_t deletionLength)
 {
+    const ReadAheadBypass bypass(fileHandle);
     const off_t fileLength = lseek(fileHandle, 0, SEEK_END);
     SP_ASSERT(fileLength >= off_t(deletionLength), "fileLength >= deletionLength");
     const off_t newLength = fileLength - off_t(deletionLength);
@@ -252,7 +256,6 @@ int vorl_reducefile(int fileHandle, off_t offset, size_t deletionLength)
             destination += off_t(copySize);
         } while (destination < newLength);
     }
-    forgetReadAhead(fileHandle);
     return ftruncate(fileHandle, newLength);
 }
 

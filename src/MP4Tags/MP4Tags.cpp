@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QtEndian>
 #include <algorithm>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -264,6 +265,22 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
         SP_ASSERT(!uuid.has_value(), "Invalid parameter not satisfying: uuid == nil");
     SP_ASSERT(data.size() < INT32_MAX - 64, "Tag value too large for an atom");
 
+    // The walk reads a few dozen headers that lie close together, and the edit rewrites a few
+    // length words beside them: small blocks read once and written back once keep it to a handful
+    // of system calls without pulling in audio.
+    ReadAheadScope readAhead(mFileHandle, 4096, ReadAheadScope::Writes::Held);
+    const bool written = writeData(data, atomCode, type, uuid);
+    if (!readAhead.flush()) {
+        logTagError(qPrintable(
+            QStringLiteral("Could not write to the file: %1").arg(QString::fromLocal8Bit(strerror(errno)))));
+        return false;
+    }
+    return written;
+}
+
+bool MP4Tags::writeData(const QByteArray& data, uint32_t atomCode, uint32_t type,
+                        const std::optional<QByteArray>& uuid)
+{
     Chain chain = topLevelChain();
     const uint64_t mdatOffset = chain.mdat ? chain.mdat->offset() : 0;
     if (!chain.moov) {

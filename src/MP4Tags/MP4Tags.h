@@ -109,6 +109,8 @@ private:
 
     std::optional<QString> readText(uint32_t atomCode) const;
     std::shared_ptr<MP4FileAtom> topLevelAtom(uint32_t type) const;
+    bool writeData(const QByteArray& data, uint32_t atomCode, uint32_t type,
+                   const std::optional<QByteArray>& uuid);
     struct Chain;
     Chain topLevelChain() const;
     bool checkChainBeforeWriting(Chain& chain, uint32_t atomCode, uint32_t itemLength,

@@ -30,24 +30,35 @@ ssize_t preadFromFile(int fileHandle, void* buffer, size_t count, uint64_t offse
     return ssize_t(done);
 }
 
+struct Block
+{
+    std::vector<char> bytes; // shorter than the block size only at the end of the file
+    size_t dirtyFrom = SIZE_MAX;
+    size_t dirtyTo = 0;
+};
+
 struct ReadAhead
 {
-    static constexpr uint64_t BlockSize = 64 * 1024;
-
+    uint64_t blockSize = 0;
     int fileHandle = -1;
-    // Block index to its bytes; a block shorter than BlockSize ends at the end of the file.
-    std::unordered_map<uint64_t, std::vector<char>> blocks;
+    bool holdsWrites = false;
+    bool writeFailed = false;
+    std::unordered_map<uint64_t, Block> blocks;
 
-    const std::vector<char>* block(uint64_t index)
+    Block* block(uint64_t index)
     {
         auto found = blocks.find(index);
         if (found == blocks.end()) {
-            std::vector<char> bytes(BlockSize);
-            const ssize_t got = preadFromFile(fileHandle, bytes.data(), BlockSize, index * BlockSize);
+            std::vector<char> bytes(blockSize);
+            // A regular file reads short only at its end, so one read settles the block.
+            ssize_t got = 0;
+            do
+                got = pread(fileHandle, bytes.data(), blockSize, off_t(index * blockSize));
+            while (got < 0 && errno == EINTR);
             if (got < 0)
                 return nullptr;
             bytes.resize(size_t(got));
-            found = blocks.emplace(index, std::move(bytes)).first;
+            found = blocks.emplace(index, Block{std::move(bytes)}).first;
         }
         return &found->second;
     }
@@ -57,29 +68,100 @@ struct ReadAhead
         size_t done = 0;
         while (done < count) {
             const uint64_t at = offset + done;
-            const std::vector<char>* bytes = block(at / BlockSize);
-            if (!bytes)
+            const Block* found = block(at / blockSize);
+            if (!found)
                 return done > 0 ? ssize_t(done) : -1;
-            const uint64_t within = at % BlockSize;
-            if (within >= bytes->size())
+            const uint64_t within = at % blockSize;
+            if (within >= found->bytes.size())
                 break;
-            const size_t take = std::min(count - done, size_t(bytes->size() - within));
-            std::memcpy(static_cast<char*>(buffer) + done, bytes->data() + within, take);
+            const size_t take = std::min(count - done, size_t(found->bytes.size() - within));
+            std::memcpy(static_cast<char*>(buffer) + done, found->bytes.data() + within, take);
             done += take;
         }
         return ssize_t(done);
+    }
+
+    // Copies a write into the blocks it touches. A block must not end before the write begins, or
+    // the file would gain a hole the block cannot show; then false, and nothing is copied.
+    bool copyIn(const void* buffer, size_t count, uint64_t offset, bool loadMissing)
+    {
+        const uint64_t first = offset / blockSize;
+        const uint64_t last = (offset + count - 1) / blockSize;
+        for (uint64_t index = first; index <= last; ++index) {
+            const Block* found = loadMissing ? block(index) : nullptr;
+            if (loadMissing &&
+                (!found || std::max(offset, index * blockSize) > index * blockSize + found->bytes.size()))
+                return false;
+        }
+        // A short block before the write may now be followed by a hole.
+        std::erase_if(blocks, [&](const auto& entry) {
+            return entry.first < first && entry.second.bytes.size() < blockSize && entry.second.dirtyTo == 0;
+        });
+        for (uint64_t index = first; index <= last; ++index) {
+            const auto found = blocks.find(index);
+            if (found == blocks.end())
+                continue;
+            Block& target = found->second;
+            const uint64_t blockStart = index * blockSize;
+            const uint64_t from = std::max(offset, blockStart);
+            const uint64_t to = std::min(offset + count, blockStart + blockSize);
+            if (from > blockStart + target.bytes.size()) {
+                blocks.erase(found);
+                continue;
+            }
+            target.bytes.resize(std::max<size_t>(target.bytes.size(), to - blockStart));
+            std::memcpy(target.bytes.data() + (from - blockStart),
+                        static_cast<const char*>(buffer) + (from - offset), to - from);
+            if (holdsWrites) {
+                target.dirtyFrom = std::min<size_t>(target.dirtyFrom, from - blockStart);
+                target.dirtyTo = std::max<size_t>(target.dirtyTo, to - blockStart);
+            }
+        }
+        return true;
+    }
+
+    // Writes the held bytes, one write per block touched.
+    bool flush()
+    {
+        for (auto& [index, held] : blocks) {
+            if (held.dirtyTo == 0)
+                continue;
+            const size_t count = held.dirtyTo - held.dirtyFrom;
+            size_t done = 0;
+            while (done < count) {
+                const ssize_t put = pwrite(fileHandle, held.bytes.data() + held.dirtyFrom + done,
+                                           count - done, off_t(index * blockSize + held.dirtyFrom + done));
+                if (put < 0 && errno == EINTR)
+                    continue;
+                if (put <= 0) {
+                    writeFailed = true;
+                    break;
+                }
+                done += size_t(put);
+            }
+            held.dirtyFrom = SIZE_MAX;
+            held.dirtyTo = 0;
+        }
+        return !writeFailed;
     }
 };
 
 thread_local ReadAhead* tReadAhead = nullptr;
 
+ReadAhead* readAheadFor(int fileHandle)
+{
+    return tReadAhead && tReadAhead->fileHandle == fileHandle ? tReadAhead : nullptr;
+}
+
 } // namespace
 
-ReadAheadScope::ReadAheadScope(int fileHandle)
+ReadAheadScope::ReadAheadScope(int fileHandle, size_t blockSize, Writes writes)
 {
     if (!tReadAhead) {
         tReadAhead = new ReadAhead;
         tReadAhead->fileHandle = fileHandle;
+        tReadAhead->blockSize = blockSize;
+        tReadAhead->holdsWrites = writes == Writes::Held;
         mOwns = true;
     }
 }
@@ -88,22 +170,38 @@ ReadAheadScope::~ReadAheadScope()
 {
     if (!mOwns)
         return;
+    tReadAhead->flush();
     delete tReadAhead;
     tReadAhead = nullptr;
 }
 
-void forgetReadAhead(int fileHandle)
+bool ReadAheadScope::flush()
 {
-    if (tReadAhead && tReadAhead->fileHandle == fileHandle)
-        tReadAhead->blocks.clear();
+    return !mOwns || tReadAhead->flush();
+}
+
+ReadAheadBypass::ReadAheadBypass(int fileHandle)
+{
+    if (ReadAhead* readAhead = readAheadFor(fileHandle)) {
+        readAhead->flush();
+        readAhead->blocks.clear();
+        mSuspended = readAhead;
+        tReadAhead = nullptr;
+    }
+}
+
+ReadAheadBypass::~ReadAheadBypass()
+{
+    if (mSuspended)
+        tReadAhead = static_cast<ReadAhead*>(mSuspended);
 }
 
 ssize_t preadFully(int fileHandle, void* buffer, size_t count, uint64_t offset)
 {
     if (!representable(offset, count))
         return -1;
-    if (tReadAhead && tReadAhead->fileHandle == fileHandle)
-        return tReadAhead->read(buffer, count, offset);
+    if (ReadAhead* readAhead = readAheadFor(fileHandle))
+        return readAhead->read(buffer, count, offset);
     return preadFromFile(fileHandle, buffer, count, offset);
 }
 
@@ -111,7 +209,13 @@ ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t o
 {
     if (!representable(offset, count))
         return -1;
-    forgetReadAhead(fileHandle);
+    if (count == 0)
+        return 0;
+    ReadAhead* readAhead = readAheadFor(fileHandle);
+    if (readAhead && readAhead->holdsWrites && readAhead->copyIn(buffer, count, offset, true))
+        return ssize_t(count);
+    if (readAhead)
+        readAhead->flush();
     size_t done = 0;
     while (done < count) {
         const ssize_t put =
@@ -122,6 +226,8 @@ ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t o
             return done > 0 ? ssize_t(done) : put;
         done += size_t(put);
     }
+    if (readAhead)
+        readAhead->copyIn(buffer, done, offset, false);
     return ssize_t(done);
 }
 

@@ -11,23 +11,42 @@ namespace spindrel {
 ssize_t preadFully(int fileHandle, void* buffer, size_t count, uint64_t offset);
 ssize_t pwriteFully(int fileHandle, const void* buffer, size_t count, uint64_t offset);
 
-/// While one lives, reads of its descriptor on this thread are served from 64 KiB blocks read once,
-/// so walking a file's atoms costs a few system calls instead of two per atom. Meant for loading
-/// (reads only); any write or size change on the descriptor drops what was read.
+/// While one lives, reads of its descriptor on this thread are served from blocks read once, so
+/// walking a file's atoms costs a few system calls instead of two per atom. Writes through
+/// pwriteFully keep the blocks true. With Writes::Held, writes into the blocks are kept and go to
+/// the file together at flush() or when the scope ends, so a handful of small edits in one region
+/// costs one write. Code that moves bytes any other way or changes the file's size works inside a
+/// ReadAheadBypass.
 class ReadAheadScope
 {
 public:
-    explicit ReadAheadScope(int fileHandle);
+    enum class Writes { Through, Held };
+    explicit ReadAheadScope(int fileHandle, size_t blockSize = 64 * 1024, Writes writes = Writes::Through);
     ~ReadAheadScope();
     ReadAheadScope(const ReadAheadScope&) = delete;
     ReadAheadScope& operator=(const ReadAheadScope&) = delete;
+
+    /// Writes what is held; false when any held write has failed.
+    bool flush();
 
 private:
     bool mOwns = false; // only the outermost scope on a thread reads ahead
 };
 
-/// Drops blocks read ahead for the descriptor; callers that change a file's size call it.
-void forgetReadAhead(int fileHandle);
+/// While one lives, the descriptor's reads and writes go straight to the file: what was held is
+/// written and the blocks are dropped first. Moving a file's bytes or changing its size happens
+/// inside one, so a bulk move never fills the blocks.
+class ReadAheadBypass
+{
+public:
+    explicit ReadAheadBypass(int fileHandle);
+    ~ReadAheadBypass();
+    ReadAheadBypass(const ReadAheadBypass&) = delete;
+    ReadAheadBypass& operator=(const ReadAheadBypass&) = delete;
+
+private:
+    void* mSuspended = nullptr;
+};
 
 /// The big-endian 32-bit word at the offset; false (and 0) when 4 bytes cannot be read.
 bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word);
