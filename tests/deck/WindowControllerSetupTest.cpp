@@ -197,23 +197,6 @@ TEST_F(SetupTest, TrashingATapeTakesItOutOfTheListAtOnceWithItsSound)
     EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
 }
 
-TEST_F(SetupTest, ImportCopiesEachNameOnceAndTheLibraryPicksThemUp)
-{
-    QDir(mFolder.path()).mkpath(QStringLiteral("a"));
-    QDir(mFolder.path()).mkpath(QStringLiteral("b"));
-    const QString first = mFolder.filePath(QStringLiteral("a/take.m4a"));
-    const QString second = mFolder.filePath(QStringLiteral("b/take.m4a"));
-    ASSERT_TRUE(makeTapeFile(first, {QStringLiteral("LQ"), true, 1.0}));
-    ASSERT_TRUE(makeTapeFile(second, {QStringLiteral("LQ"), true, 3.0}));
-    WindowController& deck = openDeck();
-
-    deck.importTapesIntoLibrary({QUrl::fromLocalFile(first), QUrl::fromLocalFile(second)});
-    EXPECT_EQ(libraryFiles(), QStringList{QStringLiteral("take.m4a")});
-    EXPECT_EQ(QFileInfo(mLibraryPath + QStringLiteral("/take.m4a")).size(), QFileInfo(first).size());
-    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
-    EXPECT_EQ(deck.selectedTape(), deck.library().content().first());
-}
-
 TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
 {
     const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
