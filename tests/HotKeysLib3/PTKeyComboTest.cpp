@@ -1,6 +1,7 @@
 #include "HotKeysLib3/PTKeyCombo.h"
 
 #include "HotKeysLib3/PTKeyCodeNames.h"
+#include "HotKeysLib3/PTKeyCodeTable.h"
 #include "HotKeysLib3/PTKeyCodeTranslator.h"
 
 #include <QFile>
@@ -13,100 +14,61 @@ namespace {
 
 constexpr uint32_t commandShift = PTKeyCombo::cmdKey | PTKeyCombo::shiftKey;
 
-class PTKeyComboTest : public ::testing::Test
-{
-protected:
-    std::unique_ptr<PTKeyCodeTranslator> us = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"));
-};
-
-TEST_F(PTKeyComboTest, PlistFormRoundTripsAndDefaultsToTheClearCombination)
+TEST(PTKeyComboTest, PlistFormRoundTripsAndOnlyAKeyWithModifiersIsAHotKey)
 {
     const PTKeyCombo record(26, 768);
     const QVariantMap plist = record.plistRepresentation();
     EXPECT_EQ(plist.value(QStringLiteral("keyCode")).toInt(), 26);
     EXPECT_EQ(plist.value(QStringLiteral("modifiers")).toUInt(), 768u);
     EXPECT_EQ(PTKeyCombo::fromPlistRepresentation(plist), record);
-
     // Numbers read back from a settings file may arrive as text.
     EXPECT_EQ(PTKeyCombo::fromPlistRepresentation(QVariantMap{
                   {QStringLiteral("keyCode"), QStringLiteral("28")}, {QStringLiteral("modifiers"), 768}}),
               PTKeyCombo(28, 768));
-    EXPECT_TRUE(PTKeyCombo::fromPlistRepresentation(QVariant()).isClearCombo());
     EXPECT_TRUE(PTKeyCombo::fromPlistRepresentation(QStringLiteral("7")).isClearCombo());
-    const PTKeyCombo noKey =
-        PTKeyCombo::fromPlistRepresentation(QVariantMap{{QStringLiteral("modifiers"), 256}});
-    EXPECT_EQ(noKey.keyCode(), -1);
-    EXPECT_FALSE(noKey.isValidHotKeyCombo());
-}
+    EXPECT_FALSE(PTKeyCombo::fromPlistRepresentation(QVariantMap{{QStringLiteral("modifiers"), 256}})
+                     .isValidHotKeyCombo());
 
-TEST_F(PTKeyComboTest, OnlyAKeyWithModifiersIsAHotKey)
-{
-    EXPECT_TRUE(PTKeyCombo::clearKeyCombo().isClearCombo());
     EXPECT_FALSE(PTKeyCombo::clearKeyCombo().isValidHotKeyCombo());
     EXPECT_FALSE(PTKeyCombo(26, 0).isValidHotKeyCombo());
     EXPECT_FALSE(PTKeyCombo(26, 0).isClearCombo());
     EXPECT_TRUE(PTKeyCombo(0, PTKeyCombo::cmdKey).isValidHotKeyCombo()) << "key code 0 is the A key";
     EXPECT_FALSE(PTKeyCombo(-7, PTKeyCombo::cmdKey).isValidHotKeyCombo());
     EXPECT_NE(PTKeyCombo(26, 768), PTKeyCombo(26, 256));
-    EXPECT_NE(PTKeyCombo(26, 768), PTKeyCombo(28, 768));
 }
 
-TEST_F(PTKeyComboTest, DescriptionPutsModifierGlyphsInTheirFixedOrder)
+TEST(PTKeyComboTest, DescriptionsFollowTheModifierOrderTheFixedNamesAndTheLayout)
 {
-    ASSERT_TRUE(us);
-    EXPECT_EQ(PTKeyCombo(26, 768).description(*us), QStringLiteral("⌘⇧7"));
-    EXPECT_EQ(PTKeyCombo(0, PTKeyCombo::shiftKey | PTKeyCombo::controlKey | PTKeyCombo::optionKey |
-                                PTKeyCombo::cmdKey)
-                  .description(*us),
-              QStringLiteral("⌘⌥⌃⇧A"));
-    EXPECT_EQ(PTKeyCombo(44, PTKeyCombo::optionKey).description(*us), QStringLiteral("⌥/"));
+    auto us = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"));
+    auto german = PTKeyCodeTranslator::fromLayout(QStringLiteral("de"));
+    ASSERT_TRUE(us && german);
+    const struct
+    {
+        PTKeyCombo combo;
+        const char16_t* description;
+    } cases[] = {
+        {{26, 768}, u"⌘⇧7"},
+        {{0, PTKeyCombo::shiftKey | PTKeyCombo::controlKey | PTKeyCombo::optionKey | PTKeyCombo::cmdKey},
+         u"⌘⌥⌃⇧A"},
+        {{44, PTKeyCombo::optionKey}, u"⌥/"},
+        {{122, commandShift}, u"⌘⇧F1"},
+        {{49, PTKeyCombo::optionKey}, u"⌥Space"},
+        {{126, PTKeyCombo::cmdKey}, u"⌘↑"},
+        {{76, PTKeyCombo::cmdKey}, u"⌘⌤"},
+        {{89, commandShift}, u"⌘⇧Pad 7"},
+        {{65, PTKeyCombo::cmdKey}, u"⌘Pad ."},
+        {{26, 0}, u"(None)"},
+        {PTKeyCombo::clearKeyCombo(), u"(None)"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.combo.description(*us), QString::fromUtf16(c.description));
     EXPECT_EQ(PTKeyCombo(26, 768).platformDescription(*us), QStringLiteral("Ctrl+Shift+7"));
     EXPECT_EQ(PTKeyCombo(0, PTKeyCombo::optionKey | PTKeyCombo::controlKey).platformDescription(*us),
               QStringLiteral("Alt+Super+A"));
-}
-
-TEST_F(PTKeyComboTest, CombinationsThatAreNoHotKeyReadNone)
-{
-    ASSERT_TRUE(us);
-    EXPECT_EQ(PTKeyCombo(26, 0).description(*us), QStringLiteral("(None)"));
-    EXPECT_EQ(PTKeyCombo::clearKeyCombo().description(*us), QStringLiteral("(None)"));
     EXPECT_EQ(PTKeyCombo(26, 0).platformDescription(*us), QStringLiteral("(None)"));
-}
-
-TEST_F(PTKeyComboTest, KeysWithoutCharacterUseTheirFixedNamesAndKeypadKeysThePadMarker)
-{
-    ASSERT_TRUE(us);
-    EXPECT_EQ(PTKeyCombo(122, commandShift).description(*us), QStringLiteral("⌘⇧F1"));
-    EXPECT_EQ(PTKeyCombo(49, PTKeyCombo::optionKey).description(*us), QStringLiteral("⌥Space"));
-    EXPECT_EQ(PTKeyCombo(126, PTKeyCombo::cmdKey).description(*us), QStringLiteral("⌘↑"));
-    EXPECT_EQ(PTKeyCombo(76, PTKeyCombo::cmdKey).description(*us), QStringLiteral("⌘⌤"));
-
-    EXPECT_EQ(PTKeyCombo(89, commandShift).description(*us), QStringLiteral("⌘⇧Pad 7"));
-    EXPECT_EQ(PTKeyCombo(82, PTKeyCombo::cmdKey).keyCodeString(*us), QStringLiteral("Pad 0"));
-    EXPECT_EQ(PTKeyCombo(65, PTKeyCombo::cmdKey).keyCodeString(*us), QStringLiteral("Pad ."));
-    EXPECT_EQ(PTKeyCombo(69, PTKeyCombo::cmdKey).keyCodeString(*us), QStringLiteral("Pad +"));
-    // The digit row's 7 is no keypad key.
-    EXPECT_EQ(PTKeyCombo(26, PTKeyCombo::cmdKey).keyCodeString(*us), QStringLiteral("7"));
-}
-
-TEST_F(PTKeyComboTest, KeyTextFollowsTheKeyboardLayout)
-{
-    auto german = PTKeyCodeTranslator::fromLayout(QStringLiteral("de"));
-    auto french = PTKeyCodeTranslator::fromLayout(QStringLiteral("fr"));
-    ASSERT_TRUE(german && french);
-    // Key code 16 is the key right of T: Y in the US, Z in Germany.
-    EXPECT_EQ(PTKeyCombo(16, PTKeyCombo::cmdKey).description(*us), QStringLiteral("⌘Y"));
+    // Key code 16 is the key right of T: Y in the US, Z in Germany; fixed names stay.
     EXPECT_EQ(PTKeyCombo(16, PTKeyCombo::cmdKey).description(*german), QStringLiteral("⌘Z"));
-    EXPECT_EQ(PTKeyCombo(12, PTKeyCombo::cmdKey).description(*french), QStringLiteral("⌘A"));
-    // Fixed names do not change with the layout.
-    EXPECT_EQ(PTKeyCombo(122, PTKeyCombo::cmdKey).description(*french), QStringLiteral("⌘F1"));
-}
-
-TEST(PTKeyCodeNamesTest, ShippedMapIsTheCurrentVersion)
-{
-    const PTKeyCodeNames& names = PTKeyCodeNames::shared();
-    EXPECT_EQ(names.version(), 2);
-    EXPECT_EQ(names.padKeyString(), QStringLiteral("Pad"));
+    EXPECT_EQ(PTKeyCombo(122, PTKeyCombo::cmdKey).description(*german), QStringLiteral("⌘F1"));
 }
 
 TEST(PTKeyCodeNamesTest, OlderMapsWriteUnknownKeysAsNumbers)
@@ -122,6 +84,7 @@ TEST(PTKeyCodeNamesTest, OlderMapsWriteUnknownKeysAsNumbers)
     };
     auto us = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"));
     ASSERT_TRUE(us);
+    EXPECT_EQ(PTKeyCodeNames::shared().padKeyString(), QStringLiteral("Pad"));
 
     const PTKeyCodeNames decimal = PTKeyCodeNames::fromFile(
         write(QStringLiteral("decimal.plist"),
@@ -135,6 +98,39 @@ TEST(PTKeyCodeNamesTest, OlderMapsWriteUnknownKeysAsNumbers)
                                      "<key>unmappedKeys</key><dict><key>7A</key><string>F1</string></dict>"));
     EXPECT_EQ(hexadecimal.stringForKeyCode(122, *us), QStringLiteral("F1"));
     EXPECT_EQ(hexadecimal.stringForKeyCode(26, *us), QStringLiteral("1A"));
+}
+
+TEST(PTKeyCodeTranslatorTest, StoredKeyCodesMapToXkbKeyCodesAndBack)
+{
+    auto us = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"));
+    ASSERT_TRUE(us);
+    // evdev numbering: the kernel's KEY_7 (8) plus 8, KEY_KP7 (71) plus 8.
+    EXPECT_EQ(us->xkbKeycodeForKeyCode(26), 16u);
+    EXPECT_EQ(us->xkbKeycodeForKeyCode(89), 79u);
+    EXPECT_EQ(us->xkbKeycodeForKeyCode(52), 0u);
+    EXPECT_EQ(us->keyCodeForXkbKeycode(37), -1) << "left Ctrl has no stored key code";
+
+    int mapped = 0;
+    for (const PTKeyCodeEntry& entry : PTKeyCodeTable::entries()) {
+        const uint32_t xkbKeycode = us->xkbKeycodeForKeyCode(entry.keyCode);
+        if (xkbKeycode == 0)
+            continue;
+        ++mapped;
+        EXPECT_EQ(us->keyCodeForXkbKeycode(xkbKeycode), entry.keyCode) << entry.xkbName;
+    }
+    EXPECT_GE(mapped, 100) << "nearly every key of the table exists on a PC keyboard";
+}
+
+TEST(PTKeyCodeTranslatorTest, TranslationFollowsTheLayoutButPositionsStay)
+{
+    auto us = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"));
+    auto dvorak = PTKeyCodeTranslator::fromLayout(QStringLiteral("us"), QStringLiteral("dvorak"));
+    ASSERT_TRUE(us && dvorak);
+    EXPECT_EQ(us->translateKeyCode(89), QStringLiteral("7")) << "keypad keys translate as with Num Lock";
+    EXPECT_EQ(us->translateKeyCode(36), QString()) << "Return types no printable character";
+    EXPECT_EQ(us->keysymNameForKeyCode(89), QStringLiteral("KP_7"));
+    EXPECT_EQ(dvorak->translateKeyCode(1), QStringLiteral("o"));
+    EXPECT_EQ(us->xkbKeycodeForKeyCode(16), dvorak->xkbKeycodeForKeyCode(16));
 }
 
 } // namespace

@@ -6,14 +6,13 @@
 #include <xcb/xcb_keysyms.h>
 #include <xcb/xtest.h>
 
-XTestKeyboard::XTestKeyboard()
+XTestKeyboard::XTestKeyboard() : mConnection(xcb_connect(nullptr, nullptr))
 {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
+    if (xcb_connection_has_error(mConnection)) {
+        xcb_disconnect(mConnection);
+        mConnection = nullptr;
         return;
     }
-    mConnection = connection;
     mSymbols = xcb_key_symbols_alloc(mConnection);
     mRoot = xcb_setup_roots_iterator(xcb_get_setup(mConnection)).data->root;
 }
@@ -25,7 +24,6 @@ XTestKeyboard::~XTestKeyboard()
     if (mWindow)
         xcb_destroy_window(mConnection, mWindow);
     xcb_key_symbols_free(mSymbols);
-    xcb_flush(mConnection);
     xcb_disconnect(mConnection);
 }
 
@@ -55,31 +53,24 @@ uint16_t XTestKeyboard::modifierMaskOf(uint32_t keysym) const
     auto* mapping =
         xcb_get_modifier_mapping_reply(mConnection, xcb_get_modifier_mapping(mConnection), nullptr);
     uint16_t mask = 0;
-    if (mapping) {
-        const xcb_keycode_t* keycodes = xcb_get_modifier_mapping_keycodes(mapping);
-        for (int modifier = 0; modifier < 8; ++modifier)
-            for (int k = 0; k < mapping->keycodes_per_modifier; ++k)
-                if (keycodes[modifier * mapping->keycodes_per_modifier + k] == wanted)
-                    mask = static_cast<uint16_t>(1u << modifier);
-    }
+    for (int i = 0; mapping && i < 8 * mapping->keycodes_per_modifier; ++i)
+        if (xcb_get_modifier_mapping_keycodes(mapping)[i] == wanted)
+            mask = static_cast<uint16_t>(1u << (i / mapping->keycodes_per_modifier));
     free(mapping);
-    return mask;
-}
-
-uint16_t XTestKeyboard::pointerModifiers()
-{
-    auto* pointer = xcb_query_pointer_reply(mConnection, xcb_query_pointer(mConnection, mRoot), nullptr);
-    const uint16_t mask = pointer ? pointer->mask : 0;
-    free(pointer);
     return mask;
 }
 
 bool XTestKeyboard::setLock(uint32_t lockKeysym, bool on)
 {
-    const uint16_t mask = modifierMaskOf(lockKeysym);
-    if (bool(pointerModifiers() & mask) != on)
+    const auto isOn = [&] {
+        auto* pointer = xcb_query_pointer_reply(mConnection, xcb_query_pointer(mConnection, mRoot), nullptr);
+        const bool result = pointer && (pointer->mask & modifierMaskOf(lockKeysym));
+        free(pointer);
+        return result;
+    };
+    if (isOn() != on)
         type({lockKeysym});
-    return pointerModifiers() & mask;
+    return isOn();
 }
 
 void XTestKeyboard::focusOwnWindow()
@@ -100,11 +91,10 @@ bool XTestKeyboard::canGrab(uint32_t keysym, uint16_t modifiers)
     xcb_generic_error_t* error =
         xcb_request_check(mConnection, xcb_grab_key_checked(mConnection, 1, mRoot, modifiers, keycode,
                                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    if (error) {
-        free(error);
-        return false;
-    }
-    xcb_ungrab_key(mConnection, keycode, mRoot, modifiers);
+    const bool grabbed = error == nullptr;
+    free(error);
+    if (grabbed)
+        xcb_ungrab_key(mConnection, keycode, mRoot, modifiers);
     xcb_flush(mConnection);
-    return true;
+    return grabbed;
 }

@@ -27,8 +27,6 @@ public:
     bool canGrab(uint32_t keysym, uint16_t modifiers);
 
 private:
-    uint16_t pointerModifiers();
-
     xcb_connection_t* mConnection = nullptr;
     _XCBKeySymbols* mSymbols = nullptr;
     uint32_t mRoot = 0;

@@ -7,7 +7,6 @@
 
 #include <QDate>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -15,6 +14,7 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QThread>
 #include <gtest/gtest.h>
 
@@ -78,7 +78,7 @@ protected:
     QProcess mTone;
 };
 
-TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthAndPrintsItsPath)
+TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAndPrintsItsPath)
 {
     QString path;
     ASSERT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1.5"), QStringLiteral("--quality"),
@@ -101,23 +101,18 @@ TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthAndPrintsItsPath)
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->artist().value_or(QString()), QStringLiteral("Command Author"));
     EXPECT_FALSE(tags->coverArt().value_or(QByteArray()).isEmpty());
-}
 
-TEST_F(RecordCommandTest, MonoOnAChosenDeviceAndChannel)
-{
-    QString path;
+    // Mono on a chosen device and channel.
     ASSERT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1"), QStringLiteral("--mono"),
                       QStringLiteral("--device"), QStringLiteral("vmic"), QStringLiteral("--channels"),
                       QStringLiteral("1"), QStringLiteral("--folder"), mFolder.path()},
                      &path),
               0);
-    Tape tape(path);
-    tape.setCommitsWhenReleased(false);
-    EXPECT_FALSE(tape.stereo());
-    // The low quality's rate; its bit rate is the stereo one, which reads back as another
-    // quality for a mono file.
-    EXPECT_EQ(tape.samplerate(), 22050u);
-    EXPECT_NEAR(tape.duration(), 1.0, 0.15);
+    Tape mono(path);
+    mono.setCommitsWhenReleased(false);
+    EXPECT_FALSE(mono.stereo());
+    EXPECT_EQ(mono.samplerate(), 22050u) << "the low quality's rate";
+    EXPECT_NEAR(mono.duration(), 1.0, 0.15);
 }
 
 TEST_F(RecordCommandTest, BadRequestsSayWhatIsWrongAndRecordNothing)
@@ -153,19 +148,15 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
     ASSERT_TRUE(recording.waitForStarted());
     // The clock starts once sound is reaching the file: the server takes a while to deliver.
     QString inProgress;
-    QElapsedTimer waited;
-    waited.start();
-    while (waited.elapsed() < 20000) {
-        const QStringList found =
-            QDir(library).entryList({QLatin1Char('*') + RecordingRecovery::inProgressSuffix()}, QDir::Files);
-        if (!found.isEmpty() &&
-            RecordingRecovery::recoverableLength(QDir(library).filePath(found.first())) > 0) {
-            inProgress = QDir(library).filePath(found.first());
-            break;
-        }
-        QThread::msleep(50);
-    }
-    ASSERT_FALSE(inProgress.isEmpty()) << "the recording never reached the disk";
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const QStringList found = QDir(library).entryList(
+                {QLatin1Char('*') + RecordingRecovery::inProgressSuffix()}, QDir::Files);
+            inProgress = found.isEmpty() ? QString() : QDir(library).filePath(found.first());
+            return !inProgress.isEmpty() && RecordingRecovery::recoverableLength(inProgress) > 0;
+        },
+        20000))
+        << "the recording never reached the disk";
 
     // Listing the library meanwhile neither shows nor touches the recording going on.
     QString listed;

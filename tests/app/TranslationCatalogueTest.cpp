@@ -65,29 +65,28 @@ QList<Message> readCatalogue(QIODevice& file, QString* language, QString* error)
     return messages;
 }
 
-QStringList sorted(QStringList list)
+// The sorted matches of `pattern` in `text`: placeholders or markup.
+QStringList matches(const QRegularExpression& pattern, const QString& text, bool unique)
 {
-    list.sort();
-    return list;
+    QStringList found;
+    for (auto it = pattern.globalMatch(text); it.hasNext();)
+        found << it.next().captured(pattern.captureCount());
+    if (unique)
+        found.removeDuplicates();
+    found.sort();
+    return found;
 }
 
 QStringList placeholders(const QString& text)
 {
     static const QRegularExpression marker(QStringLiteral("%L?(\\d{1,2}|n)"));
-    QStringList found;
-    for (auto it = marker.globalMatch(text); it.hasNext();)
-        found << it.next().captured(1);
-    found.removeDuplicates();
-    return sorted(found);
+    return matches(marker, text, true);
 }
 
 QStringList tags(const QString& text)
 {
     static const QRegularExpression tag(QStringLiteral("</?[a-zA-Z]+[^>]*>"));
-    QStringList found;
-    for (auto it = tag.globalMatch(text); it.hasNext();)
-        found << it.next().captured(0);
-    return sorted(found);
+    return matches(tag, text, false);
 }
 
 int mnemonics(const QString& text)
@@ -148,10 +147,14 @@ QStringList catalogueProblems(QIODevice& file, QString* language)
     return report;
 }
 
-QStringList problemsIn(const QByteArray& catalogue)
+QStringList problemsIn(const char* source, const char* translation)
 {
     QBuffer buffer;
-    buffer.setData(catalogue);
+    buffer.setData(
+        QByteArrayLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
+                          "<TS version=\"2.1\" language=\"de\"><context><name>C</name><message><source>") +
+        source + QByteArrayLiteral("</source>") + translation +
+        QByteArrayLiteral("</message></context></TS>\n"));
     buffer.open(QIODevice::ReadOnly);
     QString language;
     return catalogueProblems(buffer, &language);
@@ -176,36 +179,29 @@ TEST(TranslationCatalogueTest, EveryCatalogueIsCompleteAndKeepsPlaceholdersMnemo
 
 TEST(TranslationCatalogueTest, TheCheckFindsEachKindOfFault)
 {
-    const auto catalogue = [](const char* source, const char* translation) -> QByteArray {
-        return QByteArrayLiteral(
-                   "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
-                   "<TS version=\"2.1\" language=\"de\"><context><name>C</name><message><source>") +
-               source + QByteArrayLiteral("</source>") + translation +
-               QByteArrayLiteral("</message></context></TS>\n");
-    };
-    EXPECT_EQ(problemsIn(catalogue("Play", "<translation>Wiedergeben</translation>")), QStringList());
-    EXPECT_EQ(problemsIn(catalogue("Play", "<translation type=\"unfinished\">Wiedergeben</translation>")),
+    EXPECT_EQ(problemsIn("Play", "<translation>Wiedergeben</translation>"), QStringList());
+    EXPECT_EQ(problemsIn("Rock &amp;&amp; Roll", "<translation>Rock &amp;&amp; Roll</translation>"),
+              QStringList());
+    EXPECT_EQ(problemsIn("Play", "<translation type=\"unfinished\">Wiedergeben</translation>"),
               QStringList{QStringLiteral("C / \"Play\": unfinished")});
-    EXPECT_EQ(problemsIn(catalogue("Play", "<translation> </translation>")).size(), 1);
-    EXPECT_EQ(problemsIn(catalogue("From “%1” to “%2”:", "<translation>Von „%1“ nach</translation>")).size(),
-              2)
+    EXPECT_EQ(problemsIn("From “%1” to “%2”:", "<translation>Von „%1“ nach</translation>").size(), 2)
         << "a lost %2, a lost colon";
-    EXPECT_EQ(problemsIn(catalogue("Took %1", "<translation>Dauerte %1 %4</translation>")).size(), 1);
-    EXPECT_EQ(
-        problemsIn(catalogue("%n tape(s)", "<translation numerus=\"yes\"><numerusform>%n Kassette</"
-                                           "numerusform><numerusform>Kassetten</numerusform></translation>"))
-            .size(),
-        1);
-    EXPECT_EQ(problemsIn(catalogue("&amp;Edit", "<translation>Bearbeiten</translation>")).size(), 1);
-    EXPECT_EQ(
-        problemsIn(catalogue("Rock &amp;&amp; Roll", "<translation>Rock &amp;&amp; Roll</translation>")),
-        QStringList());
-    EXPECT_EQ(problemsIn(catalogue("Import…", "<translation>Importieren...</translation>")).size(), 1);
-    EXPECT_EQ(problemsIn(catalogue("&lt;p&gt;A&lt;br&gt;B&lt;/p&gt;",
-                                   "<translation>&lt;p&gt;A B&lt;/p&gt;</translation>"))
-                  .size(),
-              1);
-    EXPECT_FALSE(problemsIn("<TS><context>").isEmpty());
+    const std::pair<const char*, const char*> oneFault[] = {
+        {"Play", "<translation> </translation>"},
+        {"Took %1", "<translation>Dauerte %1 %4</translation>"},
+        {"%n tape(s)", "<translation numerus=\"yes\"><numerusform>%n Kassette</numerusform>"
+                       "<numerusform>Kassetten</numerusform></translation>"},
+        {"&amp;Edit", "<translation>Bearbeiten</translation>"},
+        {"Import…", "<translation>Importieren...</translation>"},
+        {"&lt;p&gt;A&lt;br&gt;B&lt;/p&gt;", "<translation>&lt;p&gt;A B&lt;/p&gt;</translation>"},
+    };
+    for (const auto& [source, translation] : oneFault)
+        EXPECT_EQ(problemsIn(source, translation).size(), 1) << source;
+    QBuffer broken;
+    broken.setData("<TS><context>");
+    broken.open(QIODevice::ReadOnly);
+    QString language;
+    EXPECT_FALSE(catalogueProblems(broken, &language).isEmpty());
 }
 
 } // namespace

@@ -65,7 +65,7 @@ protected:
     std::unique_ptr<AppController> mApp;
 };
 
-TEST_F(TranslationsGuiTest, TheMenusSpeakGermanWithOneMnemonicEach)
+TEST_F(TranslationsGuiTest, TheMenusAndPreferencesSpeakGermanWithOneMnemonicEachMenu)
 {
     ASSERT_NE(menu(QStringLiteral("&Bearbeiten")), nullptr);
     QMenu* controls = menu(QStringLiteral("S&teuerung"));
@@ -96,10 +96,7 @@ TEST_F(TranslationsGuiTest, TheMenusSpeakGermanWithOneMnemonicEach)
         }
     }
     EXPECT_TRUE(found) << texts(file).join(QLatin1Char('|')).toStdString();
-}
 
-TEST_F(TranslationsGuiTest, ThePreferencesWindowIsGerman)
-{
     mApp->showPreferences();
     PreferencesWindow* window = mPreferences->window();
     ASSERT_NE(window, nullptr);

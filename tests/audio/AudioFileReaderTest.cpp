@@ -61,6 +61,9 @@ TEST(AudioFileReader, losslessFileReadsBackExactlyFromAnyPosition)
             ASSERT_EQ(block[size_t(i)], sequential[size_t(start * 2 + i)]) << "frame " << start + i / 2;
         end = start;
     }
+    EXPECT_EQ(reader.read(66150 - 100, 4096, block.data()), 100);
+    EXPECT_EQ(reader.read(66150, 4096, block.data()), 0);
+    EXPECT_EQ(reader.read(-5, 10, block.data()), 0);
 }
 
 TEST(AudioFileReader, aacSeeksLandOnTheSameSamplesAsDecodingThrough)
@@ -81,20 +84,6 @@ TEST(AudioFileReader, aacSeeksLandOnTheSameSamplesAsDecodingThrough)
             worst = std::max(worst, double(std::abs(block[i] - sequential[size_t(start) * 2 + i])));
         EXPECT_LT(worst, 1e-3) << "at frame " << start; // lossy, but the same decode
     }
-}
-
-TEST(AudioFileReader, readsStopAtTheEndOfTheAudio)
-{
-    QTemporaryDir dir;
-    const QString path = writeRampFile(QDir(dir.path()), QStringLiteral("LQ"), 0.5);
-    AudioFileReader reader(path);
-    EXPECT_EQ(reader.sampleRate(), 22050);
-    ASSERT_EQ(reader.totalFrames(), 11025);
-    std::vector<float> block(4096 * 2);
-    EXPECT_EQ(reader.read(11025 - 100, 4096, block.data()), 100);
-    EXPECT_EQ(reader.read(11025, 4096, block.data()), 0);
-    EXPECT_EQ(reader.read(-5, 10, block.data()), 0);
-    EXPECT_EQ(reader.read(0, 4096, block.data()), 4096);
 }
 
 TEST(AudioFileReader, filesThatAreNotAudioRaise)

@@ -60,7 +60,6 @@ ProbedAudio probeAudio(const QString& path)
     probed.sampleRate = stream.value(QStringLiteral("sample_rate")).toString().toInt();
     probed.channels = stream.value(QStringLiteral("channels")).toInt();
     probed.sampleFormat = stream.value(QStringLiteral("sample_fmt")).toString();
-    probed.bitsPerRawSample = stream.value(QStringLiteral("bits_per_raw_sample")).toString().toInt();
     probed.durationSeconds = stream.value(QStringLiteral("duration")).toString().toDouble();
     probed.bitRate = stream.value(QStringLiteral("bit_rate")).toString().toLongLong();
     return probed;

@@ -21,7 +21,6 @@ struct ProbedAudio
     int sampleRate = 0;
     int channels = 0;
     QString sampleFormat;
-    int bitsPerRawSample = 0;
     double durationSeconds = 0.0;
     int64_t bitRate = 0;
 };

@@ -178,36 +178,6 @@ TEST(Recorder, aTimeLimitEndsTheRecordingExactlyThere)
     EXPECT_EQ(decodeAudio(path).frames(), 17640u);
 }
 
-TEST(Recorder, recordsTheChosenChannelsOfAFourChannelDevice)
-{
-    const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
-                                  QStringLiteral("sink_name=quad"), QStringLiteral("channels=4"),
-                                  QStringLiteral("channel_map=front-left,front-right,rear-left,rear-right")});
-    ASSERT_FALSE(module.isEmpty());
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("quad.m4a"));
-        TonePlayer tone(QStringLiteral("quad"), {300.0, 500.0, 700.0, 900.0}, 0.5,
-                        QStringLiteral("front-left,front-right,rear-left,rear-right"));
-        ASSERT_TRUE(waitForSignal(QStringLiteral("quad.monitor")));
-        const VORLAudioDevice device(QStringLiteral("quad.monitor"));
-        EXPECT_EQ(device.numberOfChannelsForDirection(VORLAudioDevice::Input), 4u);
-        const auto file =
-            RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), true, device);
-        ASSERT_TRUE(file);
-        VORLExtendedAudioFileRecorder recorder(file, device, {2, 3});
-        ASSERT_TRUE(recordFor(recorder, 600));
-        file->closeFile();
-        const DecodedAudio decoded = decodeAudio(path);
-        ASSERT_EQ(decoded.channels, 2);
-        const size_t margin = size_t(decoded.sampleRate / 20);
-        const size_t length = decoded.frames() - 2 * margin;
-        EXPECT_GT(medianToneShare(decoded.channel(0, margin, length), decoded.sampleRate, 700.0), 0.95);
-        EXPECT_GT(medianToneShare(decoded.channel(1, margin, length), decoded.sampleRate, 900.0), 0.95);
-    }
-    pactl({QStringLiteral("unload-module"), module});
-}
-
 TEST(Recorder, aDeviceThatDisappearsEndsTheRecordingWithAValidFile)
 {
     const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),

@@ -61,22 +61,6 @@ TEST(RecordingPipeline, recordsTheChosenChannelsOfAFourChannelDevice)
     EXPECT_GT(toneShare(decoded.channel(1, 1000, 20000), kRate, 900.0), 0.99);
 }
 
-TEST(RecordingPipeline, aSingleChannelFillsAMonoFile)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("mono.m4a"));
-    auto file = losslessFile(path, false);
-    RecordingPipeline pipeline(file, {1}, 2);
-    pipeline.beginSession({});
-    feed(pipeline, sineFrames({300.0, 500.0}, kRate, 8820));
-    pipeline.endCapture();
-    pipeline.waitUntilDrained();
-    file->closeFile();
-    const DecodedAudio decoded = decodeAudio(path);
-    ASSERT_EQ(decoded.channels, 1);
-    EXPECT_GT(toneShare(decoded.channel(0, 500, 8000), kRate, 500.0), 0.99);
-}
-
 TEST(RecordingPipeline, sessionsFollowEachOtherWithoutGapOrClick)
 {
     QTemporaryDir dir;

@@ -74,27 +74,18 @@ TEST_F(VarispeedSourceTest, normalSpeedPlaysTheFileAsWritten)
     EXPECT_NEAR(double(mSource->position()), 0.5 * kRate, 600.0);
 }
 
-TEST_F(VarispeedSourceTest, twiceTheSpeedDoublesThePitchAndHalvesTheTime)
+TEST_F(VarispeedSourceTest, plusAndMinusTwoDoubleThePitchHalveTheTimeAndSetTheDirection)
 {
-    mSource->setSpeed(2.0);
-    const auto out = render(size_t(3 * kRate));
-    EXPECT_TRUE(mSource->reachedEnd());
-    EXPECT_NEAR(double(out.size()), 1.0 * kRate, 0.02 * kRate);
-    EXPECT_GT(toneShare(slice(out, 0.05, 0.45), kRate, 800.0), 0.95);
-    EXPECT_GT(toneShare(slice(out, 0.55, 0.95), kRate, 1400.0), 0.95);
-    EXPECT_EQ(mSource->position(), mSource->totalFrames());
-}
-
-TEST_F(VarispeedSourceTest, negativeSpeedPlaysBackwardsFromWhereItIs)
-{
-    mSource->setPosition(mSource->totalFrames());
-    mSource->setSpeed(-2.0);
-    const auto out = render(size_t(3 * kRate));
-    EXPECT_TRUE(mSource->reachedEnd());
-    EXPECT_EQ(mSource->position(), 0);
-    EXPECT_NEAR(double(out.size()), 1.0 * kRate, 0.02 * kRate);
-    EXPECT_GT(toneShare(slice(out, 0.05, 0.45), kRate, 1400.0), 0.95); // the later half first
-    EXPECT_GT(toneShare(slice(out, 0.55, 0.95), kRate, 800.0), 0.95);
+    for (const double speed : {2.0, -2.0}) {
+        mSource->setPosition(speed > 0 ? 0 : mSource->totalFrames());
+        mSource->setSpeed(speed);
+        const auto out = render(size_t(3 * kRate));
+        EXPECT_TRUE(mSource->reachedEnd());
+        EXPECT_EQ(mSource->position(), speed > 0 ? mSource->totalFrames() : 0);
+        EXPECT_NEAR(double(out.size()), 1.0 * kRate, 0.02 * kRate);
+        EXPECT_GT(toneShare(slice(out, 0.05, 0.45), kRate, speed > 0 ? 800.0 : 1400.0), 0.95) << speed;
+        EXPECT_GT(toneShare(slice(out, 0.55, 0.95), kRate, speed > 0 ? 1400.0 : 800.0), 0.95) << speed;
+    }
 }
 
 TEST_F(VarispeedSourceTest, turningAroundContinuesFromTheSamePlace)
@@ -139,7 +130,6 @@ TEST_F(VarispeedSourceTest, windingAtEightTimesRunsOffEitherEndWithoutHarm)
 TEST_F(VarispeedSourceTest, speedZeroHoldsThePositionInSilence)
 {
     mSource->setPosition(12345);
-    EXPECT_EQ(mSource->position(), 12345);
     mSource->setSpeed(0.0);
     std::vector<float> block(4096, 1.0f);
     mSource->render(block.data(), block.size());

@@ -29,7 +29,7 @@ void DeckTest::TearDown()
         mTone->waitForFinished();
     }
     if (mDeck)
-        closeDeck();
+        mDeck->window()->close();
     mDeck.reset();
 }
 
@@ -40,11 +40,6 @@ WindowController& DeckTest::openDeck()
     EXPECT_TRUE(QTest::qWaitForWindowExposed(mDeck->window()));
     mDeck->applicationDidFinishLaunching();
     return *mDeck;
-}
-
-void DeckTest::closeDeck()
-{
-    mDeck->window()->close();
 }
 
 QString DeckTest::addTape(const QString& title, const QDateTime& date, double seconds, const QString& notes)
@@ -87,14 +82,7 @@ QString DeckTest::state() const
 
 bool DeckTest::waitFor(const std::function<bool()>& condition, int timeoutMs)
 {
-    QElapsedTimer clock;
-    clock.start();
-    while (!condition()) {
-        if (clock.elapsed() > timeoutMs)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
+    return QTest::qWaitFor(condition, timeoutMs);
 }
 
 void DeckTest::clickSegment(int segment)

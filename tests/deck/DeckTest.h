@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TestPreferences.h"
+#include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 
 #include <QDateTime>
@@ -22,8 +23,7 @@ protected:
 
     /// Makes the deck, shows it and connects it as the application does at launch.
     WindowController& openDeck();
-    /// Closes the deck's window, as the user does.
-    void closeDeck();
+    void closeDeck() { mDeck->window()->close(); }
 
     /// A tape file in the library with this title and date, `seconds` long.
     QString addTape(const QString& title, const QDateTime& date, double seconds = 2.0,
@@ -31,13 +31,10 @@ protected:
 
     /// Plays a 440 Hz tone of `seconds` into the recording input.
     void feedTone(double seconds);
-    /// The name of the transport's state ("TapeMap::Playing").
     QString state() const;
     /// Turns the event loop until `condition` holds; false after `timeoutMs`.
     static bool waitFor(const std::function<bool()>& condition, int timeoutMs = 8000);
-    /// Presses and releases a transport key with the mouse.
     void clickSegment(int segment);
-    /// The .m4a files in the library folder.
     QStringList libraryFiles() const;
 
     QTemporaryDir mFolder;

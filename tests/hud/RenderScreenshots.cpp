@@ -122,13 +122,5 @@ int main(int argc, char** argv)
     QCoreApplication::processEvents();
     ok &= save(deck, out + QStringLiteral("/widgets.png"));
 
-    // The cassette's editors, for a look at them (not kept in the docs).
-    if (qEnvironmentVariableIsSet("SPINDREL_EDITOR_SHOTS")) {
-        tapeView.editTitle();
-        ok &= save(tapeView, out + QStringLiteral("/tape-title-editor.png"));
-        tapeView.endTitleEditing(false);
-        tapeView.displayNotesEditor();
-        ok &= save(tapeView, out + QStringLiteral("/tape-notes-editor.png"));
-    }
     return ok ? 0 : 1;
 }

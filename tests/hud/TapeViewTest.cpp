@@ -4,7 +4,6 @@
 #include "hud/TestTapes.h"
 #include "tapes/CassetteGeometry.h"
 
-#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QSignalSpy>
@@ -41,16 +40,6 @@ protected:
         return tape;
     }
 
-    // Runs the event loop until `done` holds or a second has passed.
-    template <typename Condition> static bool waitFor(Condition done)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done() && timer.elapsed() < 1000)
-            QTest::qWait(2);
-        return done();
-    }
-
     test::TestTapes tapes;
     TapeView view;
 };
@@ -79,25 +68,7 @@ TEST_F(TapeViewTest, ShowsTheTapeAndFollowsItsChanges)
     EXPECT_EQ(view.title(), QStringLiteral("Garden session"));
 }
 
-TEST_F(TapeViewTest, EditingTheTitleWritesItToTheTape)
-{
-    TapePtr tape = loadWelcomeTape();
-    ASSERT_FALSE(tape->titleDirty());
-    QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(G::titleRect()));
-    ASSERT_TRUE(view.isEditingTitle());
-    QLineEdit* editor = view.titleEditor();
-    EXPECT_EQ(editor->text(), tape->title());
-
-    editor->selectAll();
-    QTest::keyClicks(editor, QStringLiteral("Porch recording"));
-    QTest::keyClick(editor, Qt::Key_Return);
-    EXPECT_FALSE(view.isEditingTitle());
-    EXPECT_EQ(tape->title(), QStringLiteral("Porch recording"));
-    EXPECT_TRUE(tape->titleDirty());
-    EXPECT_EQ(view.cassetteValues().title, QStringLiteral("Porch recording"));
-}
-
-TEST_F(TapeViewTest, EscapeOrAnUnchangedTitleLeavesTheTapeClean)
+TEST_F(TapeViewTest, EditedTitleAndNotesAreWrittenToTheTapeUnlessEscapedOrUnchanged)
 {
     TapePtr tape = loadWelcomeTape();
     const QString title = tape->title();
@@ -105,16 +76,23 @@ TEST_F(TapeViewTest, EscapeOrAnUnchangedTitleLeavesTheTapeClean)
     view.titleEditor()->setText(QStringLiteral("Never mind"));
     QTest::keyClick(view.titleEditor(), Qt::Key_Escape);
     EXPECT_FALSE(view.isEditingTitle());
-    EXPECT_EQ(tape->title(), title);
-
     view.editTitle();
     QTest::keyClick(view.titleEditor(), Qt::Key_Return);
+    EXPECT_EQ(tape->title(), title);
     EXPECT_FALSE(tape->titleDirty());
-}
 
-TEST_F(TapeViewTest, NotesAreEditedOnACardAndWrittenWhenDone)
-{
-    TapePtr tape = loadWelcomeTape();
+    QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(G::titleRect()));
+    ASSERT_TRUE(view.isEditingTitle());
+    QLineEdit* editor = view.titleEditor();
+    EXPECT_EQ(editor->text(), title);
+    editor->selectAll();
+    QTest::keyClicks(editor, QStringLiteral("Porch recording"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_FALSE(view.isEditingTitle());
+    EXPECT_EQ(tape->title(), QStringLiteral("Porch recording"));
+    EXPECT_TRUE(tape->titleDirty());
+    EXPECT_EQ(view.cassetteValues().title, QStringLiteral("Porch recording"));
+
     QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(G::notesRect()));
     ASSERT_TRUE(view.isEditingNotes());
     view.notesEditor()->setText(QStringLiteral("First line\nsecond line"));
@@ -165,14 +143,13 @@ TEST_F(TapeViewTest, ReelsTurnTwoDegreesPerStepAtTheTransportSpeed)
     view.startRotationAnimation(true);
     view.startRotationAnimation(true); // replaces the timer
     ASSERT_TRUE(view.isRotating());
-    ASSERT_TRUE(waitFor([&] { return turned.size() >= 4; }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return turned.size() >= 4; }));
     view.startRotationAnimation(false);
     EXPECT_FALSE(view.isRotating());
     const qsizetype steps = turned.size();
     EXPECT_NEAR(view.spoolRotation(), steps * 8.0 * step, 1e-9);
     QTest::qWait(80);
     EXPECT_EQ(turned.size(), steps) << "no steps once stopped";
-    view.startRotationAnimation(false); // nothing to stop: harmless
 
     // Backwards when rewinding; a still transport redraws but does not turn.
     const double before = view.spoolRotation();
@@ -186,29 +163,10 @@ TEST_F(TapeViewTest, ReelsTurnTwoDegreesPerStepAtTheTransportSpeed)
     EXPECT_EQ(view.cassetteValues().spoolRotation, view.spoolRotation());
 }
 
-TEST_F(TapeViewTest, EjectDuringAnInsertStartsFromWhereTheCassetteIs)
-{
-    loadWelcomeTape();
-    const double height = TapeView::tapeSize().height();
-    view.insertTape();
-    EXPECT_TRUE(view.isMoving());
-    ASSERT_TRUE(waitFor([&] { return view.tapeOffset() < height * 0.9 && view.tapeOffset() > 0.0; }));
-    const double midway = view.tapeOffset();
-    view.ejectTape();
-    EXPECT_DOUBLE_EQ(view.tapeOffset(), midway);
-    QSignalSpy finished(&view, &TapeView::motionFinished);
-    ASSERT_TRUE(finished.wait(2000));
-    EXPECT_DOUBLE_EQ(view.tapeOffset(), height);
-    EXPECT_FALSE(view.isMoving());
-
-    view.insertTape();
-    ASSERT_TRUE(finished.wait(2000));
-    EXPECT_DOUBLE_EQ(view.tapeOffset(), 0.0);
-}
-
-TEST_F(TapeViewTest, EjectClosesOpenEditorsAndKeepsTheirText)
+TEST_F(TapeViewTest, EjectClosesOpenEditorsAndDuringAnInsertStartsFromWhereTheCassetteIs)
 {
     TapePtr tape = loadWelcomeTape();
+    const double height = TapeView::tapeSize().height();
     view.editTitle();
     view.titleEditor()->setText(QStringLiteral("Written before the eject"));
     view.displayNotesEditor();
@@ -218,12 +176,24 @@ TEST_F(TapeViewTest, EjectClosesOpenEditorsAndKeepsTheirText)
     EXPECT_FALSE(view.isEditingNotes());
     EXPECT_EQ(tape->title(), QStringLiteral("Written before the eject"));
     EXPECT_EQ(tape->notes(), QStringLiteral("Notes too"));
-
-    // Nothing on the cassette reacts while it is out.
     QSignalSpy finished(&view, &TapeView::motionFinished);
     ASSERT_TRUE(finished.wait(2000));
-    QTest::mouseClick(&view, Qt::LeftButton, {}, view.mapFromCassette(G::titleRect()).center().toPoint());
+    // Nothing on the cassette reacts while it is out.
+    QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(G::titleRect()));
     EXPECT_FALSE(view.isEditingTitle());
+
+    view.insertTape();
+    EXPECT_TRUE(view.isMoving());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.tapeOffset() < height * 0.9 && view.tapeOffset() > 0.0; }));
+    const double midway = view.tapeOffset();
+    view.ejectTape();
+    EXPECT_DOUBLE_EQ(view.tapeOffset(), midway);
+    ASSERT_TRUE(finished.wait(2000));
+    EXPECT_DOUBLE_EQ(view.tapeOffset(), height);
+    EXPECT_FALSE(view.isMoving());
+    view.insertTape();
+    ASSERT_TRUE(finished.wait(2000));
+    EXPECT_DOUBLE_EQ(view.tapeOffset(), 0.0);
 }
 
 TEST_F(TapeViewTest, ThumbnailIsTheViewsDrawingAtTheGivenScale)

@@ -6,8 +6,7 @@
 
 namespace spindrel::test {
 
-/// Real tapes for widget tests: copies of the welcome tape in a temporary folder, with titles
-/// and dates of their own. Nothing is written back when they are released.
+/// Copies of the welcome tape in a temporary folder; nothing is written back on release.
 class TestTapes
 {
 public:
@@ -15,9 +14,7 @@ public:
     bool isValid() const { return mDir.isValid(); }
     const QString& path() const { return mPath; }
 
-    /// A copy of the welcome tape as it is in its file: nothing dirty.
     TapePtr welcomeTape();
-    /// A tape with these values set (so they are dirty).
     TapePtr make(const QString& title, const QDateTime& date, const QString& notes = {});
 
 private:
