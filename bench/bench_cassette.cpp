@@ -3,7 +3,6 @@
 // (about 2560x1440) shows that the cost of a step does not grow with the picture.
 #include "tapes/CassetteArtwork.h"
 
-#include <QGuiApplication>
 #include <QPainter>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
@@ -96,14 +95,3 @@ BENCHMARK(BM_MovieFrame_Vectors)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeFrame_Cached)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeFrame_Vectors)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReelStepOnly_Cached)->Unit(benchmark::kMillisecond);
-
-int main(int argc, char** argv)
-{
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
-        setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

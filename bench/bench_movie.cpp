@@ -9,7 +9,6 @@
 #include "tapes/TapeCassette.h"
 
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
@@ -191,14 +190,3 @@ BENCHMARK(BM_VideoOnly_Medium)
     ->UseRealTime()
     ->MeasureProcessCPUTime()
     ->Iterations(3);
-
-int main(int argc, char** argv)
-{
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
-        setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

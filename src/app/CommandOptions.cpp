@@ -1,5 +1,6 @@
 #include "app/CommandOptions.h"
 
+#include <QFileInfo>
 #include <cstdio>
 
 namespace spindrel {
@@ -32,6 +33,19 @@ int CommandOptions::usageError(const QString& message)
          << "usage: spindrel " << mCommand << " " << mUsage << "\n";
     mErr.flush();
     return 2;
+}
+
+std::optional<int> CommandOptions::parseTapeAndOutput(const QStringList& args, QString* tape, QString* output)
+{
+    if (!parse(args))
+        return 2;
+    if (positional().size() != 2)
+        return usageError(QStringLiteral("expected a tape and an output file"));
+    *tape = positional().at(0);
+    *output = positional().at(1);
+    if (!QFileInfo(*tape).isFile())
+        return fail(QStringLiteral("%1: no such file").arg(*tape));
+    return std::nullopt;
 }
 
 } // namespace spindrel

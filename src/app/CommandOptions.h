@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 #include <QStringList>
 #include <QTextStream>
+#include <optional>
 
 namespace spindrel {
 
@@ -23,6 +24,9 @@ public:
     /// Prints "spindrel COMMAND: message" to stderr and returns the failure status.
     int fail(const QString& message);
     int usageError(const QString& message);
+    /// Parses the two arguments "FILE OUT" of a command that renders a tape into a file; the tape
+    /// must exist. Returns the status to exit with when they are not right.
+    std::optional<int> parseTapeAndOutput(const QStringList& args, QString* tape, QString* output);
 
     QTextStream& out() { return mOut; }
 

@@ -6,7 +6,6 @@
 #include "tapes/Tape.h"
 
 #include <QEventLoop>
-#include <QFileInfo>
 #include <atomic>
 #include <cstdio>
 #include <unistd.h>
@@ -28,14 +27,10 @@ void drawProgressBar(int percent)
 int runExportMovie(const QStringList& args)
 {
     CommandOptions options(QStringLiteral("export-movie"), QStringLiteral("FILE OUT.mov"));
-    if (!options.parse(args))
-        return 2;
-    if (options.positional().size() != 2)
-        return options.usageError(QStringLiteral("expected a tape and an output file"));
-    const QString path = options.positional().at(0);
-    const QString out = options.positional().at(1);
-    if (!QFileInfo(path).isFile())
-        return options.fail(QStringLiteral("%1: no such file").arg(path));
+    QString path;
+    QString out;
+    if (const auto status = options.parseTapeAndOutput(args, &path, &out))
+        return *status;
 
     auto tape = std::make_shared<Tape>(path);
     tape->setCommitsWhenReleased(false);

@@ -5,8 +5,6 @@
 #include "tapes/Tape.h"
 #include "tapes/TapeCassette.h"
 
-#include <QFileInfo>
-
 namespace spindrel {
 
 namespace {
@@ -14,14 +12,10 @@ namespace {
 int runRenderCassette(const QStringList& args)
 {
     CommandOptions options(QStringLiteral("render-cassette"), QStringLiteral("FILE OUT.png"));
-    if (!options.parse(args))
-        return 2;
-    if (options.positional().size() != 2)
-        return options.usageError(QStringLiteral("expected a tape and an output file"));
-    const QString path = options.positional().at(0);
-    const QString out = options.positional().at(1);
-    if (!QFileInfo(path).isFile())
-        return options.fail(QStringLiteral("%1: no such file").arg(path));
+    QString path;
+    QString out;
+    if (const auto status = options.parseTapeAndOutput(args, &path, &out))
+        return *status;
 
     Tape tape(path);
     tape.setCommitsWhenReleased(false);

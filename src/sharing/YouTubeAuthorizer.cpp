@@ -243,15 +243,8 @@ void YouTubeAuthorizer::exchangeCode(const QString& code)
     form.addQueryItem(QStringLiteral("grant_type"), QStringLiteral("authorization_code"));
     form.addQueryItem(QStringLiteral("code"), code);
     form.addQueryItem(QStringLiteral("redirect_uri"), mRedirectUri);
-    form.addQueryItem(QStringLiteral("client_id"), mConfiguration.clientId);
-    if (!mConfiguration.clientSecret.isEmpty())
-        form.addQueryItem(QStringLiteral("client_secret"), mConfiguration.clientSecret);
     form.addQueryItem(QStringLiteral("code_verifier"), mCodeVerifier);
-    QNetworkRequest request(mConfiguration.tokenUrl);
-    request.setHeader(QNetworkRequest::ContentTypeHeader,
-                      QStringLiteral("application/x-www-form-urlencoded"));
-    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
-    QNetworkReply* reply = mNetwork.post(request, form.query(QUrl::FullyEncoded).toUtf8());
+    QNetworkReply* reply = postToTokenEndpoint(form);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
         const QByteArray body = reply->readAll();
@@ -261,6 +254,18 @@ void YouTubeAuthorizer::exchangeCode(const QString& code)
         }
         finishSignIn(takeTokenResponse(body, true).value_or(QString()));
     });
+}
+
+QNetworkReply* YouTubeAuthorizer::postToTokenEndpoint(QUrlQuery form)
+{
+    form.addQueryItem(QStringLiteral("client_id"), mConfiguration.clientId);
+    if (!mConfiguration.clientSecret.isEmpty())
+        form.addQueryItem(QStringLiteral("client_secret"), mConfiguration.clientSecret);
+    QNetworkRequest request(mConfiguration.tokenUrl);
+    request.setHeader(QNetworkRequest::ContentTypeHeader,
+                      QStringLiteral("application/x-www-form-urlencoded"));
+    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
+    return mNetwork.post(request, form.query(QUrl::FullyEncoded).toUtf8());
 }
 
 std::optional<QString> YouTubeAuthorizer::takeTokenResponse(const QByteArray& body, bool initial)
@@ -322,14 +327,7 @@ void YouTubeAuthorizer::refresh(std::function<void(const std::optional<QString>&
     QUrlQuery form;
     form.addQueryItem(QStringLiteral("grant_type"), QStringLiteral("refresh_token"));
     form.addQueryItem(QStringLiteral("refresh_token"), mToken.refreshToken);
-    form.addQueryItem(QStringLiteral("client_id"), mConfiguration.clientId);
-    if (!mConfiguration.clientSecret.isEmpty())
-        form.addQueryItem(QStringLiteral("client_secret"), mConfiguration.clientSecret);
-    QNetworkRequest request(mConfiguration.tokenUrl);
-    request.setHeader(QNetworkRequest::ContentTypeHeader,
-                      QStringLiteral("application/x-www-form-urlencoded"));
-    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
-    QNetworkReply* reply = mNetwork.post(request, form.query(QUrl::FullyEncoded).toUtf8());
+    QNetworkReply* reply = postToTokenEndpoint(form);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();

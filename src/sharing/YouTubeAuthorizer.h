@@ -7,11 +7,13 @@
 #include <QPointer>
 #include <QString>
 #include <QUrl>
+#include <QUrlQuery>
 #include <functional>
 #include <memory>
 #include <optional>
 
 class QNetworkAccessManager;
+class QNetworkReply;
 class QTcpServer;
 class QTcpSocket;
 
@@ -91,6 +93,8 @@ private:
     void exchangeCode(const QString& code);
     void finishSignIn(const QString& error);
     void refresh(std::function<void(const std::optional<QString>&)> done);
+    /// Posts the form to the token endpoint with the client's identity added.
+    QNetworkReply* postToTokenEndpoint(QUrlQuery form);
     std::optional<QString> takeTokenResponse(const QByteArray& body, bool initial);
     void store();
 

@@ -126,14 +126,16 @@ void YouTubeUploadTicket::send(Step step)
         const qint64 offset = mOffset;
         connect(mReply, &QNetworkReply::uploadProgress, this,
                 [this, offset](qint64 sent, qint64) { Q_EMIT progress(offset + sent, mMovie.size()); });
-        connect(mReply, &QNetworkReply::finished, this, [this, reply = mReply.data()] { sent(reply); });
+        connect(mReply, &QNetworkReply::finished, this,
+                [this, reply = mReply.data()] { answered(reply, Step::Send); });
         break;
     }
     case Step::Ask: {
         QNetworkRequest ask = request(mSessionUrl);
         ask.setRawHeader("Content-Range", "bytes */" + total);
         mReply = network.put(ask, QByteArray());
-        connect(mReply, &QNetworkReply::finished, this, [this, reply = mReply.data()] { answered(reply); });
+        connect(mReply, &QNetworkReply::finished, this,
+                [this, reply = mReply.data()] { answered(reply, Step::Ask); });
         break;
     }
     }
@@ -180,25 +182,9 @@ void YouTubeUploadTicket::opened(QNetworkReply* reply)
     run(Step::Send);
 }
 
-void YouTubeUploadTicket::sent(QNetworkReply* reply)
-{
-    reply->deleteLater();
-    const QByteArray body = reply->readAll();
-    const int status = statusOf(reply);
-    if (status == 200 || status == 201) {
-        succeed(body);
-        return;
-    }
-    if (status == 308) {
-        answered(reply);
-        return;
-    }
-    if (handleCommon(reply, Step::Send))
-        return;
-    fail(errorText(reply, body));
-}
-
-void YouTubeUploadTicket::answered(QNetworkReply* reply)
+// The answer to the bytes sent (step Send) or to asking how many arrived (step Ask): done, or a
+// 308 naming where to go on from, or a failure retried as that step.
+void YouTubeUploadTicket::answered(QNetworkReply* reply, Step step)
 {
     reply->deleteLater();
     const QByteArray body = reply->readAll();
@@ -219,7 +205,7 @@ void YouTubeUploadTicket::answered(QNetworkReply* reply)
         run(Step::Send);
         return;
     }
-    if (handleCommon(reply, Step::Ask))
+    if (handleCommon(reply, step))
         return;
     fail(errorText(reply, body));
 }

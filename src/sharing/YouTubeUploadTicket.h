@@ -60,8 +60,7 @@ private:
     void run(Step step);
     void send(Step step);
     void opened(QNetworkReply* reply);
-    void sent(QNetworkReply* reply);
-    void answered(QNetworkReply* reply);
+    void answered(QNetworkReply* reply, Step step);
     /// Handles what every step shares; true when the reply was dealt with.
     bool handleCommon(QNetworkReply* reply, Step retryWith);
     void retryLater(Step step);
