@@ -72,7 +72,14 @@ QString TapeColorScheme::colorNameForIndex(unsigned index)
 {
     if (index >= Count)
         return {};
-    return QString::fromLatin1(schemeTable()[index].name);
+    // Made once: searches ask every tape for its colour's name.
+    static const auto names = [] {
+        std::array<QString, Count> made;
+        for (unsigned i = 0; i < Count; ++i)
+            made[i] = QString::fromLatin1(schemeTable()[i].name);
+        return made;
+    }();
+    return names[index];
 }
 
 QString TapeColorScheme::description() const

@@ -1,9 +1,12 @@
 #include "MP4Tags/PositionedIO.h"
 
+#include "MP4Tags/FileHandleInsertion.h"
 #include "MP4Tags/MP4FileAtom.h"
 #include "MP4Tags/MP4TestFiles.h"
+#include "foundation/Assertion.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace spindrel;
 using namespace mp4test;
@@ -63,4 +66,26 @@ TEST_F(ReadAheadTest, MovingBytesWritesWhatWasHeldAndReadsTheFileAfresh)
     EXPECT_EQ(readBack(file, 0, 20), "23xy456789");
     ASSERT_TRUE(scope.flush());
     EXPECT_EQ(contents(), "23xy456789");
+}
+
+TEST_F(ReadAheadTest, FileHandleInsertionActsAtTheDescriptorsOffset)
+{
+    // Longer than a page, so the shifts run in several chunks.
+    QByteArray original(9000, '\0');
+    for (int i = 0; i < original.size(); ++i)
+        original[i] = char('a' + i % 26);
+    const int file = openWith(original);
+    FileHandleInsertion insertion(file);
+    lseek(file, 10, SEEK_SET);
+    insertion.insertData("XYZ");
+    EXPECT_EQ(lseek(file, 0, SEEK_CUR), 13);
+    EXPECT_EQ(contents(), QByteArray(original).insert(10, "XYZ"));
+
+    lseek(file, 10, SEEK_SET);
+    insertion.removeDataOfLength(3);
+    EXPECT_EQ(contents(), original);
+
+    lseek(file, 5, SEEK_SET);
+    EXPECT_THROW(insertion.removeDataOfLength(9001), InternalInconsistency);
+    EXPECT_EQ(contents(), original) << "a refused removal changes nothing";
 }
