@@ -1,5 +1,6 @@
 #include "HotKeysLib3/PTHotKeyCenter.h"
 
+#include "AssertionText.h"
 #include "foundation/Assertion.h"
 
 #include <QSignalSpy>
@@ -15,12 +16,10 @@ TEST(PTHotKeyCenterTest, EventsNoRegisteredHotKeyCanSendAreProgrammingErrors)
     QSignalSpy pressed(&center, &PTHotKeyCenter::hotKeyPressed);
     const auto expectAssertion = [&](uint32_t eventClass, uint32_t kind, uint32_t signature, uint32_t id,
                                      const std::string& description) {
-        try {
-            center.sendEvent({eventClass, kind, {signature, id}});
-            ADD_FAILURE() << "no assertion for " << description;
-        } catch (const InternalInconsistency& error) {
-            EXPECT_EQ(error.description(), description);
-        }
+        EXPECT_EQ(test::assertionFrom([&] {
+                      center.sendEvent({eventClass, kind, {signature, id}});
+                  }),
+                  description);
     };
     expectAssertion(fourCharCode("mous"), kPTEventHotKeyPressed, kPTHotKeySignature, 1,
                     "Unknown event class");

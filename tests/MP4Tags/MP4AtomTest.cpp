@@ -1,3 +1,4 @@
+#include "AssertionText.h"
 #include "MP4Tags/MP4FileAtom.h"
 #include "MP4Tags/MP4MemoryAtom.h"
 #include "MP4Tags/MP4TestFiles.h"
@@ -6,19 +7,10 @@
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using spindrel::test::assertionFrom;
 using namespace mp4test;
 
 namespace {
-
-template <typename Call> std::string assertionFrom(Call&& call)
-{
-    try {
-        call();
-    } catch (const InternalInconsistency& failure) {
-        return failure.description();
-    }
-    return "(none)";
-}
 
 std::shared_ptr<MP4MemoryAtom> memoryAtom(const char (&type)[5], const QByteArray& payload = {})
 {

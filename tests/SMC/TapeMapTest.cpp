@@ -1,5 +1,6 @@
 #include "SMC/TapeMap.h"
 
+#include "AssertionText.h"
 #include "RecordingOwner.h"
 #include "SMC/WindowControllerContext.h"
 #include "foundation/Assertion.h"
@@ -127,12 +128,7 @@ TEST(WindowControllerContextTest, FailuresAndReentryNeverLeaveTheMachineWithoutA
     context.play();
     context.emptyStateStack();
     owner.calls.clear();
-    try {
-        context.stop();
-        FAIL() << "stop popped an empty stack";
-    } catch (const InternalInconsistency& failure) {
-        EXPECT_EQ(failure.description(), "Popping empty state stack");
-    }
+    EXPECT_EQ(test::assertionFrom([&] { context.stop(); }), "Popping empty state stack");
     EXPECT_TRUE(owner.calls.empty());
     EXPECT_EQ(context.state(), TapeMap::Playing());
 }

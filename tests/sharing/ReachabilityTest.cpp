@@ -1,5 +1,6 @@
 #include "sharing/Reachability.h"
 
+#include "AssertionText.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 using namespace spindrel;
+using spindrel::test::assertionFrom;
 using R = Reachability;
 
 namespace {
@@ -72,16 +74,6 @@ TEST_F(ReachabilityFlags, LinkLocalStatusNeedsReachableAndDirectAndTheLineShowsE
     EXPECT_EQ(R::flagsDescription(0, "x"), QStringLiteral("Reachability Flag Status: -- ------ x\n"));
     EXPECT_EQ(R::flagsDescription(R::ConnectionOnTraffic | R::IsLocalAddress, "x"),
               QStringLiteral("Reachability Flag Status: -- -C--l- x\n"));
-}
-
-template <typename Call> std::string assertionFrom(Call&& call)
-{
-    try {
-        call();
-    } catch (const InternalInconsistency& failure) {
-        return failure.description();
-    }
-    return "(none)";
 }
 
 TEST(Reachability, MisuseIsAProgrammingErrorAndTheCallbackAnnounces)

@@ -1,5 +1,6 @@
 #include "tapes/TapeQuality.h"
 
+#include "AssertionText.h"
 #include "foundation/Assertion.h"
 
 #include <gtest/gtest.h>
@@ -9,14 +10,10 @@ using namespace spindrel;
 TEST(TapeQualityTest, PresetsByIndexAndRatesLockedOrNot)
 {
     EXPECT_EQ(TapeQuality::qualityForIndex(2), QStringLiteral("LQ"));
-    for (const int32_t index : {3, -1, INT32_MIN}) {
-        try {
-            TapeQuality::qualityForIndex(index);
-            ADD_FAILURE() << "no assertion for " << index;
-        } catch (const InternalInconsistency& failure) {
-            EXPECT_EQ(failure.description(), "Asking for qualty outside range");
-        }
-    }
+    for (const int32_t index : {3, -1, INT32_MIN})
+        EXPECT_EQ(test::assertionFrom([&] { TapeQuality::qualityForIndex(index); }),
+                  "Asking for qualty outside range")
+            << index;
     // Lossless follows the device unless the rate is locked.
     EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("HQ")), 0u);
     EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("HQ"), true), 44100u);
