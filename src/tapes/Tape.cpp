@@ -30,6 +30,8 @@ Tape::~Tape()
 
 void Tape::loadAttributes()
 {
+    // The artist is written, never read back.
+    mArtist = QString();
     // Opening tags would create a missing file; a tape never does.
     auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
     if (tags) {
@@ -46,14 +48,11 @@ void Tape::loadAttributes()
             mTapeLetter = *letter;
         else
             markDirty(mTapeLetterDirty);
-        // The artist is written, never read back.
-        mArtist = QString();
         // The headers sit beside the tags, in blocks already read.
         parseMP4FileHeaders(tags->fileHandle());
         return;
     }
     markDirty(mTapeLetterDirty);
-    mArtist = QString();
     parseMP4FileHeaders();
 }
 
