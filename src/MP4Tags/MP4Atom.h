@@ -21,7 +21,8 @@ constexpr uint32_t fourCC(const char (&code)[5])
 }
 
 /// An MPEG-4 box: a 32-bit big-endian size (header included), a four-character type, then content.
-/// Only the 32-bit size form exists here: a size of 0 ends a search, a size of 1 is one byte long.
+/// Atoms are read and edited in the 32-bit size form; searches step over the 64-bit form (size 1)
+/// that long media boxes take, and a size of 0 (to the end) ends them.
 class MP4Atom
 {
 public:

@@ -164,12 +164,19 @@ uint64_t MP4FileAtom::offsetOfChildAtom(uint32_t type, uint64_t start, uint64_t 
     // Size and type come with one read. Searches never fail loudly: a header that cannot be read
     // ends the walk.
     for (uint64_t p = start; p < end;) {
-        uint32_t size = 0;
+        uint32_t size32 = 0;
         uint32_t childType = 0;
-        if (!readHeaderAt(fileHandle, p, size, childType) || size == 0)
+        if (!readHeaderAt(fileHandle, p, size32, childType))
             return NotFound;
         if (childType == type)
             return p;
+        // Size 0 runs to the end; size 1 is followed by a 64-bit size, as long recordings have.
+        uint64_t size = size32;
+        uchar large[8];
+        if (size32 == 1 && preadFully(fileHandle, large, 8, p + 8) == 8)
+            size = qFromBigEndian<uint64_t>(large);
+        if (size < 8)
+            return NotFound;
         p += size;
     }
     return NotFound;

@@ -2,13 +2,17 @@
 
 #include "MP4Tags/MP4FileAtom.h"
 #include "MP4Tags/MP4MemoryAtom.h"
+#include "MP4Tags/MP4MoovWriter.h"
 #include "MP4Tags/PositionedIO.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,7 +23,6 @@ namespace spindrel {
 namespace {
 
 constexpr uint32_t Moov = fourCC("moov");
-constexpr uint32_t Mdat = fourCC("mdat");
 constexpr uint32_t Udta = fourCC("udta");
 constexpr uint32_t Meta = fourCC("meta");
 constexpr uint32_t Hdlr = fourCC("hdlr");
@@ -32,9 +35,19 @@ const char* const NoMoovMessage = "No moov atom found in file!";
 const char* const NoChunkOffsetsMessage = "Could not find stco or co64";
 const char* const DamagedChainMessage = "Damaged atom chain in file!";
 
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("MP4Tags", text);
+}
+
+void logTagError(const QString& message)
+{
+    logErrorAfterSource(logSourceName(__FILE__), message);
+}
+
 void logTagError(const char* message)
 {
-    logErrorAfterSource(logSourceName(__FILE__), QString::fromLatin1(message));
+    logTagError(QString::fromLatin1(message));
 }
 
 uint64_t endOf(const MP4FileAtom& atom)
@@ -62,41 +75,6 @@ std::shared_ptr<MP4FileAtom> containedChild(const MP4FileAtom* parent, uint32_t 
     return length >= headerLength(childType) && length <= end - child->offset() ? child : nullptr;
 }
 
-using Wanted = std::initializer_list<std::pair<uint32_t, std::shared_ptr<MP4FileAtom>*>>;
-
-/// Walks the parent's children once, as the searches walk them, and hands back the first child of
-/// each wanted type. True when the walk meets only whole atoms of at least a header's length and
-/// ends exactly at the parent's end: then anything appended is found again by the walk, and no
-/// write can land outside the parent.
-bool scanChildren(const MP4FileAtom& parent, Wanted wanted)
-{
-    const int file = parent.fileHandle();
-    uint32_t parentLength = 0;
-    uint32_t parentType = 0;
-    if (!readHeaderAt(file, parent.offset(), parentLength, parentType))
-        return false;
-    const uint64_t end = parent.offset() + parentLength;
-    uint64_t p = parent.offset() + headerLength(parentType);
-    while (p < end) {
-        uint32_t length = 0;
-        uint32_t type = 0;
-        if (end - p < 8 || !readHeaderAt(file, p, length, type) || length < headerLength(type) ||
-            length > end - p)
-            return false;
-        for (const auto& [wantedType, found] : wanted) {
-            if (type == wantedType && !*found)
-                *found = MP4FileAtom::fileAtomWithOffset(p, file);
-        }
-        p += length;
-    }
-    return p == end;
-}
-
-std::shared_ptr<MP4MemoryAtom> newMeta()
-{
-    return MP4Atom::memoryAtomWithType(Meta, QByteArray(4, '\0'));
-}
-
 std::shared_ptr<MP4MemoryAtom> newHdlr()
 {
     QByteArray payload(8, '\0');
@@ -109,10 +87,23 @@ std::shared_ptr<MP4MemoryAtom> newHdlr()
 
 std::unique_ptr<MP4Tags> MP4Tags::fromFile(const QString& path)
 {
-    const int fileHandle = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    // Non-blocking, so that a FIFO is never waited on before it is turned away.
+    const QByteArray name = QFile::encodeName(path);
+    bool writable = true;
+    int fileHandle = open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+    if (fileHandle < 0 && (errno == EACCES || errno == EROFS || errno == ETXTBSY)) {
+        writable = false;
+        fileHandle = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    }
     if (fileHandle < 0)
         return nullptr;
-    return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle));
+    struct stat status;
+    if (fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(fileHandle);
+        return nullptr;
+    }
+    fcntl(fileHandle, F_SETFL, fcntl(fileHandle, F_GETFL) & ~O_NONBLOCK);
+    return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle, path, writable));
 }
 
 MP4Tags::~MP4Tags()
@@ -250,11 +241,10 @@ bool MP4Tags::setUserData(const QByteArray& data, const QByteArray& uuid, uint32
     return setData(data, UUIDAtom, type, uuid);
 }
 
-struct MP4Tags::Chain
+void MP4Tags::beginEdit()
 {
-    uint64_t fileLength = 0;
-    std::shared_ptr<MP4FileAtom> mdat, moov, trak, udta, meta, hdlr, ilst;
-};
+    mEditing = true;
+}
 
 bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
                       const std::optional<QByteArray>& uuid)
@@ -265,207 +255,149 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
         SP_ASSERT(!uuid.has_value(), "Invalid parameter not satisfying: uuid == nil");
     SP_ASSERT(data.size() < INT32_MAX - 64, "Tag value too large for an atom");
 
-    // The walk reads a few dozen headers that lie close together, and the edit rewrites a few
-    // length words beside them: small blocks read once and written back once keep it to a handful
-    // of system calls without pulling in audio.
-    ReadAheadScope readAhead(mFileHandle, 4096, ReadAheadScope::Writes::Held);
-    const bool written = writeData(data, atomCode, type, uuid);
-    if (!readAhead.flush()) {
-        logTagError(qPrintable(
-            QStringLiteral("Could not write to the file: %1").arg(QString::fromLocal8Bit(strerror(errno)))));
-        return false;
+    const bool single = !mEditing;
+    if (single)
+        beginEdit();
+    MP4Box* moov = editedMoov();
+    const auto item = MP4Box::parse(createDataAtom(atomCode, data, type, uuid)->data());
+    MP4Box* udta = moov ? moov->child(Udta) : nullptr;
+    if (moov && !udta) {
+        moov->children().emplace_back(Udta, QByteArray());
+        udta = &moov->children().back();
     }
-    return written;
-}
-
-bool MP4Tags::writeData(const QByteArray& data, uint32_t atomCode, uint32_t type,
-                        const std::optional<QByteArray>& uuid)
-{
-    Chain chain = topLevelChain();
-    const uint64_t mdatOffset = chain.mdat ? chain.mdat->offset() : 0;
-    if (!chain.moov) {
-        logTagError(NoMoovMessage);
-        return false;
-    }
-    const auto item = createDataAtom(atomCode, data, type, uuid);
-    const bool offsetsFollow = mdatOffset > chain.moov->offset();
-    if (!checkChainBeforeWriting(chain, atomCode, item->length(), offsetsFollow))
-        return false;
-
-    // Each container's length is corrected by exactly the bytes that went into it. Additions go to
-    // the end of a container, so the atoms found so far keep their places.
-    const auto& moov = chain.moov;
-    auto& udta = chain.udta;
-    int32_t growth = 0;
-    if (!udta) {
-        growth += int32_t(moov->addChild(MP4Atom::memoryAtomWithType(Udta, {})));
-        udta = moov->childFileAtomWithType(Udta);
-    }
-    int32_t delta = 0;
-    if (atomCode != UUIDAtom) {
-        auto& meta = chain.meta;
+    bool staged = udta && udta->expand();
+    if (staged && atomCode == UUIDAtom) {
+        udta->putChild(*item);
+    } else if (staged) {
+        MP4Box* meta = udta->child(Meta);
         if (!meta) {
-            const uint32_t added = udta->addChild(newMeta());
-            moov->setLength(moov->length() + added);
-            growth += int32_t(added);
-            meta = udta->childFileAtomWithType(Meta);
+            udta->children().emplace_back(Meta, QByteArray(4, '\0'));
+            meta = &udta->children().back();
         }
-        const auto growMeta = [&](const std::shared_ptr<MP4MemoryAtom>& container) {
-            const uint32_t added = meta->addChild(container);
-            udta->setLength(udta->length() + added);
-            moov->setLength(moov->length() + added);
-            growth += int32_t(added);
-        };
-        if (!chain.hdlr)
-            growMeta(newHdlr());
-        auto& ilst = chain.ilst;
-        if (!ilst) {
-            growMeta(MP4Atom::memoryAtomWithType(Ilst, {}));
-            ilst = meta->childFileAtomWithType(Ilst);
+        // QuickTime writes 'meta' without the version word of the MPEG-4 form.
+        const bool quickTime =
+            meta->isExpanded() ? meta->content().isEmpty() : meta->content().mid(4, 4) == "hdlr";
+        staged = meta->expand(quickTime ? 0 : 4);
+        if (staged && !meta->child(Hdlr))
+            meta->insertChild(0, *MP4Box::parse(newHdlr()->data()));
+        MP4Box* ilst = staged ? meta->child(Ilst) : nullptr;
+        if (staged && !ilst) {
+            meta->children().emplace_back(Ilst, QByteArray());
+            ilst = &meta->children().back();
         }
-        delta = ilst->replaceChildAtomOfType(atomCode, item);
-        meta->setLength(meta->length() + uint32_t(delta));
-        udta->setLength(udta->length() + uint32_t(delta));
-    } else {
-        delta = udta->replaceChildAtomOfType(UUIDAtom, item);
+        staged = staged && ilst->expand();
+        if (staged)
+            ilst->putChild(*item);
     }
-    moov->setLength(moov->length() + uint32_t(delta));
-
-    // Metadata ahead of the audio moved the audio by the same amount.
-    if (offsetsFollow)
-        fixStco(delta + growth);
-    return true;
+    if (moov && !staged)
+        refuse(DamagedChainMessage, tr("“%1” is damaged: its tags cannot be read whole."));
+    return single ? save() : staged;
 }
 
-MP4Tags::Chain MP4Tags::topLevelChain() const
+MP4Box* MP4Tags::editedMoov()
 {
-    // One walk finds both: the first 'mdat' and the first 'moov', up to a size of 0.
-    Chain chain;
-    const int64_t fileLength = spindrel::fileLength(mFileHandle);
-    if (fileLength < 0)
-        return chain;
-    chain.fileLength = uint64_t(fileLength);
-    uint32_t length = 0;
-    uint32_t type = 0;
-    for (uint64_t p = 0; p < chain.fileLength && !(chain.mdat && chain.moov); p += length) {
-        if (!readHeaderAt(mFileHandle, p, length, type) || length == 0)
-            break;
-        if (type == Mdat && !chain.mdat)
-            chain.mdat = MP4FileAtom::fileAtomWithOffset(p, mFileHandle);
-        else if (type == Moov && !chain.moov)
-            chain.moov = MP4FileAtom::fileAtomWithOffset(p, mFileHandle);
+    if (mMoov || mEditFailed)
+        return mMoov ? &*mMoov : nullptr;
+    if (!mWritable) {
+        refuse(nullptr, tr("“%1” is read-only."));
+        return nullptr;
     }
-    return chain;
+    if (!MP4FileLayout::read(mFileHandle, mLayout)) {
+        refuse(nullptr, tr("“%1” could not be read."));
+        return nullptr;
+    }
+    mMoovIndex = mLayout.indexOf(Moov);
+    // Bytes that hold no box at all are no MPEG-4 file; boxes that stop short are a damaged one.
+    if (mMoovIndex < 0 && (mLayout.complete || mLayout.boxes.empty())) {
+        refuse(NoMoovMessage, tr("“%1” is not an MPEG-4 audio file: it has no movie header."));
+        return nullptr;
+    }
+    if (mMoovIndex < 0 || !mLayout.complete) {
+        refuse(DamagedChainMessage, tr("“%1” is damaged: it ends before its last atom does."));
+        return nullptr;
+    }
+    const MP4FileLayout::Box& box = mLayout.boxes[size_t(mMoovIndex)];
+    QByteArray bytes;
+    if (box.size < (uint64_t(1) << 30)) {
+        bytes.resize(qsizetype(box.size));
+        if (preadFully(mFileHandle, bytes.data(), size_t(bytes.size()), box.offset) != bytes.size())
+            bytes.clear();
+    }
+    mMoov = MP4Box::parse(bytes);
+    if (!mMoov || !mMoov->expand()) {
+        mMoov.reset();
+        refuse(DamagedChainMessage, tr("“%1” is damaged: its movie header cannot be read."));
+        return nullptr;
+    }
+    return &*mMoov;
 }
 
-bool MP4Tags::checkChainBeforeWriting(Chain& chain, uint32_t atomCode, uint32_t itemLength,
-                                      bool offsetsFollow) const
+bool MP4Tags::save()
 {
-    const auto damaged = [] {
-        logTagError(DamagedChainMessage);
+    mEditing = false;
+    const bool failed = mEditFailed;
+    mEditFailed = false;
+    if (!mMoov)
+        return !failed;
+    MP4Box moov = std::move(*mMoov);
+    mMoov.reset();
+    if (failed)
         return false;
-    };
-    const MP4FileAtom& moov = *chain.moov;
-    const uint32_t moovLength = moov.length();
-    if (moovLength < 8 || moovLength > chain.fileLength - moov.offset() ||
-        !scanChildren(moov, {{Udta, &chain.udta}, {fourCC("trak"), &chain.trak}}))
-        return damaged();
-
-    std::shared_ptr<MP4FileAtom> old;
-    std::shared_ptr<MP4FileAtom> oldUUID;
-    if (chain.udta && !scanChildren(*chain.udta, {{Meta, &chain.meta}, {UUIDAtom, &oldUUID}}))
-        return damaged();
-    int64_t growth = 0;
-    if (atomCode == UUIDAtom) {
-        growth = chain.udta ? 0 : 8;
-        old = oldUUID;
-    } else {
-        if (chain.meta && !scanChildren(*chain.meta, {{Hdlr, &chain.hdlr}, {Ilst, &chain.ilst}}))
-            return damaged();
-        if (chain.ilst && !scanChildren(*chain.ilst, {{atomCode, &old}}))
-            return damaged();
-        growth = (chain.udta ? 0 : 8) + (chain.meta ? 0 : 12) + (chain.hdlr ? 0 : 34) + (chain.ilst ? 0 : 8);
+    // Nothing else may have changed the file since the edit read it.
+    MP4FileLayout now;
+    if (!MP4FileLayout::read(mFileHandle, now) || now.boxes.size() != mLayout.boxes.size() ||
+        now.fileLength != mLayout.fileLength)
+        return refuse(nullptr, tr("“%1” was changed by another program during the edit."));
+    MP4MoovWriter writer(mFileHandle, mPath);
+    if (!writer.write(moov, mLayout, mMoovIndex)) {
+        mError = writer.errorString();
+        return false;
     }
-    const int64_t delta = growth + int64_t(itemLength) - int64_t(old ? old->length() : 0);
-    if (int64_t(moovLength) + delta > int64_t(UINT32_MAX))
-        return damaged();
-
-    if (offsetsFollow && delta != 0) {
-        bool sound = true;
-        const auto stbl = sampleTableAtom(chain.trak, &sound);
-        if (!sound)
-            return damaged();
-        // Moving the tags without moving the audio's offsets would break the audio.
-        std::shared_ptr<MP4FileAtom> stco;
-        std::shared_ptr<MP4FileAtom> co64;
-        if (!stbl || !scanChildren(*stbl, {{Stco, &stco}, {Co64, &co64}}) || (!stco && !co64)) {
-            logTagError(NoChunkOffsetsMessage);
-            return false;
-        }
-    }
+    mError.clear();
     return true;
 }
 
-std::shared_ptr<MP4FileAtom> MP4Tags::sampleTableAtom(std::shared_ptr<MP4FileAtom> trak, bool* sound) const
+bool MP4Tags::refuse(const char* logged, const QString& message)
 {
-    // The first track only; tape files have one.
-    auto atom = std::move(trak);
-    for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl")}) {
-        if (!atom)
-            return nullptr;
-        std::shared_ptr<MP4FileAtom> child;
-        if (!scanChildren(*atom, {{type, &child}})) {
-            *sound = false;
-            return nullptr;
-        }
-        atom = child;
-    }
-    return atom;
+    if (logged)
+        logTagError(logged);
+    mError = message.arg(QFileInfo(mPath).fileName());
+    mEditFailed = true;
+    return false;
 }
 
-void MP4Tags::fixStco(int32_t delta)
+int MP4Tags::removeStaleEditFiles(const QString& folder)
+{
+    return MP4MoovWriter::removeStaleEditFiles(folder);
+}
+
+bool MP4Tags::fixStco(int32_t delta)
 {
     if (delta == 0)
-        return;
-    const auto moov = topLevelAtom(Moov);
-    std::shared_ptr<MP4FileAtom> trak;
-    bool sound = !moov || scanChildren(*moov, {{fourCC("trak"), &trak}});
-    const auto stbl = sound ? sampleTableAtom(trak, &sound) : nullptr;
-    std::shared_ptr<MP4FileAtom> stco;
-    std::shared_ptr<MP4FileAtom> co64;
-    if (!sound || (stbl && !scanChildren(*stbl, {{Stco, &stco}, {Co64, &co64}}))) {
-        logTagError(DamagedChainMessage);
-        return;
+        return true;
+    const bool single = !mEditing;
+    if (single)
+        beginEdit();
+    std::vector<MP4Box*> tables;
+    MP4Box* moov = editedMoov();
+    if (moov && !(moov->collect(Stco, tables) && moov->collect(Co64, tables)))
+        refuse(DamagedChainMessage, tr("“%1” is damaged: its tracks cannot be read whole."));
+    else if (moov && tables.empty())
+        refuse(NoChunkOffsetsMessage, tr("“%1” has no chunk offsets."));
+    for (MP4Box* table : tables) {
+        QByteArray content = table->content();
+        const qsizetype entry = table->type() == Co64 ? 8 : 4;
+        for (qsizetype i = 8; i + entry <= content.size(); i += entry) {
+            if (entry == 8)
+                qToBigEndian(qFromBigEndian<uint64_t>(content.constData() + i) + uint64_t(int64_t(delta)),
+                             content.data() + i);
+            else
+                qToBigEndian(qFromBigEndian<uint32_t>(content.constData() + i) + uint32_t(delta),
+                             content.data() + i);
+        }
+        table->setContent(content);
     }
-    if (stco)
-        fixStco32(*stbl, *stco, delta);
-    else if (co64)
-        fixStco64(*stbl, *co64, delta);
-    else
-        logTagError(NoChunkOffsetsMessage);
-}
-
-void MP4Tags::fixStco32(MP4FileAtom& stbl, const MP4FileAtom& stco, int32_t delta)
-{
-    QByteArray table = stco.childData();
-    // Past the version word and the entry count; the count is not consulted.
-    if (table.size() >= 12) {
-        for (qsizetype i = 8; i + 4 <= table.size(); i += 4)
-            qToBigEndian(qFromBigEndian<uint32_t>(table.constData() + i) + uint32_t(delta), table.data() + i);
-    }
-    stbl.replaceChildAtomOfType(Stco, MP4Atom::memoryAtomWithType(Stco, table));
-}
-
-void MP4Tags::fixStco64(MP4FileAtom& stbl, const MP4FileAtom& co64, int32_t delta)
-{
-    QByteArray table = co64.childData();
-    // Unlike the 32-bit table, the first entry (bytes 8 to 15) is not moved. This is intended.
-    if (table.size() >= 24) {
-        for (qsizetype i = 16; i + 8 <= table.size(); i += 8)
-            qToBigEndian(qFromBigEndian<uint64_t>(table.constData() + i) + uint64_t(int64_t(delta)),
-                         table.data() + i);
-    }
-    stbl.replaceChildAtomOfType(Co64, MP4Atom::memoryAtomWithType(Co64, table));
+    return single ? save() : !mEditFailed;
 }
 
 } // namespace spindrel

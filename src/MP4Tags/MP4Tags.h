@@ -1,6 +1,8 @@
 #pragma once
 
 #include "MP4Tags/MP4Atom.h"
+#include "MP4Tags/MP4Box.h"
+#include "MP4Tags/MP4FileLayout.h"
 
 #include <QByteArray>
 #include <QString>
@@ -23,10 +25,11 @@ struct MP4TagValue
 };
 
 /// The iTunes-style tags of an MPEG-4 file ('moov'/'udta'/'meta'/'ilst'), plus general 'uuid' atoms
-/// in 'udta'. Everything is read from and written to the open file in place: atoms grow and shrink
-/// inside it, missing containers are made, and the audio's chunk offsets follow when the tags lie
-/// ahead of the audio. Before the first byte is written the whole chain of atoms involved is
-/// checked; a file that does not pass is logged and left exactly as it was.
+/// in 'udta'. Tags are read from the open file in place. An edit builds the new 'moov' in memory
+/// (missing containers are made, other programs' items stay as they were) and MP4MoovWriter puts
+/// it into the file in one atomic step: afterwards the file holds the old tags or the new ones and
+/// all its media. A file that cannot be edited safely is left exactly as it was, and errorString()
+/// says why.
 class MP4Tags
 {
 public:
@@ -46,7 +49,8 @@ public:
     static constexpr uint32_t JPEGType = 13;
     static constexpr uint32_t PNGType = 14;
 
-    /// Opens the file for reading and writing, creating it when missing; nothing if that fails.
+    /// Opens the file for reading and writing, creating it when missing; a file that may only be
+    /// read is opened for reading. Nothing if that fails or the path is not a regular file.
     static std::unique_ptr<MP4Tags> fromFile(const QString& path);
     ~MP4Tags();
     MP4Tags(const MP4Tags&) = delete;
@@ -55,8 +59,18 @@ public:
     int fileHandle() const { return mFileHandle; }
     MP4Tags& operator=(const MP4Tags&) = delete;
 
+    /// Holds the setters that follow until save(), which writes them all in one step.
+    void beginEdit();
+    /// Writes the held edits; the file then has all of them or none. True when there was nothing
+    /// to write.
+    bool save();
+    /// Why the last edit failed, in plain words; empty after a success.
+    const QString& errorString() const { return mError; }
+    /// Removes the temporary files that interrupted edits left in the folder; returns how many.
+    static int removeStaleEditFiles(const QString& folder);
+
     /// Getters give the stored text, or nothing when the item is missing or not text. Setters
-    /// return whether the file was written.
+    /// return whether the file was written (or, between beginEdit() and save(), the edit held).
     std::optional<QString> title() const { return readText(TitleAtom); }
     bool setTitle(const QString& title) { return setData(title.toUtf8(), TitleAtom, TextType); }
     std::optional<QString> artist() const { return readText(ArtistAtom); }
@@ -101,25 +115,30 @@ public:
     /// The value as its indicator (low 24 bits of `flags`) says; nothing for unknown indicators.
     static std::optional<MP4TagValue> valueForData(const QByteArray& data, uint32_t flags);
 
-    /// Moves the chunk offsets of the first track by `delta` (a 64-bit table keeps its first entry).
-    void fixStco(int32_t delta);
+    /// Moves every entry of every track's chunk offset tables by `delta`.
+    bool fixStco(int32_t delta);
 
 private:
-    explicit MP4Tags(int fileHandle) : mFileHandle(fileHandle) {}
+    MP4Tags(int fileHandle, const QString& path, bool writable)
+        : mFileHandle(fileHandle), mPath(path), mWritable(writable)
+    {
+    }
 
     std::optional<QString> readText(uint32_t atomCode) const;
     std::shared_ptr<MP4FileAtom> topLevelAtom(uint32_t type) const;
-    bool writeData(const QByteArray& data, uint32_t atomCode, uint32_t type,
-                   const std::optional<QByteArray>& uuid);
-    struct Chain;
-    Chain topLevelChain() const;
-    bool checkChainBeforeWriting(Chain& chain, uint32_t atomCode, uint32_t itemLength,
-                                 bool offsetsFollow) const;
-    std::shared_ptr<MP4FileAtom> sampleTableAtom(std::shared_ptr<MP4FileAtom> trak, bool* sound) const;
-    void fixStco32(MP4FileAtom& stbl, const MP4FileAtom& stco, int32_t delta);
-    void fixStco64(MP4FileAtom& stbl, const MP4FileAtom& co64, int32_t delta);
+    /// The 'moov' to edit, read once per edit; nothing (with the reason set) when it cannot be.
+    MP4Box* editedMoov();
+    bool refuse(const char* logged, const QString& message);
 
     int mFileHandle;
+    QString mPath;
+    bool mWritable;
+    bool mEditing = false;
+    bool mEditFailed = false;
+    std::optional<MP4Box> mMoov;
+    MP4FileLayout mLayout;
+    int mMoovIndex = -1;
+    QString mError;
 };
 
 } // namespace spindrel

@@ -126,6 +126,8 @@ int runTags(const QStringList& args)
             return options.usageError(QStringLiteral("--set-color takes a number from 0 to 7"));
     }
 
+    // Every change goes to the file in one step, or none does.
+    tags->beginEdit();
     bool written = true;
     const auto set = [&](const char* option, auto setter) {
         const QString name = QLatin1String(option);
@@ -148,9 +150,9 @@ int runTags(const QStringList& args)
             letter.setColorScheme(TapeColorScheme::colorSchemeWithIndex(unsigned(colorIndex)));
         written = writeTapeLetter(*tags, letter) && written;
     }
+    written = tags->save() && written;
     if (!written)
-        return options.fail(
-            QStringLiteral("%1: some tags could not be written (see the messages above)").arg(path));
+        return options.fail(QStringLiteral("%1: nothing was written: %2").arg(path, tags->errorString()));
 
     const QJsonObject json = describe(*tags);
     if (options.isSet(QStringLiteral("json")))

@@ -146,30 +146,36 @@ INSTANTIATE_TEST_SUITE_P(FFmpegFiles, MP4TagsRoundTrip,
                                     (std::get<1>(info.param) == Layout::MoovFirst ? "MoovFirst" : "MoovLast");
                          });
 
-TEST_F(MP4TagsTest, RewritingShrinksAndGrowsEveryContainerByTheSameAmount)
+TEST_F(MP4TagsTest, EditsResizeEveryContainerAndTheAudioMovesOnlyOnceForPadding)
 {
     for (const Layout layout : {Layout::MoovLast, Layout::MoovFirst}) {
+        SCOPED_TRACE(layout == Layout::MoovFirst ? "moov first" : "moov last");
         const QString path = copyOf(Codec::AAC, layout);
         const QByteArray audio = decodedAudioDigest(path);
+        const qint64 mdatBefore = findAtom(readFile(path), {"mdat"}).offset;
         auto tags = MP4Tags::fromFile(path);
         ASSERT_TRUE(tags->setTitle(QStringLiteral("a title of medium size")));
+        // A file with the tags ahead of the audio is written anew once, with room to grow.
+        const qint64 mdat = findAtom(readFile(path), {"mdat"}).offset;
+        EXPECT_EQ(mdat > mdatBefore, layout == Layout::MoovFirst);
         for (const QString& title :
-             {QStringLiteral("short"), QStringLiteral("a much longer title than before"),
-              QStringLiteral("a much longer title than befoRE")}) {
+             {QStringLiteral("short"), QStringLiteral("a much longer title than before, and longer still"),
+              QStringLiteral("a much longer title than before, and longer stiLL")}) {
             const QByteArray before = readFile(path);
             const int delta = int(title.toUtf8().size()) - int(tags->title()->toUtf8().size());
-            ASSERT_TRUE(tags->setTitle(title));
+            ASSERT_TRUE(tags->setTitle(title)) << tags->errorString().toStdString();
             const QByteArray after = readFile(path);
-            EXPECT_EQ(after.size() - before.size(), delta);
             for (int depth = 1; depth <= Ilst.size(); ++depth)
                 EXPECT_EQ(sizeAt(after, Ilst.mid(0, depth)), sizeAt(before, Ilst.mid(0, depth)) + delta);
             EXPECT_EQ(sizeAt(after, Ilst + QList<QByteArray>{"\xA9nam"}),
                       quint32(24 + title.toUtf8().size()));
-            EXPECT_EQ(chunkOffsets(after),
-                      shifted(chunkOffsets(before), layout == Layout::MoovFirst ? delta : 0));
+            EXPECT_EQ(findAtom(after, {"mdat"}).offset, mdat);
+            EXPECT_EQ(chunkOffsets(after), chunkOffsets(before));
             EXPECT_EQ(tags->title(), title);
+            EXPECT_TRUE(tags->errorString().isEmpty());
         }
         EXPECT_EQ(decodedAudioDigest(path), audio);
+        EXPECT_TRUE(mLogged.isEmpty()) << mLogged.join(u'\n').toStdString();
     }
 }
 
@@ -192,8 +198,10 @@ TEST_F(MP4TagsTest, MissingContainersAreMadeAndTheAudioFollows)
     ASSERT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
     const QByteArray after = readFile(path);
     // udta 8 + meta 12 + hdlr 34 + ilst 8, and the 25-byte item.
-    EXPECT_EQ(after.size() - bytes.size(), 62 + 25);
-    EXPECT_EQ(chunkOffsets(after).front(), chunkOffsets(bytes).front() + 87);
+    EXPECT_EQ(sizeAt(after, {"moov"}), moov.size - udta.size + 62 + 25);
+    const qint64 moved = findAtom(after, {"mdat"}).offset - findAtom(bytes, {"mdat"}).offset;
+    EXPECT_GT(moved, 62 + 25);
+    EXPECT_EQ(chunkOffsets(after).front(), chunkOffsets(bytes).front() + moved);
     EXPECT_EQ(after.mid(findAtom(after, {"moov", "udta"}).offset),
               box("udta",
                   box("meta", be32(0) + box("hdlr", QByteArray(8, '\0') + "mdirappl" + QByteArray(10, '\0')) +
@@ -202,22 +210,79 @@ TEST_F(MP4TagsTest, MissingContainersAreMadeAndTheAudioFollows)
     EXPECT_EQ(decodedAudioDigest(path), audio);
 }
 
-TEST_F(MP4TagsTest, ChunkOffsetTablesMoveOnlyWhenTheAudioFollows)
+TEST_F(MP4TagsTest, EveryChunkOffsetOfEveryTableMovesWithTheAudio)
 {
     const QByteArray stco = box("stco", be32(0) + be32(3) + be32(1000) + be32(2000) + be32(3000));
     const QByteArray co64 = box("co64", be32(0) + be32(3) + be64(1000) + be64(2000) + be64(3000));
-    const quint64 growth = 62 + 25;
-    const auto offsetsAfterTitle = [&](const QByteArray& table, bool audioFirst) {
-        const QString path = fileWith(fileWithChunkTable(table, audioFirst));
+    const auto edited = [&](const QByteArray& tables, bool audioFirst) {
+        const QByteArray before = fileWithChunkTable(tables, audioFirst);
+        const QString path = fileWith(before);
         EXPECT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
-        return chunkOffsets(readFile(path));
+        const QByteArray after = readFile(path);
+        return std::pair{findAtom(after, {"mdat"}).offset - findAtom(before, {"mdat"}).offset, after};
     };
-    EXPECT_EQ(offsetsAfterTitle(stco, false), (QList<quint64>{1000 + growth, 2000 + growth, 3000 + growth}));
-    // The 64-bit table keeps its first entry where it was.
-    EXPECT_EQ(offsetsAfterTitle(co64, false), (QList<quint64>{1000, 2000 + growth, 3000 + growth}));
-    EXPECT_EQ(offsetsAfterTitle(co64, true), (QList<quint64>{1000, 2000, 3000}));
+    // Every entry of a 64-bit table moves, the first one too: a file whose audio is one chunk
+    // would otherwise lose all of it.
+    for (const QByteArray& table : {stco, co64}) {
+        const auto [moved, after] = edited(table, false);
+        EXPECT_GT(moved, 62 + 25);
+        EXPECT_EQ(chunkOffsets(after), shifted({1000, 2000, 3000}, moved));
+        EXPECT_EQ(chunkOffsets(edited(table, true).second), (QList<quint64>{1000, 2000, 3000}));
+    }
+    // A 32-bit table whose offsets would pass 4 GiB becomes a 64-bit one.
+    const auto [moved, after] = edited(box("stco", be32(0) + be32(1) + be32(0xFFFFFFF0)), false);
+    EXPECT_GE(findAtom(after, {"moov", "trak", "mdia", "minf", "stbl", "co64"}).offset, 0);
+    EXPECT_EQ(chunkOffsets(after), (QList<quint64>{0xFFFFFFF0ull + quint64(moved)}));
     // Without a table nothing needs to move while the audio comes first.
-    EXPECT_TRUE(offsetsAfterTitle(box("stsz"), true).isEmpty());
+    EXPECT_TRUE(edited(box("stsz"), true).second.size() > 0);
+    EXPECT_TRUE(mLogged.isEmpty());
+}
+
+TEST_F(MP4TagsTest, FreeSpaceAroundAndInsideTheTagsIsUsedBeforeAnyAudioMoves)
+{
+    const QByteArray ftyp = box("ftyp", "M4A ");
+    const QByteArray mvhd = box("mvhd", QByteArray(100, '\0'));
+    const QByteArray hdlr = box("hdlr", QByteArray(8, '\0') + "mdirappl" + QByteArray(10, '\0'));
+    const QByteArray title = box("\xA9nam", box("data", be32(1) + be32(0) + "old"));
+    const QByteArray mdat = box("mdat", QByteArray(4000, 'a'));
+    const auto file = [&](const QByteArray& innerFree, const QByteArray& outerFree,
+                          const QByteArray& terminator) -> QByteArray {
+        const auto moovWith = [&](quint32 audioAt) -> QByteArray {
+            const QByteArray stco = box("stco", be32(0) + be32(1) + be32(audioAt));
+            return box("moov", mvhd + box("trak", box("mdia", box("minf", box("stbl", stco)))) +
+                                   box("udta", box("meta", be32(0) + hdlr + box("ilst", title) + innerFree) +
+                                                   terminator));
+        };
+        const qsizetype audioAt = ftyp.size() + moovWith(0).size() + outerFree.size() + 8;
+        return ftyp + moovWith(quint32(audioAt)) + outerFree + mdat;
+    };
+    const QString longTitle = QStringLiteral("a title that is forty bytes long, or so");
+    const struct
+    {
+        const char* name;
+        QByteArray bytes;
+        bool terminated = false;
+    } cases[] = {
+        {"free-after-moov", file({}, box("free", QByteArray(3000, '\0')), {})},
+        {"free-inside-meta", file(box("free", QByteArray(200, '\0')), {}, {})},
+        {"quicktime-terminator", file({}, box("free", QByteArray(100, '\0')), be32(0)), true},
+    };
+    for (const auto& layout : cases) {
+        SCOPED_TRACE(layout.name);
+        const QString path = fileWith(layout.bytes);
+        auto tags = MP4Tags::fromFile(path);
+        ASSERT_TRUE(tags->setTitle(longTitle)) << tags->errorString().toStdString();
+        ASSERT_TRUE(tags->setTitle(longTitle + longTitle.left(9)));
+        const QByteArray after = readFile(path);
+        EXPECT_EQ(after.size(), layout.bytes.size());
+        EXPECT_EQ(findAtom(after, {"mdat"}).offset, findAtom(layout.bytes, {"mdat"}).offset);
+        EXPECT_EQ(after.right(mdat.size()), mdat);
+        EXPECT_EQ(tags->title(), longTitle + longTitle.left(9));
+        const Span udta = findAtom(after, {"moov", "udta"});
+        if (layout.terminated) {
+            EXPECT_EQ(after.mid(udta.offset + udta.size - 4, 4), be32(0));
+        }
+    }
     EXPECT_TRUE(mLogged.isEmpty());
 }
 

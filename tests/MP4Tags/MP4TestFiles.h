@@ -19,6 +19,8 @@ enum class Layout { MoovLast, MoovFirst };
 
 /// A one-second stereo tone; 'moov' first also sets the movie timescale to the sample rate.
 void makeAudioFile(const QString& path, Codec codec, Layout layout);
+/// Runs ffmpeg quietly with `arguments` and the output `path`; throws when it fails.
+void makeFFmpegFile(const QString& path, const QStringList& arguments);
 
 int run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr,
         QByteArray* errors = nullptr);
@@ -37,7 +39,29 @@ struct Span
     qint64 offset = -1;
     quint32 size = 0;
 };
-Span findAtom(const QByteArray& file, const QList<QByteArray>& path);
+/// The search starts in the content of `within`, or at the top of the file.
+Span findAtom(const QByteArray& file, const QList<QByteArray>& path, const Span& within = {});
+
+/// A box read with every size form: size word 1 (a 64-bit size follows) and 0 (to the end).
+struct BoxAt
+{
+    QByteArray type;
+    qint64 offset = -1;
+    qint64 size = 0;
+    int header = 8;
+    qint64 payload() const { return offset + header; }
+    Span span() const { return {offset, quint32(size)}; }
+};
+/// The boxes from `start` to `end` (-1: the end of the file); stops at bytes that are no box.
+QList<BoxAt> boxesIn(const QByteArray& file, qint64 start = 0, qint64 end = -1);
+/// The first top-level box of this type; offset -1 if missing.
+BoxAt topLevelBox(const QByteArray& file, const QByteArray& type);
+/// The 'stco' or 'co64' of every track, in track order.
+QList<Span> chunkOffsetTables(const QByteArray& file);
+/// The entries of every track's chunk offsets table.
+QList<QList<quint64>> trackChunkOffsets(const QByteArray& file);
+/// Moves every entry of every track's table, as when the media moved by `delta`.
+void shiftChunkOffsets(QByteArray& file, qint64 delta);
 inline quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
 {
     return findAtom(file, path).size;
@@ -47,8 +71,16 @@ inline quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
 QList<quint64> chunkOffsets(const QByteArray& file);
 
 QJsonObject probeTags(const QString& path);
+/// ffprobe's format, streams and chapters.
+QJsonObject probeFile(const QString& path);
 /// MD5 of the decoded audio; empty when ffmpeg reports any error.
 QByteArray decodedAudioDigest(const QString& path);
+/// Digests of the packets of every stream but cover art, copied without decoding: they change when
+/// any chunk offset is wrong. Empty when ffmpeg reports any error.
+QByteArray packetDigest(const QString& path);
+/// Every item as mutagen reads it, each value as text (cover art as "cover FORMAT SIZE"); an object
+/// holding only "error" when mutagen cannot read the file.
+QJsonObject mutagenTags(const QString& path);
 
 // One scratch file, opened for reading and writing.
 class ScratchFileTest : public ::testing::Test
