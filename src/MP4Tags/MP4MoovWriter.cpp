@@ -221,10 +221,17 @@ bool MP4MoovWriter::write(MP4Box& moov, const MP4FileLayout& layout, int moovInd
 
     // Beside the old box, in the free space on either side of it.
     const MP4FileLayout::Box& old = boxes[size_t(moovIndex)];
+    std::vector<MP4Box*> frees;
+    internalFreeSpace(moov, frees);
+    uint64_t givable = 0;
+    for (const MP4Box* free : frees)
+        givable += free->size();
     for (const bool after : {true, false}) {
-        MP4Box fitted = moov;
         const uint64_t space = after ? region.end - old.end() : old.offset - region.start;
-        if (space >= 8 && fitTo(fitted, space))
+        if (space < 8 || space + givable < moov.size())
+            continue; // not even with all of its inner free space given up
+        MP4Box fitted = moov;
+        if (fitTo(fitted, space))
             return writeBeside(fitted, layout, region, moovIndex, after);
     }
     // Over the old box and its free space, through a copy at the end of the file. A fragmented
@@ -264,8 +271,9 @@ bool MP4MoovWriter::writeBeside(const MP4Box& moov, const MP4FileLayout& layout,
     // The new box's header: the switch when it stands before the old one.
     if (!put(bytes.constData(), 8, start) || !sync())
         return false;
-    // Freeing the old box: the switch when the new one stands after it.
-    return put("free", 4, old.offset + 4) && sync();
+    // Freeing the old box: the switch when the new one stands after it. Only the order of the
+    // steps matters to the file's integrity, so the last one needs no sync of its own.
+    return put("free", 4, old.offset + 4);
 }
 
 bool MP4MoovWriter::writeOver(const MP4Box& moov, const MP4FileLayout& layout, const Region& region)
@@ -287,12 +295,12 @@ bool MP4MoovWriter::writeOver(const MP4Box& moov, const MP4FileLayout& layout, c
     const uint64_t copyAt = layout.fileLength;
     if (!put(bytes.constData(), size, copyAt) || !sync())
         return false;
-    if (!putHeader(region.start, space, "free") || !sync())
-        return false;
     // Growing at the end of the file: the copy is the new box, and the old space stays free for
     // the next edit.
     if (tail && (size > space || space - size < 8))
-        return true;
+        return putHeader(region.start, space, "free");
+    if (!putHeader(region.start, space, "free") || !sync())
+        return false;
 
     if (!put(bytes.constData() + 8, size - 8, region.start + 8) ||
         (space > size && !tail && !putHeader(region.start + size, space - size, "free")) || !sync())
@@ -301,7 +309,7 @@ bool MP4MoovWriter::writeOver(const MP4Box& moov, const MP4FileLayout& layout, c
         return false;
     if (ftruncate(mFileHandle, off_t(tail ? region.start + size : copyAt)) != 0)
         return failWithErrno(tr("“%1” could not be shortened").arg(displayName(mPath)));
-    return sync();
+    return true;
 }
 
 bool MP4MoovWriter::rewrite(MP4Box& moov, const MP4FileLayout& layout, const Region& region)

@@ -16,7 +16,7 @@ namespace spindrel {
 ///   and the copy is cut off again;
 /// - otherwise the file is written anew beside the old one (a hidden temporary file in the same
 ///   folder), with free space after the new box for the edits to come, and renamed over it.
-/// Between steps the file is synced, so a power loss keeps the steps in order.
+/// Between steps the file is synced, so that a power loss cannot reorder them.
 class MP4MoovWriter
 {
 public:
