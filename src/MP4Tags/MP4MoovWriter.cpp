@@ -26,11 +26,6 @@ constexpr uint32_t Stco = fourCC("stco");
 constexpr uint32_t Co64 = fourCC("co64");
 const QLatin1String EditFileMarker(".spindrel-edit-");
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("MP4MoovWriter", text);
-}
-
 QString displayName(const QString& path)
 {
     return QFileInfo(path).fileName();

@@ -3,6 +3,7 @@
 #include "MP4Tags/MP4Box.h"
 #include "MP4Tags/MP4FileLayout.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 namespace spindrel {
@@ -19,6 +20,8 @@ namespace spindrel {
 /// Between steps the file is synced, so that a power loss cannot reorder them.
 class MP4MoovWriter
 {
+    Q_DECLARE_TR_FUNCTIONS(MP4MoovWriter)
+
 public:
     /// `fileHandle` is the open file; after a rewrite it is the new file's descriptor.
     MP4MoovWriter(int& fileHandle, const QString& path) : mFileHandle(fileHandle), mPath(path) {}

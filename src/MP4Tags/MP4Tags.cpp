@@ -35,11 +35,6 @@ const char* const NoMoovMessage = "No moov atom found in file!";
 const char* const NoChunkOffsetsMessage = "Could not find stco or co64";
 const char* const DamagedChainMessage = "Damaged atom chain in file!";
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("MP4Tags", text);
-}
-
 void logTagError(const QString& message)
 {
     logErrorAfterSource(logSourceName(__FILE__), message);

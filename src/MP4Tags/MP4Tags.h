@@ -5,6 +5,7 @@
 #include "MP4Tags/MP4FileLayout.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QString>
 #include <memory>
 #include <optional>
@@ -32,6 +33,8 @@ struct MP4TagValue
 /// says why.
 class MP4Tags
 {
+    Q_DECLARE_TR_FUNCTIONS(MP4Tags)
+
 public:
     // Item codes; the first byte of the iTunes codes is 0xA9, the copyright sign.
     static constexpr uint32_t TitleAtom = 0xA96E616D;       // ©nam
