@@ -139,7 +139,8 @@ int runImport(const QStringList& args)
     int status = 0;
     for (const QString& path : options.positional()) {
         const QFileInfo source(path);
-        if (!source.isFile()) {
+        // A source that is there but not a regular file is refused by the copy, with its reason.
+        if (!source.exists()) {
             status = options.fail(QStringLiteral("%1: no such file").arg(path));
             continue;
         }

@@ -48,6 +48,7 @@ int runTape(const QStringList& args)
     QString failure;
     QObject::connect(&tape, &Tape::errorOccurred,
                      [&failure](const Error& error) { failure = error.localizedDescription(); });
+    QObject::connect(&tape, &Tape::commitFailed, [&failure](const QString& reason) { failure = reason; });
     if (options.isSet(QStringLiteral("title")))
         tape.setTitle(options.value(QStringLiteral("title")));
     if (options.isSet(QStringLiteral("notes")))
@@ -65,13 +66,16 @@ int runTape(const QStringList& args)
             letter.colorScheme()->setIndex(unsigned(colorIndex));
         tape.setTapeLetter(letter);
     }
-    tape.commitAttributes();
+    // A failed write keeps the file as it was, under its old name.
+    const bool written = tape.commitAttributes();
+    tape.setCommitsWhenReleased(false);
+    if (!written)
+        return options.fail(failure.isEmpty() ? QStringLiteral("%1: the tags could not be written").arg(path)
+                                              : failure);
     if (!failure.isEmpty()) {
         options.out() << tape.filename() << "\n";
         return options.fail(failure);
     }
-    if (tape.dirty())
-        return options.fail(QStringLiteral("%1: the tags could not be written").arg(path));
     options.out() << tape.filename() << "\n";
     return 0;
 }

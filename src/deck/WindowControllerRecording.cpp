@@ -207,6 +207,7 @@ void WindowController::observeTape(const TapePtr& tape)
     connect(tape.get(), &Tape::dirtyChanged, this, &WindowController::commitDirtyTape);
     connect(tape.get(), &Tape::errorOccurred, this,
             [this](const Error& error) { presentError(error.localizedDescription()); });
+    connect(tape.get(), &Tape::commitFailed, this, &WindowController::showDeckMessage);
 }
 
 void WindowController::stopObservingTape(const TapePtr& tape)

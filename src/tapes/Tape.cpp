@@ -13,88 +13,129 @@
 #include <QFileInfo>
 #include <QMimeData>
 #include <QUrl>
+#include <exception>
 
 namespace spindrel {
+
+namespace {
+
+/// Logs an exception that a tape stops at its own edge, so that one damaged file never takes the
+/// library, the deck or a command down with it.
+void logCaught(const QString& filename, const char* what)
+{
+    logError(logSourceName(__FILE__), QStringLiteral("%1: %2").arg(filename, QString::fromUtf8(what)));
+}
+
+} // namespace
 
 Tape::Tape(const QString& filename, QObject* parent) : QObject(parent), mFilename(filename)
 {
     // Loading assigns the fields directly, so it never marks them dirty (but for a missing letter).
+    // It throws nothing: a file that cannot be read whole gives what could be read.
     loadAttributes();
 }
 
 Tape::~Tape()
 {
-    if (mCommitsWhenReleased)
+    if (!mCommitsWhenReleased)
+        return;
+    // Whoever listened may be going away too: a last commit reports nothing.
+    blockSignals(true);
+    try {
         commitAttributes();
+    } catch (const std::exception& exception) {
+        logCaught(mFilename, exception.what());
+    } catch (...) {
+        logCaught(mFilename, "unknown exception while committing");
+    }
 }
 
 void Tape::loadAttributes()
 {
     // The artist is written, never read back.
     mArtist = QString();
-    // Opening tags would create a missing file; a tape never does.
-    auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
-    if (tags) {
-        const ReadAheadScope readAhead(tags->fileHandle());
-        if (auto title = tags->title())
-            mTitle = *title;
-        if (auto lyrics = tags->lyrics())
-            mNotes = *lyrics;
-        if (auto releaseDate = tags->releaseDate()) {
-            if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
-                storeDate(*date);
+    bool letterSettled = false;
+    try {
+        // Opening tags would create a missing file; a tape never does.
+        auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
+        if (tags) {
+            const ReadAheadScope readAhead(tags->fileHandle());
+            if (auto title = tags->title())
+                mTitle = *title;
+            if (auto lyrics = tags->lyrics())
+                mNotes = *lyrics;
+            if (auto releaseDate = tags->releaseDate()) {
+                if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
+                    storeDate(*date);
+            }
+            if (auto letter = readTapeLetter(*tags))
+                mTapeLetter = *letter;
+            else
+                markDirty(mTapeLetterDirty);
+            letterSettled = true;
+            // The headers sit beside the tags, in blocks already read.
+            parseMP4FileHeaders(tags->fileHandle());
+            return;
         }
-        if (auto letter = readTapeLetter(*tags))
-            mTapeLetter = *letter;
-        else
-            markDirty(mTapeLetterDirty);
-        // The headers sit beside the tags, in blocks already read.
-        parseMP4FileHeaders(tags->fileHandle());
-        return;
+        markDirty(mTapeLetterDirty);
+        letterSettled = true;
+        parseMP4FileHeaders();
+    } catch (const std::exception& exception) {
+        logCaught(mFilename, exception.what());
+    } catch (...) {
+        logCaught(mFilename, "unknown exception while loading");
     }
-    markDirty(mTapeLetterDirty);
-    parseMP4FileHeaders();
+    // A letter that could not be read is the default one, to be written at the next commit.
+    if (!letterSettled)
+        markDirty(mTapeLetterDirty);
 }
 
-void Tape::commitAttributes()
+bool Tape::commitAttributes()
 {
     if (!QFileInfo::exists(mFilename))
-        return;
+        return false;
     auto tags = MP4Tags::fromFile(mFilename);
     if (!tags)
-        return;
+        return false;
 
     const bool title = mTitleDirty;
     const bool notes = mNotesDirty;
     const bool date = mDateDirty;
     const bool artist = mArtistDirty;
+    const bool letter = mTapeLetterDirty;
+    if (!(title || notes || date || artist || letter))
+        return true;
 
+    // One write for the whole commit: the file gets every edit or none.
+    tags->beginEdit();
     if (title)
         tags->setTitle(mTitle);
-    if (notes) {
+    if (notes)
         tags->setLyrics(mNotes);
-        clearFlag(mNotesDirty);
-    }
-    if (date) {
+    if (date)
         tags->setReleaseDate(DateParser::standardDescription(mDate));
-        clearFlag(mDateDirty);
-    }
-    if (artist) {
+    if (artist)
         tags->setArtist(mArtist);
-        clearFlag(mArtistDirty);
-    }
-    if (mTapeLetterDirty || date || notes || title)
+    if (letter || date || notes || title)
         tags->setCoverArt(renderCoverArt());
-    if (mTapeLetterDirty) {
+    if (letter)
         writeTapeLetter(*tags, mTapeLetter);
-        clearFlag(mTapeLetterDirty);
+    if (!tags->save()) {
+        // The flags stay, so a later commit tries again; the file keeps its name.
+        Q_EMIT commitFailed(tags->errorString());
+        return false;
     }
     tags.reset();
+    clearFlag(mNotesDirty);
+    clearFlag(mDateDirty);
+    clearFlag(mArtistDirty);
+    clearFlag(mTapeLetterDirty);
     if (mTitleDirty) {
         if (auto error = renameFile(mTitle))
             Q_EMIT errorOccurred(*error);
         clearFlag(mTitleDirty);
     }
+    return true;
 }
 
 std::optional<Error> Tape::renameFile(const QString& title)

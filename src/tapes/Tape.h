@@ -39,9 +39,11 @@ public:
     void setCommitsWhenReleased(bool commits) { mCommitsWhenReleased = commits; }
 
     void loadAttributes();
-    /// Writes the dirty fields into the file, renders new cover art when a visible field changed,
-    /// and renames the file after a title change. A missing file keeps every flag.
-    void commitAttributes();
+    /// Writes the dirty fields into the file in one step, renders new cover art when a visible
+    /// field changed, and renames the file after a title change. False when nothing could be
+    /// written: every flag stays and the file keeps its name (commitFailed says why, unless the
+    /// file is missing).
+    bool commitAttributes();
     /// Moves the file to "[YYYY-MM-DD] title.ext" (with " 1", " 2"... when taken).
     std::optional<Error> renameFile(const QString& title);
     static QString fileFriendlyName(const QString& name);
@@ -106,6 +108,8 @@ Q_SIGNALS:
     void dirtyChanged();
     /// A file-system error the user should see (a failed rename).
     void errorOccurred(const spindrel::Error& error);
+    /// The tags could not be written; the reason in plain words.
+    void commitFailed(const QString& reason);
 
 private:
     /// The probe over a descriptor already open (and read ahead) for loading the tags.

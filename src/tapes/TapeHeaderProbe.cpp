@@ -1,20 +1,30 @@
 // The tape's header probe: duration, sample rate, bit rate and channels from the movie header and
 // the stream descriptor, without decoding audio.
+//
+// The probe reads files that may be cut short or damaged, so it walks the atoms itself: every
+// atom is held to the bounds of its parent and of the file before a byte of it is read, and what
+// cannot be read is left at its default. Nothing here asserts or throws on the file's content.
 #include "MP4Tags/MP4FileAtom.h"
 #include "MP4Tags/PositionedIO.h"
-#include "foundation/Assertion.h"
 #include "foundation/Log.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeQuality.h"
 
 #include <QFile>
 #include <QtEndian>
+#include <algorithm>
 #include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace spindrel {
 
 namespace {
+
+// The probe's atoms are small (a movie header is about 100 bytes); a damaged size word must not
+// make it read a whole file into memory.
+constexpr uint64_t MaxReadLength = 64 * 1024;
 
 quint32 wordAt(const QByteArray& bytes, qsizetype at)
 {
@@ -28,12 +38,96 @@ quint8 byteAt(const QByteArray& bytes, qsizetype at)
     return at >= 0 && at < bytes.size() ? quint8(bytes.at(at)) : 0;
 }
 
+/// An atom as far as it lies inside its parent: where it starts, where its content starts and where
+/// it ends, that end cut at the parent's. `whole` when nothing had to be cut.
+struct Extent
+{
+    uint64_t offset = 0;
+    uint64_t content = 0;
+    uint64_t end = 0;
+    bool whole = true;
+};
+
+/// The header at `at` within [at, end): its size (the 64-bit form after size 1, the rest of the
+/// range for size 0) and type. Nothing when the header itself does not fit or its size is smaller
+/// than the header.
+std::optional<std::pair<Extent, uint32_t>> headerAt(int fileHandle, uint64_t at, uint64_t end)
+{
+    uint32_t size32 = 0;
+    uint32_t type = 0;
+    if (at >= end || end - at < 8 || !readHeaderAt(fileHandle, at, size32, type))
+        return std::nullopt;
+    uint64_t headerLength = 8;
+    uint64_t size = size32;
+    if (size32 == 1) {
+        uchar large[8];
+        if (end - at < 16 || preadFully(fileHandle, large, 8, at + 8) != 8)
+            return std::nullopt;
+        size = qFromBigEndian<quint64>(large);
+        headerLength = 16;
+    } else if (size32 == 0) {
+        size = end - at;
+    }
+    if (size < headerLength)
+        return std::nullopt;
+    // A size past the range is what a cut file has: the atom keeps what the range holds.
+    const bool whole = size <= end - at;
+    return std::pair{Extent{at, at + headerLength, whole ? at + size : end, whole}, type};
+}
+
+/// The first direct child of the type between `start` and `end`. The walk stops at a header that
+/// cannot be read, and after an atom that runs past the range, since nothing follows it.
+std::optional<Extent> child(int fileHandle, uint64_t start, uint64_t end, uint32_t type)
+{
+    for (uint64_t p = start; p < end;) {
+        const auto header = headerAt(fileHandle, p, end);
+        if (!header)
+            return std::nullopt;
+        if (header->second == type)
+            return header->first;
+        p = header->first.end;
+    }
+    return std::nullopt;
+}
+
+std::optional<Extent> child(int fileHandle, const std::optional<Extent>& parent, uint32_t type)
+{
+    return parent ? child(fileHandle, parent->content, parent->end, type) : std::nullopt;
+}
+
+/// An atom of the type at any alignment between `start` and `end` (the sample entries hold
+/// fields before their children, so a walk would not find them). The scan covers the first
+/// MaxReadLength bytes, where real sample descriptions lie whole.
+std::optional<Extent> anywhere(int fileHandle, uint64_t start, uint64_t end, uint32_t type)
+{
+    end = std::min(end, start + MaxReadLength);
+    const uint64_t found = MP4FileAtom::findOffsetOfChildAtom(type, start, end, fileHandle);
+    if (found == MP4Atom::NotFound || found < start)
+        return std::nullopt;
+    const auto header = headerAt(fileHandle, found, end);
+    return header ? std::optional(header->first) : std::nullopt;
+}
+
+/// The content as far as it could be read, at most MaxReadLength bytes.
+QByteArray contentOf(int fileHandle, const Extent& extent)
+{
+    QByteArray bytes(qsizetype(std::min(extent.end - extent.content, MaxReadLength)), Qt::Uninitialized);
+    const ssize_t read = preadFully(fileHandle, bytes.data(), size_t(bytes.size()), extent.content);
+    bytes.truncate(read > 0 ? qsizetype(read) : 0);
+    return bytes;
+}
+
 } // namespace
 
 void Tape::parseMP4FileHeaders()
 {
+    // Only regular files are opened: a FIFO or a device is never touched. The open is
+    // non-blocking and checked again, in case the path changed in between.
     const QByteArray path = QFile::encodeName(mFilename);
-    const int fileHandle = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    struct stat status;
+    if (::stat(path.constData(), &status) != 0 || !S_ISREG(status.st_mode))
+        return;
+    const int fileHandle = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fileHandle < 0)
         return;
     // Closed on every path: nothing depends on the descriptor staying open.
@@ -42,39 +136,46 @@ void Tape::parseMP4FileHeaders()
         int fd;
         ~Closer() { ::close(fd); }
     } closer{fileHandle};
+    if (::fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode))
+        return;
     const ReadAheadScope readAhead(fileHandle);
     parseMP4FileHeaders(fileHandle);
 }
 
 void Tape::parseMP4FileHeaders(int fileHandle)
 {
-    const auto moov = MP4FileAtom::withType(fourCC("moov"), fileHandle);
-    const auto mvhd = moov ? moov->childFileAtomWithType(fourCC("mvhd")) : nullptr;
+    const int64_t length = fileLength(fileHandle);
+    if (length <= 0)
+        return;
+    // Long recordings put a 64-bit 'mdat' before 'moov'; the walk steps over it.
+    const auto moov = child(fileHandle, 0, uint64_t(length), fourCC("moov"));
+    const auto mvhd = child(fileHandle, moov, fourCC("mvhd"));
     if (!mvhd)
         return;
 
-    const QByteArray header = mvhd->childData();
+    const QByteArray header = contentOf(fileHandle, *mvhd);
     const bool version0 = wordAt(header, 0) == 0;
-    const quint32 timescale = wordAt(header, version0 ? 12 : 28);
-    const quint32 duration = wordAt(header, version0 ? 16 : 32);
+    const qsizetype timescaleAt = version0 ? 12 : 28;
+    const quint32 timescale = wordAt(header, timescaleAt);
+    const quint32 duration = wordAt(header, timescaleAt + 4);
+    // A header cut before the end of its duration tells nothing, nor does a timescale of 0.
+    if (header.size() < timescaleAt + 8 || timescale == 0)
+        return;
     mDuration = double(float(duration) / float(timescale));
     mSamplerate = timescale;
 
-    std::shared_ptr<MP4FileAtom> stsd = moov->childFileAtomWithType(fourCC("trak"));
-    for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")}) {
-        if (!stsd)
-            break;
-        stsd = stsd->childFileAtomWithType(type);
-    }
-    if (!stsd) {
+    std::optional<Extent> stsd = child(fileHandle, moov, fourCC("trak"));
+    for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")})
+        stsd = child(fileHandle, stsd, type);
+    // Half a sample description would tell a wrong quality (a missing descriptor reads as lossless).
+    if (!stsd || !stsd->whole) {
         Q_EMIT headersChanged();
         return;
     }
-    (void)wordAt(stsd->childData(), 12); // the sample entry's format; the byte scan below finds it anyway
 
-    if (const auto mp4a = stsd->findChildFileAtomWithType(fourCC("mp4a"))) {
-        if (const auto esds = mp4a->findChildFileAtomWithType(fourCC("esds")))
-            parseESDS(esds->childData());
+    if (const auto mp4a = anywhere(fileHandle, stsd->content, stsd->end, fourCC("mp4a"))) {
+        if (const auto esds = anywhere(fileHandle, mp4a->content, mp4a->end, fourCC("esds")))
+            parseESDS(contentOf(fileHandle, *esds));
     }
     mQuality = TapeQuality::qualityForBitrate(mBitrate, sampleRate(), mStereo);
     Q_EMIT headersChanged();

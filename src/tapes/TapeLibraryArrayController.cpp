@@ -1,5 +1,6 @@
 #include "tapes/TapeLibraryArrayController.h"
 
+#include "MP4Tags/MP4Tags.h"
 #include "foundation/Log.h"
 #include "tapes/Trash.h"
 
@@ -22,6 +23,8 @@ TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath
     mCoalesce.setSingleShot(true);
     mCoalesce.setInterval(kCoalesceMs);
     connect(&mCoalesce, &QTimer::timeout, this, &TapeLibraryArrayController::coalescedFolderEvents);
+    // What an interrupted tag edit left behind is gone before anything reads the folder.
+    MP4Tags::removeStaleEditFiles(mFolderPath);
     recoverInterruptedRecordings(mFolderPath);
     checkRecordingDirectory();
 }
@@ -31,12 +34,19 @@ TapeLibraryArrayController::~TapeLibraryArrayController() = default;
 QStringList TapeLibraryArrayController::soundFileList() const
 {
     // Unsorted, hidden names included, no recursion; an unreadable folder lists nothing.
-    const QStringList entries =
-        QDir(mFolderPath).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Unsorted);
+    const QFileInfoList entries = QDir(mFolderPath).entryInfoList(QDir::Files | QDir::Hidden, QDir::Unsorted);
     QStringList paths;
-    for (const QString& entry : entries) {
-        if (entry.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
-            paths.append(mFolderPath + QLatin1Char('/') + entry);
+    for (const QFileInfo& entry : entries) {
+        const QString name = entry.fileName();
+        if (!name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
+            continue;
+        // A tag edit's temporary copy, whether live or left by a crash, is no tape.
+        if (name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-")))
+            continue;
+        // Only regular files (or links to them): opening a FIFO or a device would block the scan.
+        if (!entry.isFile())
+            continue;
+        paths.append(mFolderPath + QLatin1Char('/') + name);
     }
     return paths;
 }
@@ -148,9 +158,17 @@ void TapeLibraryArrayController::coalescedFolderEvents()
 std::optional<Error> TapeLibraryArrayController::copyTape(const QUrl& source) const
 {
     const QString sourcePath = source.toLocalFile();
-    const QString destination = mFolderPath + QLatin1Char('/') + QFileInfo(sourcePath).fileName();
+    const QFileInfo sourceInfo(sourcePath);
+    const QString destination = mFolderPath + QLatin1Char('/') + sourceInfo.fileName();
     if (QFileInfo::exists(destination))
         return std::nullopt;
+    // Copying reads the source to its end, which a FIFO or a device may never reach. A damaged but
+    // regular file is copied: the library lists it with what can be read.
+    if (sourceInfo.exists() && !sourceInfo.isFile()) {
+        const QString reason = tr("“%1” couldn’t be imported: it is not a regular file.");
+        return Error(Error::CocoaDomain, QFileDevice::OpenError,
+                     {{Error::DescriptionKey, reason.arg(sourceInfo.fileName())}});
+    }
     QFile file(sourcePath);
     if (file.copy(destination))
         return std::nullopt;

@@ -17,8 +17,8 @@ class TapeLibraryArrayController : public FilteringArrayController
     Q_OBJECT
 
 public:
-    /// Recovers recordings that a crash interrupted, then scans the folder at once, so the
-    /// library is full as soon as it exists.
+    /// Removes what interrupted tag edits left, recovers recordings that a crash interrupted, then
+    /// scans the folder at once, so the library is full as soon as it exists.
     explicit TapeLibraryArrayController(const QString& folderPath, QObject* parent = nullptr);
     ~TapeLibraryArrayController() override;
 
@@ -26,7 +26,9 @@ public:
     /// Changes the folder that scans read; a running watch keeps the path it was started with.
     void setFolderPath(const QString& folderPath) { mFolderPath = folderPath; }
 
-    /// Full paths of the folder's tapes: names ending in ".m4a" exactly, no recursion, in listing order.
+    /// Full paths of the folder's tapes: regular files (or links to them) whose names end in ".m4a"
+    /// exactly, but for tag edits' hidden temporary files; no recursion, in listing order. A FIFO,
+    /// socket or device is never opened.
     QStringList soundFileList() const;
     /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
     void checkRecordingDirectory();
@@ -42,7 +44,8 @@ public:
     void stopMonitoringRecordingDirectory();
     bool isMonitoring() const { return mWatcher != nullptr && mWatching; }
 
-    /// Copies a file into the folder under its own name; an existing name is skipped silently.
+    /// Copies a file into the folder under its own name; an existing name is skipped silently. A
+    /// source that is not a regular file is refused; a damaged one is copied as it is.
     std::optional<Error> copyTape(const QUrl& source) const;
     /// copyTape of each URL in order; the errors of those that failed.
     QList<Error> importTapesIntoLibrary(const QList<QUrl>& urls) const;

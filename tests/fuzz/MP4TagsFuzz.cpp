@@ -1,20 +1,26 @@
-// Tag reading, and writing a title, on arbitrary bytes. Besides crashes and sanitizer reports it
-// stops on the two promises of a write: either the title reads back, or the file is unchanged.
+// Tag reading, loading a tape (its tags and its header probe), and writing a title, on arbitrary
+// bytes. Besides crashes and sanitizer reports it stops on any exception out of loading or the
+// probe, even one the tape would have caught and logged, and on the two promises of a write: either
+// the title reads back, or the file is unchanged.
 #include "MP4Tags/MP4Tags.h"
 #include "foundation/Log.h"
+#include "tapes/Tape.h"
 
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <unistd.h>
 
 using namespace spindrel;
 
 namespace {
+
+// Set when a tape logs an exception it stopped: damaged input reached an assertion.
+bool tapeCaughtAnException = false;
 
 QString scratchFile()
 {
@@ -26,8 +32,12 @@ QString scratchFile()
     static QByteArray removeAtExit;
     removeAtExit = name;
     std::atexit([] { unlink(removeAtExit.constData()); });
-    setLogSink([](const QString&) {});
-    return QFile::decodeName(name);
+    const QString path = QFile::decodeName(name);
+    setLogSink([path](const QString& line) {
+        if (line.startsWith(QStringLiteral("(ERROR) Tape : ") + path))
+            tapeCaughtAnException = true;
+    });
+    return path;
 }
 
 QByteArray contents(const QString& path)
@@ -40,6 +50,23 @@ void fail(const char* what)
 {
     std::fprintf(stderr, "mp4tags fuzz: %s\n", what);
     std::abort();
+}
+
+void loadTape(const QString& path)
+{
+    try {
+        Tape tape(path);
+        tape.setCommitsWhenReleased(false);
+        if (tapeCaughtAnException)
+            fail("loading the tape raised an exception");
+        // The probe once more, outside the tape's own guard.
+        tape.parseMP4FileHeaders();
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "mp4tags fuzz: %s\n", exception.what());
+        fail("the tape or its header probe threw");
+    } catch (...) {
+        fail("the tape or its header probe threw");
+    }
 }
 
 } // namespace
@@ -63,6 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     (void)tags->releaseDate();
     (void)tags->coverArt();
     (void)tags->readUUIDAtom(QByteArray::fromHex("400006E876A048ECA380DE5F9E5CAB6C"));
+    loadTape(path);
 
     // The title's length comes from the input, so that items grow, shrink and stay the same.
     const QString title(size > 0 ? data[0] % 48 : 0, QLatin1Char('t'));

@@ -12,7 +12,12 @@
 #include <QTemporaryDir>
 #include <QUrl>
 #include <cmath>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -77,6 +82,146 @@ TEST_F(TapeLibraryTest, ScanKeepsOnlyM4aFilesNewestFirstAndSelectsTheNewestOrNot
     EXPECT_EQ(library.data(library.index(0, FilteringArrayController::QualityColumn)).toString(),
               QStringLiteral("LQ"));
     EXPECT_TRUE(TapeLibraryArrayController(path(QStringLiteral("nowhere"))).content().isEmpty());
+}
+
+namespace {
+
+/// A listening Unix socket at the path, for as long as the descriptor is open; -1 on failure.
+int bindSocket(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (size_t(name.size()) >= sizeof(address.sun_path))
+        return -1;
+    std::copy(name.begin(), name.end(), address.sun_path);
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket >= 0 && ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+        return socket;
+    if (socket >= 0)
+        close(socket);
+    return -1;
+}
+
+/// The tapes' file names, sorted and joined, as a failure prints them.
+std::string fileNames(const QList<TapePtr>& tapes)
+{
+    QStringList names;
+    for (const TapePtr& tape : tapes)
+        names << QFileInfo(tape->filename()).fileName();
+    names.sort();
+    return names.join(QStringLiteral(", ")).toStdString();
+}
+
+} // namespace
+
+TEST_F(TapeLibraryTest, ScanListsRegularFilesOnlyAndNeverWaitsOnAFifo)
+{
+    QTemporaryDir elsewhere;
+    addTape(QStringLiteral("a.m4a"), QStringLiteral("plain"), day(1));
+    ASSERT_TRUE(makeTapeFile(elsewhere.filePath(QStringLiteral("target.m4a"))));
+    ASSERT_TRUE(
+        QFile::link(elsewhere.filePath(QStringLiteral("target.m4a")), path(QStringLiteral("link.m4a"))));
+    ASSERT_TRUE(makeFifo(path(QStringLiteral("x.m4a"))));
+    const int socket = bindSocket(path(QStringLiteral("socket.m4a")));
+    ASSERT_GE(socket, 0);
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/null"), path(QStringLiteral("device.m4a"))));
+    ASSERT_TRUE(QFile::link(path(QStringLiteral("fifo-behind.m4a")), path(QStringLiteral("dangling.m4a"))));
+    ASSERT_TRUE(QFile::link(path(QStringLiteral("x.m4a")), path(QStringLiteral("to-fifo.m4a"))));
+
+    // What interrupted tag edits leave: a stale one goes at start, one still locked by its edit
+    // stays on disk; neither is a tape, whatever its name ends in.
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".a.m4a.spindrel-edit-Q7x2Lp"))));
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".b.spindrel-edit-R8y3Mq.m4a"))));
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".c.spindrel-edit-S9z4Nr.m4a"))));
+    const int live = open(QFile::encodeName(path(QStringLiteral(".c.spindrel-edit-S9z4Nr.m4a"))).constData(),
+                          O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(live, 0);
+    ASSERT_EQ(flock(live, LOCK_EX | LOCK_NB), 0);
+    // Other hidden names are tapes as before.
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".hidden.m4a"))));
+
+    std::string listed;
+    QStringList soundFiles;
+    EXPECT_TRUE(finishesWithoutTheFifo(path(QStringLiteral("x.m4a")), [&] {
+        TapeLibraryArrayController library(folder());
+        listed = fileNames(library.content());
+        for (const QString& file : library.soundFileList())
+            soundFiles << QFileInfo(file).fileName();
+        soundFiles.sort();
+        library.checkRecordingDirectory();
+        for (const TapePtr& tape : library.content())
+            tape->setCommitsWhenReleased(false);
+    }));
+    close(socket);
+    close(live);
+    EXPECT_EQ(listed, ".hidden.m4a, a.m4a, link.m4a");
+    EXPECT_EQ(soundFiles.join(QStringLiteral(", ")).toStdString(), listed);
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".a.m4a.spindrel-edit-Q7x2Lp"))));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".b.spindrel-edit-R8y3Mq.m4a"))));
+    EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral(".c.spindrel-edit-S9z4Nr.m4a"))));
+    EXPECT_FALSE(QFileInfo(path(QStringLiteral("x.m4a"))).isFile()) << "the FIFO is left as it was";
+}
+
+TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegularFiles)
+{
+    addTape(QStringLiteral("good.m4a"), QStringLiteral("good"), day(2));
+    // Cut inside its headers, as an interrupted copy leaves it: after the movie header, before the
+    // sample description.
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("cut.m4a")), {QStringLiteral("LQ"), true, 1.0, true}));
+    ASSERT_TRUE(QFile::resize(path(QStringLiteral("cut.m4a")), 300));
+
+    QStringList caught;
+    const LogSink previous = setLogSink([&](const QString& line) {
+        if (line.contains(QStringLiteral(".m4a: ")))
+            caught << line;
+    });
+    {
+        TapeLibraryArrayController library(folder());
+        ASSERT_EQ(fileNames(library.content()), "cut.m4a, good.m4a");
+        EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"good", ""})) << "undated last";
+        const TapePtr cut = library.arrangedObjects().last();
+        EXPECT_NEAR(cut->duration(), 1.0, 0.05) << "the movie header was whole";
+        EXPECT_TRUE(cut->title().isNull());
+        EXPECT_FALSE(cut->date().isValid());
+        EXPECT_TRUE(cut->quality().isEmpty());
+        EXPECT_EQ(cut->tapeLetter().letter(), QStringLiteral("A"));
+        EXPECT_GT(library.arrangedObjects().first()->duration(), 0.9);
+
+        // A truncated file is imported as it is and listed like the one already there.
+        QTemporaryDir elsewhere;
+        const QString damaged = elsewhere.filePath(QStringLiteral("download.m4a"));
+        ASSERT_TRUE(makeTapeFile(damaged));
+        ASSERT_TRUE(QFile::resize(damaged, QFileInfo(damaged).size() - 100));
+        EXPECT_FALSE(library.copyTape(QUrl::fromLocalFile(damaged)));
+        EXPECT_EQ(readFile(path(QStringLiteral("download.m4a"))), readFile(damaged));
+        library.checkRecordingDirectory();
+        EXPECT_EQ(fileNames(library.content()), "cut.m4a, download.m4a, good.m4a");
+
+        // A FIFO, a folder or a device is refused with its reason, and no file appears.
+        const QString fifo = elsewhere.filePath(QStringLiteral("stream.m4a"));
+        ASSERT_TRUE(makeFifo(fifo));
+        ASSERT_TRUE(QDir(elsewhere.path()).mkdir(QStringLiteral("folder.m4a")));
+        QList<Error> errors;
+        EXPECT_TRUE(finishesWithoutTheFifo(fifo, [&] {
+            errors = library.importTapesIntoLibrary({QUrl::fromLocalFile(fifo),
+                                                     QUrl::fromLocalFile(elsewhere.filePath("folder.m4a")),
+                                                     QUrl::fromLocalFile(QStringLiteral("/dev/null"))});
+        }));
+        ASSERT_EQ(errors.size(), 3);
+        EXPECT_EQ(errors.first().localizedDescription(),
+                  QStringLiteral("“stream.m4a” couldn’t be imported: it is not a regular file."));
+        EXPECT_TRUE(errors.at(1).localizedDescription().contains(QStringLiteral("“folder.m4a”")));
+        EXPECT_TRUE(errors.at(2).localizedDescription().contains(QStringLiteral("“null”")));
+        EXPECT_EQ(QDir(folder())
+                      .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System)
+                      .join(QStringLiteral(", "))
+                      .toStdString(),
+                  "cut.m4a, download.m4a, good.m4a");
+        // Released as the deck releases them: the damaged tapes commit their default letter.
+    }
+    setLogSink(previous);
+    EXPECT_EQ(caught.join(u'\n').toStdString(), "") << "nothing was thrown while loading or committing";
 }
 
 TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)

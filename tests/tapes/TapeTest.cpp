@@ -15,7 +15,9 @@
 #include <QMimeData>
 #include <QSet>
 #include <QUrl>
+#include <QtEndian>
 #include <gtest/gtest.h>
+#include <initializer_list>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -45,6 +47,97 @@ QJsonObject ffprobe(const QString& path)
                QStringLiteral("-v error -of json -show_streams").split(u' ') << path, &json);
     return QJsonDocument::fromJson(json).object().value(QStringLiteral("streams")).toArray().at(0).toObject();
 }
+
+/// An atom found in a file's bytes: where it starts, its header's length and its whole size.
+struct AtomAt
+{
+    qsizetype offset = -1;
+    qsizetype header = 8;
+    qsizetype size = 0;
+    qsizetype end() const { return offset + size; }
+};
+
+/// The first atom of the type in [start, end), following 32- and 64-bit sizes; offset -1 if none.
+AtomAt findAtom(const QByteArray& bytes, qsizetype start, qsizetype end, const char* type)
+{
+    for (qsizetype p = start; p + 8 <= end;) {
+        const bool meta = bytes.mid(p + 4, 4) == "meta"; // a version word before its children
+        AtomAt atom{p, meta ? 12 : 8, qsizetype(qFromBigEndian<quint32>(bytes.constData() + p))};
+        if (atom.size == 1 && p + 16 <= end) {
+            atom.header = 16;
+            atom.size = qsizetype(qFromBigEndian<quint64>(bytes.constData() + p + 8));
+        }
+        if (atom.size < atom.header)
+            break;
+        if (bytes.mid(p + 4, 4) == type)
+            return atom;
+        p += atom.size;
+    }
+    return {};
+}
+
+/// The atom at the end of a path of types from the top level, e.g. {"moov", "mvhd"}.
+AtomAt findPath(const QByteArray& bytes, std::initializer_list<const char*> path)
+{
+    AtomAt atom{0, 0, bytes.size()};
+    for (const char* type : path) {
+        atom = findAtom(bytes, atom.offset + atom.header, atom.end(), type);
+        if (atom.offset < 0)
+            break;
+    }
+    return atom;
+}
+
+QByteArray bigEndian32(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+/// The file as a long recording ends: the same audio with 'mdat' in the 64-bit size form (size 1,
+/// the size after the type) before 'moov', so everything after the header moves 8 bytes on and
+/// the chunk offsets with it. Empty when the file is not laid out that way.
+QByteArray withLargeMdat(const QByteArray& file)
+{
+    const AtomAt mdat = findPath(file, {"mdat"});
+    const AtomAt moov = findPath(file, {"moov"});
+    if (mdat.offset < 0 || moov.offset < mdat.offset)
+        return {};
+    QByteArray large(8, '\0');
+    qToBigEndian(quint64(mdat.size + 8), large.data());
+    QByteArray result = file.left(mdat.offset) + bigEndian32(1) + "mdat" + large + file.mid(mdat.offset + 8);
+    const AtomAt stco = findPath(result, {"moov", "trak", "mdia", "minf", "stbl", "stco"});
+    if (stco.offset < 0)
+        return {};
+    const qsizetype entries = stco.offset + stco.header + 8;
+    const quint32 count = qFromBigEndian<quint32>(result.constData() + entries - 4);
+    for (quint32 i = 0; i < count; ++i) {
+        char* entry = result.data() + entries + 4 * qsizetype(i);
+        qToBigEndian(qFromBigEndian<quint32>(entry) + 8, entry);
+    }
+    return result;
+}
+
+/// What a tape loaded, as one value to compare field by field.
+struct Loaded
+{
+    QString title;
+    QString notes;
+    QDateTime date;
+    QString letter;
+    QString color;
+    double duration = 0.0;
+    quint64 samplerate = 0;
+    QString quality;
+
+    explicit Loaded(const Tape& tape)
+        : title(tape.title()), notes(tape.notes()), date(tape.date()), letter(tape.tapeLetter().letter()),
+          color(tape.tapeLetter().colorScheme()->colorName()), duration(tape.duration()),
+          samplerate(tape.samplerate()), quality(tape.quality())
+    {
+    }
+};
 
 } // namespace
 
@@ -187,6 +280,149 @@ TEST_F(TapeTest, MissingFileCommitsNothingAndBadFilesLoadWithDefaults)
     bogus.setCommitsWhenReleased(false);
     EXPECT_EQ(bogus.duration(), 0.0);
     EXPECT_TRUE(bogus.title().isNull());
+
+    // A FIFO is never opened, so neither loading nor the commit on release waits for a writer.
+    const QString fifo = mDir.filePath(QStringLiteral("fifo.m4a"));
+    ASSERT_TRUE(makeFifo(fifo));
+    double fifoDuration = -1.0;
+    EXPECT_TRUE(finishesWithoutTheFifo(fifo, [&] {
+        Tape pipe(fifo);
+        pipe.setTitle(QStringLiteral("never written"));
+        fifoDuration = pipe.duration();
+    }));
+    EXPECT_EQ(fifoDuration, 0.0);
+    EXPECT_TRUE(QFileInfo(fifo).exists() && !QFileInfo(fifo).isFile());
+}
+
+TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
+{
+    const QString cutPath = mDir.filePath(QStringLiteral("cut.m4a"));
+    for (const bool moovFirst : {false, true}) {
+        SCOPED_TRACE(moovFirst ? "moov first" : "moov last");
+        Tape source(tapePath(QStringLiteral("source.m4a"), {QStringLiteral("LQ"), true, 1.0, moovFirst}));
+        source.setTitle(QStringLiteral("Cut"));
+        source.setNotes(QStringLiteral("short"));
+        source.setDate(march4);
+        source.setTapeLetter(TapeLetter(QStringLiteral("K"), TapeColorScheme::colorSchemeWithIndex(1)));
+        ASSERT_TRUE(source.commitAttributes());
+        const QByteArray whole = readFile(source.filename());
+        ASSERT_TRUE(QFile::remove(source.filename()));
+
+        ASSERT_TRUE(writeFile(cutPath, whole).size() > 0);
+        Tape full(cutPath);
+        full.setCommitsWhenReleased(false);
+        const Loaded expected(full);
+        ASSERT_EQ(expected.title, QStringLiteral("Cut"));
+        ASSERT_GT(expected.duration, 0.9);
+        ASSERT_EQ(expected.color, QStringLiteral("blue"));
+
+        const AtomAt moov = findPath(whole, {"moov"});
+        const AtomAt mvhd = findPath(whole, {"moov", "mvhd"});
+        const AtomAt mdat = findPath(whole, {"mdat"});
+        ASSERT_GE(mvhd.offset, 0);
+        ASSERT_GE(mdat.offset, 0);
+        ASSERT_EQ(moov.offset < mdat.offset, moovFirst);
+
+        const AtomAt cover = findPath(whole, {"moov", "udta", "meta", "ilst", "covr", "data"});
+        ASSERT_GE(cover.offset, 0);
+
+        // Every 37 bytes through the headers: the atoms before the audio, the 'moov' and, in a
+        // file whose 'moov' comes last, the end of the audio before it. The cover's PNG bytes are
+        // crossed in longer steps, as no atom starts inside them.
+        const auto step = [&](qsizetype at) {
+            const bool insideImage = at > cover.offset + 64 && at < cover.end() - 64;
+            return insideImage ? 1999 : 37;
+        };
+        QList<qsizetype> cuts;
+        for (qsizetype cut = 0; cut < mdat.offset + 8 * 37; cut += step(cut))
+            cuts << cut;
+        for (qsizetype cut = std::max<qsizetype>(moov.offset - 4 * 37, 0); cut < moov.end(); cut += step(cut))
+            cuts << cut;
+        cuts << moov.offset << moov.offset + 8 << mvhd.offset + 27 << mvhd.offset + 28 << mvhd.end()
+             << moov.end() - 1;
+
+        QStringList caught;
+        const LogSink previous = setLogSink([&](const QString& line) {
+            if (line.contains(cutPath))
+                caught << line;
+        });
+        for (const qsizetype cut : std::as_const(cuts)) {
+            SCOPED_TRACE(QStringLiteral("cut at %1 of %2").arg(cut).arg(whole.size()).toStdString());
+            ASSERT_TRUE(writeFile(cutPath, whole.left(cut)).size() > 0);
+            std::optional<Loaded> loaded;
+            EXPECT_NO_THROW({
+                Tape tape(cutPath);
+                // Two release as the deck's tapes do, committing their default letter.
+                tape.setCommitsWhenReleased(cut == 0 || cut == mvhd.end());
+                loaded.emplace(tape);
+            });
+            ASSERT_TRUE(loaded);
+            // Each field is either what the whole file holds or the default, never anything else.
+            EXPECT_TRUE(loaded->title.isNull() || loaded->title == expected.title);
+            EXPECT_TRUE(loaded->notes.isNull() || loaded->notes == expected.notes);
+            EXPECT_TRUE(!loaded->date.isValid() || loaded->date == expected.date);
+            EXPECT_TRUE(loaded->letter == QStringLiteral("A") || loaded->letter == expected.letter);
+            EXPECT_TRUE(loaded->duration == 0.0 || loaded->duration == expected.duration);
+            EXPECT_TRUE(loaded->samplerate == 0 || loaded->samplerate == expected.samplerate);
+            EXPECT_TRUE(loaded->quality.isEmpty() || loaded->quality == expected.quality);
+            // The movie header's timescale and duration end 20 bytes into its content.
+            const qsizetype lengthKnown = mvhd.offset + mvhd.header + 20;
+            if (cut < lengthKnown) {
+                EXPECT_EQ(loaded->duration, 0.0);
+                EXPECT_EQ(loaded->samplerate, 0u);
+            } else {
+                // A 'moov' cut after those words still tells the tape's length.
+                EXPECT_EQ(loaded->duration, expected.duration);
+                EXPECT_EQ(loaded->samplerate, expected.samplerate);
+            }
+            if (cut < moov.end()) {
+                EXPECT_TRUE(loaded->title.isNull());
+                EXPECT_EQ(loaded->letter, QStringLiteral("A"));
+                EXPECT_EQ(loaded->color, QStringLiteral("red"));
+            } else {
+                // The audio was cut, the headers are whole: everything reads as before.
+                EXPECT_EQ(loaded->title, expected.title);
+                EXPECT_EQ(loaded->notes, expected.notes);
+                EXPECT_EQ(loaded->date, expected.date);
+                EXPECT_EQ(loaded->letter, expected.letter);
+                EXPECT_EQ(loaded->duration, expected.duration);
+                EXPECT_EQ(loaded->quality, expected.quality);
+            }
+        }
+        setLogSink(previous);
+        // Bounds are checked before reading, so nothing ever reached the tape's last defence.
+        EXPECT_EQ(caught.join(u'\n').toStdString(), "");
+    }
+}
+
+TEST_F(TapeTest, LargeMdatBeforeMoovIsProbedAndItsTagsRead)
+{
+    // An ffmpeg file rewritten as a recording of more than 4 GiB ends: 'mdat' in the 64-bit form.
+    Tape source(tapePath(QStringLiteral("source.m4a"), {QStringLiteral("HQ"), true, 2.5}));
+    source.setTitle(QStringLiteral("Long night"));
+    source.setDate(march4);
+    ASSERT_TRUE(source.commitAttributes());
+    const double duration = source.duration();
+    ASSERT_GT(duration, 2.4);
+
+    const QByteArray large = withLargeMdat(readFile(source.filename()));
+    ASSERT_FALSE(large.isEmpty());
+    const QString path = writeFile(mDir.filePath(QStringLiteral("long.m4a")), large);
+    ASSERT_FALSE(path.isEmpty());
+    ASSERT_EQ(readFile(path).mid(findPath(large, {"mdat"}).offset, 8), bigEndian32(1) + "mdat");
+    // The rewritten file is sound: ffmpeg decodes all of it.
+    EXPECT_NEAR(ffprobe(path).value(QStringLiteral("duration")).toString().toDouble(), duration, 0.05);
+    EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-xerror", "-i", path, "-f", "null", "-"}),
+              0);
+
+    Tape tape(path);
+    tape.setCommitsWhenReleased(false);
+    EXPECT_EQ(tape.duration(), duration);
+    EXPECT_EQ(tape.samplerate(), 44100u);
+    EXPECT_EQ(tape.quality(), QStringLiteral("HQ"));
+    EXPECT_EQ(tape.title(), QStringLiteral("Long night"));
+    EXPECT_EQ(tape.date(), march4);
+    EXPECT_FALSE(tape.tapeLetterDirty());
 }
 
 TEST_F(TapeTest, FailedRenameReportsAndKeepsThePath)

@@ -4,7 +4,13 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <chrono>
+#include <fcntl.h>
+#include <future>
 #include <map>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace spindrel::test {
 
@@ -38,7 +44,11 @@ bool makeTapeFile(const QString& path, const TapeFileKind& kind)
 {
     static QTemporaryDir cache;
     static std::map<QString, QString> made;
-    const QString key = QStringLiteral("%1-%2-%3").arg(kind.quality).arg(kind.stereo).arg(kind.seconds);
+    const QString key = QStringLiteral("%1-%2-%3-%4")
+                            .arg(kind.quality)
+                            .arg(kind.stereo)
+                            .arg(kind.seconds)
+                            .arg(kind.moovFirst);
     auto found = made.find(key);
     if (found == made.end()) {
         const QString file = cache.filePath(key + QStringLiteral(".m4a"));
@@ -50,11 +60,12 @@ bool makeTapeFile(const QString& path, const TapeFileKind& kind)
         const QStringList args =
             QStringLiteral(
                 "-v error -y -f lavfi -i sine=frequency=440:sample_rate=%1:duration=%2 -ac %3 -c:a %4 "
-                "-movie_timescale %1 -f ipod")
+                "-movie_timescale %1 %5-f ipod")
                 .arg(rate)
                 .arg(kind.seconds)
                 .arg(kind.stereo ? 2 : 1)
                 .arg(codec)
+                .arg(kind.moovFirst ? QStringLiteral("-movflags +faststart ") : QString())
                 .split(u' ')
             << file;
         if (runProgram(QStringLiteral("ffmpeg"), args) != 0)
@@ -65,6 +76,31 @@ bool makeTapeFile(const QString& path, const TapeFileKind& kind)
     return QFile::copy(found->second, path) &&
            QFile::setPermissions(path,
                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+}
+
+bool makeFifo(const QString& path)
+{
+    return mkfifo(QFile::encodeName(path).constData(), 0644) == 0;
+}
+
+bool finishesWithoutTheFifo(const QString& fifo, const std::function<void()>& work, int seconds)
+{
+    std::packaged_task<void()> task(work);
+    std::future<void> done = task.get_future();
+    std::thread thread(std::move(task));
+    bool finished = done.wait_for(std::chrono::seconds(seconds)) == std::future_status::ready;
+    // A reader blocked in open() goes on once a writer comes; one blocked in read() sees the end
+    // of the data when that writer leaves. Repeated in case the work opens the FIFO again.
+    while (!finished) {
+        const int writer = open(QFile::encodeName(fifo).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        if (writer >= 0)
+            close(writer);
+        if (done.wait_for(std::chrono::seconds(1)) == std::future_status::ready)
+            break;
+    }
+    thread.join();
+    done.get();
+    return finished;
 }
 
 } // namespace spindrel::test
