@@ -56,6 +56,92 @@
     </message>
 </context>
 <context>
+    <name>MP4MoovWriter</name>
+    <message>
+        <source>The tags of “%1” are too large.</source>
+        <translation>Die Tags von „%1“ sind zu groß.</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be edited: fragmented files cannot be edited yet.</source>
+        <translation>„%1“ kann nicht bearbeitet werden: Fragmentierte Dateien können noch nicht bearbeitet werden.</translation>
+    </message>
+    <message>
+        <source>“%1” could not be shortened</source>
+        <translation>„%1“ konnte nicht gekürzt werden</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be edited: a track has no chunk offsets.</source>
+        <translation>„%1“ kann nicht bearbeitet werden: Eine Spur hat keine Chunk-Offsets.</translation>
+    </message>
+    <message>
+        <source>“%1” is damaged: its chunk offsets point into its headers.</source>
+        <translation>„%1“ ist beschädigt: Ihre Chunk-Offsets zeigen in ihre Kopfdaten.</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read</source>
+        <translation>„%1“ konnte nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>No new copy of “%1” could be made in its folder</source>
+        <translation>In ihrem Ordner konnte keine neue Kopie von „%1“ angelegt werden</translation>
+    </message>
+    <message>
+        <source>“%1” could not be written anew</source>
+        <translation>„%1“ konnte nicht neu geschrieben werden</translation>
+    </message>
+    <message>
+        <source>“%1” could not be replaced</source>
+        <translation>„%1“ konnte nicht ersetzt werden</translation>
+    </message>
+    <message>
+        <source>“%1” could not be written</source>
+        <translation>„%1“ konnte nicht geschrieben werden</translation>
+    </message>
+    <message>
+        <source>%1: the disk is full.</source>
+        <translation>%1: Der Datenträger ist voll.</translation>
+    </message>
+</context>
+<context>
+    <name>MP4Tags</name>
+    <message>
+        <source>“%1” is damaged: its tags cannot be read whole.</source>
+        <translation>„%1“ ist beschädigt: Ihre Tags können nicht vollständig gelesen werden.</translation>
+    </message>
+    <message>
+        <source>“%1” is read-only.</source>
+        <translation>„%1“ ist schreibgeschützt.</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read.</source>
+        <translation>„%1“ konnte nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>“%1” is not an MPEG-4 audio file: it has no movie header.</source>
+        <translation>„%1“ ist keine MPEG-4-Audiodatei: Sie hat keinen Movie-Header.</translation>
+    </message>
+    <message>
+        <source>“%1” is damaged: it ends before its last atom does.</source>
+        <translation>„%1“ ist beschädigt: Die Datei endet vor ihrem letzten Atom.</translation>
+    </message>
+    <message>
+        <source>“%1” is damaged: its movie header cannot be read.</source>
+        <translation>„%1“ ist beschädigt: Ihr Movie-Header kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>“%1” was changed by another program during the edit.</source>
+        <translation>„%1“ wurde während der Bearbeitung von einem anderen Programm geändert.</translation>
+    </message>
+    <message>
+        <source>“%1” is damaged: its tracks cannot be read whole.</source>
+        <translation>„%1“ ist beschädigt: Ihre Spuren können nicht vollständig gelesen werden.</translation>
+    </message>
+    <message>
+        <source>“%1” has no chunk offsets.</source>
+        <translation>„%1“ hat keine Chunk-Offsets.</translation>
+    </message>
+</context>
+<context>
     <name>MusicLibraryPlaylist</name>
     <message>
         <source>Spindrel</source>
@@ -670,6 +756,10 @@
         <source>Untitled</source>
         <translation>Unbenannt</translation>
     </message>
+    <message>
+        <source>“%1” couldn’t be imported: it is not a regular file.</source>
+        <translation>„%1“ konnte nicht importiert werden: Sie ist keine gewöhnliche Datei.</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::TapeNotesEditor</name>
@@ -793,6 +883,10 @@
     <message>
         <source>Replace</source>
         <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>Playback stopped: the output device “%1” is gone.</source>
+        <translation>Wiedergabe angehalten: Das Ausgabegerät „%1“ ist nicht mehr da.</translation>
     </message>
 </context>
 <context>

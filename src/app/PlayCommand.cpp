@@ -63,6 +63,10 @@ int runPlay(const QStringList& args)
                       << audiocommands::formatMilliseconds(player->currentTime()) << "\n";
         QCoreApplication::quit();
     });
+    QObject::connect(player.get(), &VORLExtendedAudioFilePlayer::audioFilePlayerDidFail, [&] {
+        status = options.fail(player->errorString());
+        QCoreApplication::quit();
+    });
     audiocommands::onInterrupt([&] {
         player->stopFilePlaying();
         options.out() << "Stopped at " << audiocommands::formatMilliseconds(player->currentTime()) << "\n";

@@ -62,9 +62,13 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
     PulseConnection::Locker lock(*mConnection);
     mOutputLost.store(false);
     QString error;
+    // A device the user chose keeps the stream: unplugged, playback stops rather than going on
+    // somewhere else. The default output may follow the server to another device.
+    const bool chosen = !mDevice.deviceUID().isEmpty() && mDevice.isPresent(VORLAudioDevice::Output);
     mStream = mConnection->connectStream(
         PulseConnection::Direction::Playback, "Tape", format, {}, mDevice.sinkName(), attributes,
-        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING,
+        PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING |
+            (chosen ? PA_STREAM_DONT_MOVE : 0),
         [this](pa_stream* stream) { pa_stream_set_write_callback(stream, &streamWrite, this); }, &error);
     if (!mStream) {
         mError = QStringLiteral("Could not play to %1: %2").arg(mDevice.deviceName(), error);
@@ -105,6 +109,9 @@ void VORLExtendedAudioFilePlayer::watchOutput()
         mError = QStringLiteral("Playback to %1 stopped: the device is gone").arg(mDevice.deviceName());
         logError(logSourceName(__FILE__), mError);
         stopFilePlaying();
+        Q_EMIT audioFilePlayerDidFail(this);
+        if (mDelegate)
+            mDelegate->audioFilePlayerDidFail(this);
         return;
     }
     if (!mSource->reachedEnd())

@@ -22,6 +22,9 @@ public:
     virtual ~VORLExtendedAudioFilePlayerDelegate() = default;
     /// Play ran off the end of the file, or off its start when playing backwards (main thread).
     virtual void audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer* player) = 0;
+    /// Playback stopped by itself because its output went away (main thread); errorString() says
+    /// which device.
+    virtual void audioFilePlayerDidFail(VORLExtendedAudioFilePlayer* /*player*/) {}
 };
 
 /// Plays an audio file to an output device like a tape: any signed speed, backwards below zero,
@@ -66,10 +69,13 @@ public:
     double playbackLevel() const { return mLevel; }
 
     QString filename() const { return mFilename; }
+    /// The output, as it was known when the player was made (it may be gone since).
+    const VORLAudioDevice& device() const { return mDevice; }
     QString errorString() const { return mError; }
 
 Q_SIGNALS:
     void audioFilePlayerDidReachEndOfFile(spindrel::VORLExtendedAudioFilePlayer* player);
+    void audioFilePlayerDidFail(spindrel::VORLExtendedAudioFilePlayer* player);
 
 private:
     static void streamWrite(pa_stream* stream, size_t bytes, void* self);

@@ -173,6 +173,7 @@ public:
 
     // Playback and display refresh.
     void audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer* player) override;
+    void audioFilePlayerDidFail(VORLExtendedAudioFilePlayer* player) override;
     void startHUDUpdates(bool start);
     void updateHUD();
     void startLevelMeter(bool start);

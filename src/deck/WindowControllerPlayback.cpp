@@ -99,6 +99,14 @@ void WindowController::audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePla
     stopTape();
 }
 
+void WindowController::audioFilePlayerDidFail(VORLExtendedAudioFilePlayer* player)
+{
+    // The player has stopped already; the transport follows so the keys come up.
+    showDeckMessage(
+        tr("Playback stopped: the output device “%1” is gone.").arg(player->device().deviceName()));
+    stopTape();
+}
+
 void WindowController::clearButtons()
 {
     mSegmentedTapeButtonView->clearSelectedSegments();
@@ -156,8 +164,11 @@ void WindowController::clearCurrentTime()
 
 void WindowController::startPlayingAudio()
 {
-    if (mAudioFilePlayer && !mAudioFilePlayer->startFilePlaying())
+    if (mAudioFilePlayer && !mAudioFilePlayer->startFilePlaying()) {
         showDeckMessage(tr("Spindrel could not play the tape: %1").arg(mAudioFilePlayer->errorString()));
+        // Not from inside the transition that started playing: the stop comes right after it.
+        QMetaObject::invokeMethod(this, &WindowController::stopTape, Qt::QueuedConnection);
+    }
 }
 
 void WindowController::stopPlayingAudio()

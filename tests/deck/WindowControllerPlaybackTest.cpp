@@ -5,6 +5,7 @@
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
+#include "tapes/TapeTestFiles.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -133,6 +134,30 @@ TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
     EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
     deck.stopTape();
     EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+}
+
+TEST_F(PlaybackTest, ALostOutputStopsTheTransportAndSaysWhichDevice)
+{
+    QByteArray module;
+    ASSERT_EQ(runProgram(QStringLiteral("pactl"),
+                         {QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                          QStringLiteral("sink_name=usbphones"),
+                          QStringLiteral("sink_properties=device.description=USB-Phones")},
+                         &module),
+              0);
+    mPreferences->setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("usbphones"));
+    WindowController& deck = openWithTape(20.0);
+    clickSegment(1);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 100.0; }));
+
+    runProgram(QStringLiteral("pactl"),
+               {QStringLiteral("unload-module"), QString::fromLatin1(module.trimmed())});
+    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 10000));
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_FALSE(deck.tapeView()->isRotating());
+    EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("USB-Phones")))
+        << deck.deckMessage().toStdString();
 }
 
 TEST_F(PlaybackTest, MovingTheHUDPositionSeeksAndTheDecksOwnUpdatesDoNot)
