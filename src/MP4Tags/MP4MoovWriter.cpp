@@ -165,10 +165,14 @@ bool copyRange(int from, uint64_t offset, int to, uint64_t destination, uint64_t
         while (done < stop) {
             loff_t in = loff_t(done);
             loff_t out = loff_t(destination + (done - offset));
-            const ssize_t copied = copy_file_range(from, &in, to, &out, size_t(stop - done), 0);
+            // In slices whose writing to disk starts at once, so the final sync has little left.
+            const size_t slice = size_t(std::min<uint64_t>(stop - done, 16 << 20));
+            const ssize_t copied = copy_file_range(from, &in, to, &out, slice, 0);
             if (copied < 0 && errno == EINTR)
                 continue;
             if (copied > 0) {
+                sync_file_range(to, off_t(destination + (done - offset)), off_t(copied),
+                                SYNC_FILE_RANGE_WRITE);
                 done += uint64_t(copied);
                 continue;
             }
