@@ -43,9 +43,17 @@ std::optional<int> CommandOptions::parseTapeAndOutput(const QStringList& args, Q
         return usageError(QStringLiteral("expected a tape and an output file"));
     *tape = positional().at(0);
     *output = positional().at(1);
-    if (!QFileInfo(*tape).isFile())
-        return fail(QStringLiteral("%1: no such file").arg(*tape));
-    return std::nullopt;
+    return failUnlessRegularFile(*tape);
+}
+
+std::optional<int> CommandOptions::failUnlessRegularFile(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.isFile())
+        return std::nullopt;
+    return fail(
+        (info.exists() ? QStringLiteral("%1: not a regular file") : QStringLiteral("%1: no such file"))
+            .arg(path));
 }
 
 } // namespace spindrel

@@ -24,6 +24,8 @@ public:
     /// Prints "spindrel COMMAND: message" to stderr and returns the failure status.
     int fail(const QString& message);
     int usageError(const QString& message);
+    /// The status to exit with when `path` is missing or is no regular file (a folder, a FIFO).
+    std::optional<int> failUnlessRegularFile(const QString& path);
     /// Parses the two arguments "FILE OUT" of a command that renders a tape into a file; the tape
     /// must exist. Returns the status to exit with when they are not right.
     std::optional<int> parseTapeAndOutput(const QStringList& args, QString* tape, QString* output);

@@ -20,8 +20,8 @@ int runProbe(const QStringList& args)
     if (options.positional().size() != 1)
         return options.usageError(QStringLiteral("expected one file"));
     const QString path = options.positional().first();
-    if (!QFileInfo(path).isFile())
-        return options.fail(QStringLiteral("%1: no such file").arg(path));
+    if (const auto status = options.failUnlessRegularFile(path))
+        return *status;
 
     Tape tape(path);
     tape.setCommitsWhenReleased(false);

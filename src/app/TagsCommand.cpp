@@ -100,8 +100,8 @@ int runTags(const QStringList& args)
         return options.usageError(QStringLiteral("expected one file"));
 
     const QString path = options.positional().first();
-    if (!QFileInfo(path).isFile())
-        return options.fail(QStringLiteral("%1: no such file").arg(path));
+    if (const auto status = options.failUnlessRegularFile(path))
+        return *status;
     if (!hasMovieAtom(path))
         return options.fail(QStringLiteral("%1: not an MPEG-4 file (no 'moov' atom)").arg(path));
     auto tags = MP4Tags::fromFile(path);

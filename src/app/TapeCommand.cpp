@@ -22,8 +22,8 @@ int runTape(const QStringList& args)
     if (options.positional().size() != 1)
         return options.usageError(QStringLiteral("expected one file"));
     const QString path = options.positional().first();
-    if (!QFileInfo(path).isFile())
-        return options.fail(QStringLiteral("%1: no such file").arg(path));
+    if (const auto status = options.failUnlessRegularFile(path))
+        return *status;
 
     std::optional<QDateTime> date;
     if (options.isSet(QStringLiteral("date"))) {
