@@ -41,6 +41,8 @@ AppController::AppController(PreferencesController* preferences, QObject* parent
             QCoreApplication::quit();
     });
     connect(qApp, &QCoreApplication::aboutToQuit, this, &AppController::applicationWillTerminate);
+    // A logout, kill or Ctrl-C ends the deck the way quitting does: a recording becomes a tape.
+    connect(&mTerminationSignals, &TerminationSignals::terminationRequested, qApp, &QCoreApplication::quit);
 }
 
 AppController::~AppController()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AboutWindow.h"
+#include "foundation/TerminationSignals.h"
 
 #include <QObject>
 #include <QPointer>
@@ -73,6 +74,7 @@ private:
     QPointer<AboutWindow> mAboutWindow;
     Updater* mSparkleUpdater = nullptr;
     std::unique_ptr<MprisService> mMediaPlayerService;
+    TerminationSignals mTerminationSignals;
     QAction* mCheckForUpdatesMenuItem = nullptr;
 };
 

@@ -1,7 +1,9 @@
 // A deck that starts recording into the library folder given as its argument and goes on until
-// it is killed: what a user's deck is when the machine or the process dies mid-recording.
+// it is killed: what a user's deck is when the machine or the process dies mid-recording. Like the
+// application, it ends as quitting does on SIGTERM, SIGINT and SIGHUP.
 #include "TestPreferences.h"
 #include "deck/WindowController.h"
+#include "foundation/TerminationSignals.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -15,6 +17,10 @@ int main(int argc, char** argv)
     }
     spindrel::test::TestPreferences preferences(QString::fromLocal8Bit(argv[1]));
     spindrel::WindowController deck(preferences);
+    spindrel::TerminationSignals terminationSignals;
+    QObject::connect(&terminationSignals, &spindrel::TerminationSignals::terminationRequested, &application,
+                     &QCoreApplication::quit);
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&deck] { deck.windowWillClose(); });
     deck.showWindow();
     deck.applicationDidFinishLaunching();
     deck.recordTape();
