@@ -923,20 +923,55 @@
         <source>Not signed in to YouTube.</source>
         <translation>Nicht bei YouTube angemeldet.</translation>
     </message>
+    <message>
+        <source>its sign-in service answered %1 %2</source>
+        <translation>sein Anmeldedienst antwortete %1 %2</translation>
+    </message>
+    <message>
+        <source>YouTube no longer accepts this sign-in (%1). Please sign in again.</source>
+        <translation>YouTube akzeptiert diese Anmeldung nicht mehr (%1). Bitte melden Sie sich erneut an.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::YouTubeService</name>
+    <message>
+        <source>no answer within %1 s</source>
+        <translation>keine Antwort innerhalb von %1 s</translation>
+    </message>
+    <message>
+        <source>YouTube could not be reached: %1</source>
+        <translation>YouTube war nicht erreichbar: %1</translation>
+    </message>
+    <message>
+        <source>YouTube refused the request: %1</source>
+        <translation>YouTube hat die Anfrage abgelehnt: %1</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::YouTubeUploadTicket</name>
-    <message>
-        <source>The connection to YouTube failed too often.</source>
-        <translation>Die Verbindung zu YouTube ist zu oft fehlgeschlagen.</translation>
-    </message>
     <message>
         <source>The upload failed.</source>
         <translation>Das Hochladen ist fehlgeschlagen.</translation>
     </message>
     <message>
-        <source>YouTube answered %1 %2.</source>
-        <translation>YouTube antwortete mit %1 %2.</translation>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>YouTube let the upload session expire; starting again</source>
+        <translation>YouTube hat die Upload-Sitzung verfallen lassen; es wird neu begonnen</translation>
+    </message>
+    <message>
+        <source>%1. Spindrel waited %2 for the network and stopped the upload.</source>
+        <translation>%1. Spindrel hat %2 auf das Netzwerk gewartet und den Upload abgebrochen.</translation>
+    </message>
+    <message>
+        <source>it answered %1 %2</source>
+        <translation>es antwortete %1 %2</translation>
     </message>
 </context>
 <context>
@@ -1036,6 +1071,22 @@
     <message>
         <source>Done</source>
         <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Waiting for the network…</source>
+        <translation>Warten auf das Netzwerk…</translation>
+    </message>
+    <message>
+        <source>it answered %1 %2</source>
+        <translation>es antwortete %1 %2</translation>
+    </message>
+    <message>
+        <source>YouTube sent no categories to choose from.</source>
+        <translation>YouTube hat keine auswählbaren Kategorien geschickt.</translation>
+    </message>
+    <message>
+        <source>The movie is kept at %1.</source>
+        <translation>Der Film liegt weiterhin unter %1.</translation>
     </message>
 </context>
 </TS>

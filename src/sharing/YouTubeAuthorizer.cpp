@@ -12,6 +12,7 @@
 #include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QUrlQuery>
 
 namespace spindrel {
@@ -83,8 +84,11 @@ std::optional<YouTubeAuthorizer::Token> YouTubeAuthorizer::Token::fromJson(const
 YouTubeAuthorizer::YouTubeAuthorizer(const YouTubeService::Configuration& configuration,
                                      QNetworkAccessManager& network, std::unique_ptr<TokenStore> store)
     : mConfiguration(configuration), mNetwork(network), mStore(std::move(store)),
-      mOpenBrowser([](const QUrl& url) { return QDesktopServices::openUrl(url); })
+      mOpenBrowser([](const QUrl& url) { return QDesktopServices::openUrl(url); }),
+      mRefreshRetryTimer(new QTimer(this))
 {
+    mRefreshRetryTimer->setSingleShot(true);
+    connect(mRefreshRetryTimer, &QTimer::timeout, this, &YouTubeAuthorizer::sendRefresh);
 }
 
 YouTubeAuthorizer::~YouTubeAuthorizer() = default;
@@ -247,9 +251,10 @@ void YouTubeAuthorizer::exchangeCode(const QString& code)
     QNetworkReply* reply = postToTokenEndpoint(form);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
-        const QByteArray body = reply->readAll();
-        if (reply->error() != QNetworkReply::NoError && body.isEmpty()) {
-            finishSignIn(reply->errorString());
+        const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
+        if (YouTubeService::failedInTransit(reply)) {
+            finishSignIn(YouTubeService::unreachableText(
+                YouTubeService::transitErrorText(reply, mConfiguration.requestTimeoutMs)));
             return;
         }
         finishSignIn(takeTokenResponse(body, true).value_or(QString()));
@@ -265,6 +270,7 @@ QNetworkReply* YouTubeAuthorizer::postToTokenEndpoint(QUrlQuery form)
     request.setHeader(QNetworkRequest::ContentTypeHeader,
                       QStringLiteral("application/x-www-form-urlencoded"));
     request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
+    request.setTransferTimeout(mConfiguration.requestTimeoutMs);
     return mNetwork.post(request, form.query(QUrl::FullyEncoded).toUtf8());
 }
 
@@ -324,26 +330,58 @@ void YouTubeAuthorizer::refresh(std::function<void(const std::optional<QString>&
     mWaitingForRefresh.push_back(std::move(done));
     if (mWaitingForRefresh.size() > 1)
         return; // one refresh serves every request that waits for it
+    mRefreshRetries = 0;
+    sendRefresh();
+}
+
+void YouTubeAuthorizer::sendRefresh()
+{
+    if (mToken.refreshToken.isEmpty()) {
+        finishRefresh(tr("Not signed in to YouTube."));
+        return;
+    }
     QUrlQuery form;
     form.addQueryItem(QStringLiteral("grant_type"), QStringLiteral("refresh_token"));
     form.addQueryItem(QStringLiteral("refresh_token"), mToken.refreshToken);
     QNetworkReply* reply = postToTokenEndpoint(form);
-    connect(reply, &QNetworkReply::finished, this, [this, reply] {
-        reply->deleteLater();
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        const QByteArray body = reply->readAll();
-        std::optional<QString> error;
-        if (reply->error() != QNetworkReply::NoError && body.isEmpty()) {
-            error = reply->errorString();
-        } else {
-            error = takeTokenResponse(body, false);
-            // The grant was withdrawn: the stored sign-in is worth nothing any more.
-            if (error && status >= 400 && status < 500)
-                signOut();
+    connect(reply, &QNetworkReply::finished, this, [this, reply] { refreshAnswered(reply); });
+}
+
+void YouTubeAuthorizer::refreshAnswered(QNetworkReply* reply)
+{
+    reply->deleteLater();
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
+    // No answer, or the service in trouble: the sign-in itself may be fine, so ask again later.
+    if (YouTubeService::failedInTransit(reply) || status >= 500) {
+        const QString error = YouTubeService::unreachableText(
+            status >= 500 ? tr("its sign-in service answered %1 %2")
+                                .arg(status)
+                                .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString())
+                          : YouTubeService::transitErrorText(reply, mConfiguration.requestTimeoutMs));
+        if (mRefreshRetries >= mRefreshRetryDelays.size()) {
+            finishRefresh(error);
+            return;
         }
-        for (auto& waiting : std::exchange(mWaitingForRefresh, {}))
-            waiting(error);
-    });
+        Q_EMIT refreshRetrying(error);
+        mRefreshRetryTimer->start(mRefreshRetryDelays[mRefreshRetries++]);
+        return;
+    }
+    std::optional<QString> error = takeTokenResponse(body, false);
+    if (error && status >= 400 && status < 500) {
+        // The grant was withdrawn: the stored sign-in is worth nothing any more.
+        error = tr("YouTube no longer accepts this sign-in (%1). Please sign in again.").arg(*error);
+        signOut();
+        Q_EMIT signInRevoked(*error);
+    }
+    finishRefresh(error);
+}
+
+void YouTubeAuthorizer::finishRefresh(const std::optional<QString>& error)
+{
+    mRefreshRetryTimer->stop();
+    for (auto& waiting : std::exchange(mWaitingForRefresh, {}))
+        waiting(error);
 }
 
 } // namespace spindrel

@@ -11,11 +11,13 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QNetworkAccessManager;
 class QNetworkReply;
 class QTcpServer;
 class QTcpSocket;
+class QTimer;
 
 namespace spindrel {
 
@@ -51,6 +53,12 @@ public:
     ~YouTubeAuthorizer() override;
 
     void setBrowserOpener(BrowserOpener opener) { mOpenBrowser = std::move(opener); }
+    /// Pauses before each new try of a token refresh that failed in transit or on a server error;
+    /// when they run out the refresh fails.
+    void setRefreshRetryDelays(std::vector<int> milliseconds)
+    {
+        mRefreshRetryDelays = std::move(milliseconds);
+    }
 
     /// Reads the stored sign-in, if any.
     void loadStoredAuthorization();
@@ -86,6 +94,10 @@ public:
 Q_SIGNALS:
     void signInFinished(const QString& error);
     void authorizationChanged();
+    /// A token refresh failed and is tried again after a pause (`error` says why, in plain words).
+    void refreshRetrying(const QString& error);
+    /// The service withdrew the sign-in; the user has to sign in again.
+    void signInRevoked(const QString& error);
 
 private:
     void acceptRedirect();
@@ -93,6 +105,9 @@ private:
     void exchangeCode(const QString& code);
     void finishSignIn(const QString& error);
     void refresh(std::function<void(const std::optional<QString>&)> done);
+    void sendRefresh();
+    void refreshAnswered(QNetworkReply* reply);
+    void finishRefresh(const std::optional<QString>& error);
     /// Posts the form to the token endpoint with the client's identity added.
     QNetworkReply* postToTokenEndpoint(QUrlQuery form);
     std::optional<QString> takeTokenResponse(const QByteArray& body, bool initial);
@@ -109,6 +124,9 @@ private:
     QString mState;
     QString mCodeVerifier;
     std::vector<std::function<void(const std::optional<QString>&)>> mWaitingForRefresh;
+    std::vector<int> mRefreshRetryDelays{1000, 2000, 4000, 8000, 16000, 32000};
+    size_t mRefreshRetries = 0;
+    QTimer* mRefreshRetryTimer = nullptr;
 };
 
 } // namespace spindrel

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QSettings>
 #include <QUrlQuery>
 
@@ -46,6 +47,16 @@ YouTubeService::Configuration YouTubeService::Configuration::fromEnvironment()
                          QStringLiteral("https://www.googleapis.com/auth/youtube.upload "
                                         "https://www.googleapis.com/auth/youtube.readonly openid email"));
     c.productWebAddress = configured("SPINDREL_WEB_ADDRESS", QStringLiteral("ProductWebAddress"), QString());
+    bool ok = false;
+    const int timeout =
+        configured("SPINDREL_YOUTUBE_TIMEOUT_MS", QStringLiteral("YouTube/TimeoutMS"), QString()).toInt(&ok);
+    if (ok && timeout > 0)
+        c.requestTimeoutMs = timeout;
+    const int outage =
+        configured("SPINDREL_YOUTUBE_OUTAGE_LIMIT_MS", QStringLiteral("YouTube/OutageLimitMS"), QString())
+            .toInt(&ok);
+    if (ok && outage >= 0)
+        c.outageLimitMs = outage;
     return c;
 }
 
@@ -64,6 +75,8 @@ std::shared_ptr<YouTubeService> YouTubeService::youTubeService()
 YouTubeService::YouTubeService(Configuration configuration, std::unique_ptr<TokenStore> tokenStore)
     : mConfiguration(std::move(configuration)), mNetwork(std::make_unique<QNetworkAccessManager>())
 {
+    // Also covers any request made without request(): none may wait forever.
+    mNetwork->setTransferTimeout(mConfiguration.requestTimeoutMs);
     mAuthorizer = std::make_unique<YouTubeAuthorizer>(mConfiguration, *mNetwork, std::move(tokenStore));
 }
 
@@ -90,6 +103,43 @@ QUrl YouTubeService::resumableUploadUrl() const
     query.addQueryItem(QStringLiteral("part"), QStringLiteral("snippet,status"));
     url.setQuery(query);
     return url;
+}
+
+QNetworkRequest YouTubeService::request(const QUrl& url) const
+{
+    QNetworkRequest request(url);
+    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(userAgent));
+    // Qt restarts this timer whenever bytes move, so a long upload is not cut off, a stalled one is.
+    request.setTransferTimeout(mConfiguration.requestTimeoutMs);
+    return request;
+}
+
+bool YouTubeService::failedInTransit(QNetworkReply* reply)
+{
+    return reply->error() != QNetworkReply::NoError &&
+           reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 0;
+}
+
+QString YouTubeService::transitErrorText(QNetworkReply* reply, int timeoutMs)
+{
+    // The transfer timeout aborts the reply; our own aborts never reach a finished handler.
+    if (reply->error() == QNetworkReply::OperationCanceledError ||
+        reply->error() == QNetworkReply::TimeoutError)
+        return QCoreApplication::translate("spindrel::YouTubeService", "no answer within %1 s")
+            .arg((timeoutMs + 999) / 1000);
+    return reply->errorString();
+}
+
+QString YouTubeService::unreachableText(const QString& reason)
+{
+    return QCoreApplication::translate("spindrel::YouTubeService", "YouTube could not be reached: %1")
+        .arg(reason);
+}
+
+QString YouTubeService::refusedText(const QString& reason)
+{
+    return QCoreApplication::translate("spindrel::YouTubeService", "YouTube refused the request: %1")
+        .arg(reason);
 }
 
 } // namespace spindrel

@@ -20,13 +20,26 @@ int statusOf(QNetworkReply* reply)
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
-// A broken connection, a gateway or a server in trouble: worth asking again later.
+// A broken or stalled connection, a gateway or a server in trouble: worth asking again later.
 bool isTransient(QNetworkReply* reply)
 {
     const int status = statusOf(reply);
     if (status == 500 || status == 502 || status == 503 || status == 504)
         return true;
-    return status == 0 && reply->error() != QNetworkReply::NoError;
+    return YouTubeService::failedInTransit(reply);
+}
+
+QString durationText(int milliseconds)
+{
+    if (milliseconds >= 60 * 1000)
+        return YouTubeUploadTicket::tr("%1 min").arg(milliseconds / (60 * 1000));
+    return YouTubeUploadTicket::tr("%1 s").arg(std::max(1, milliseconds / 1000));
+}
+
+// A reply the transfer timeout aborted is closed and has nothing to read.
+QByteArray bodyOf(QNetworkReply* reply)
+{
+    return reply->isOpen() ? reply->readAll() : QByteArray();
 }
 
 } // namespace
@@ -34,9 +47,11 @@ bool isTransient(QNetworkReply* reply)
 YouTubeUploadTicket::YouTubeUploadTicket(YouTubeService& service, QByteArray movie, QString mimeType,
                                          Metadata metadata, QObject* parent)
     : QObject(parent), mService(service), mMovie(std::move(movie)), mMimeType(std::move(mimeType)),
-      mMetadata(std::move(metadata)), mRetryTimer(new QTimer(this))
+      mMetadata(std::move(metadata)), mOutageLimitMs(service.configuration().outageLimitMs),
+      mRetryTimer(new QTimer(this))
 {
     mRetryTimer->setSingleShot(true);
+    connect(mRetryTimer, &QTimer::timeout, this, [this] { run(mPendingStep); });
 }
 
 YouTubeUploadTicket::~YouTubeUploadTicket()
@@ -74,10 +89,22 @@ void YouTubeUploadTicket::cancel()
     }
 }
 
+void YouTubeUploadTicket::retryNow()
+{
+    if (!isWaitingForNetwork())
+        return;
+    mRetryTimer->stop();
+    run(mPendingStep);
+}
+
+bool YouTubeUploadTicket::isWaitingForNetwork() const
+{
+    return mRetryTimer->isActive();
+}
+
 QNetworkRequest YouTubeUploadTicket::request(const QUrl& url) const
 {
-    QNetworkRequest request(url);
-    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
+    QNetworkRequest request = mService.request(url);
     request.setRawHeader("Authorization", mService.authorizer().authorizationHeaderValue());
     // 308 here means "resume", not a redirect to follow.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
@@ -92,10 +119,12 @@ void YouTubeUploadTicket::run(Step step)
         [this, step, guard = QPointer<YouTubeUploadTicket>(this)](const std::optional<QString>& error) {
             if (!guard || mCancelled)
                 return;
-            if (error)
-                fail(*error);
-            else
+            if (!error)
                 send(step);
+            else if (mService.authorizer().canAuthorize())
+                retryLater(step, *error); // the sign-in holds; the token service was out of reach
+            else
+                fail(*error);
         });
 }
 
@@ -156,11 +185,11 @@ bool YouTubeUploadTicket::handleCommon(QNetworkReply* reply, Step retryWith)
         mOffset = 0;
         mConfirmed = -1;
         mSessionUrl.clear();
-        retryLater(Step::Open);
+        retryLater(Step::Open, tr("YouTube let the upload session expire; starting again"));
         return true;
     }
     if (isTransient(reply)) {
-        retryLater(retryWith == Step::Send ? Step::Ask : retryWith);
+        retryLater(retryWith == Step::Send ? Step::Ask : retryWith, transientText(reply));
         return true;
     }
     return false;
@@ -169,7 +198,7 @@ bool YouTubeUploadTicket::handleCommon(QNetworkReply* reply, Step retryWith)
 void YouTubeUploadTicket::opened(QNetworkReply* reply)
 {
     reply->deleteLater();
-    const QByteArray body = reply->readAll();
+    const QByteArray body = bodyOf(reply);
     if (handleCommon(reply, Step::Open))
         return;
     const QUrl session = QUrl(QString::fromUtf8(reply->rawHeader("Location")));
@@ -179,6 +208,7 @@ void YouTubeUploadTicket::opened(QNetworkReply* reply)
     }
     mSessionUrl = reply->url().resolved(session);
     mOffset = 0;
+    madeProgress();
     run(Step::Send);
 }
 
@@ -187,7 +217,7 @@ void YouTubeUploadTicket::opened(QNetworkReply* reply)
 void YouTubeUploadTicket::answered(QNetworkReply* reply, Step step)
 {
     reply->deleteLater();
-    const QByteArray body = reply->readAll();
+    const QByteArray body = bodyOf(reply);
     const int status = statusOf(reply);
     if (status == 200 || status == 201) {
         succeed(body);
@@ -199,9 +229,10 @@ void YouTubeUploadTicket::answered(QNetworkReply* reply, Step step)
                                                   .match(QString::fromLatin1(reply->rawHeader("Range")));
         const qint64 received = range.hasMatch() ? range.captured(1).toLongLong() + 1 : 0;
         if (received > mConfirmed)
-            mRetries = 0; // progress since the last break: the pauses start short again
+            madeProgress();
         mConfirmed = received;
         mOffset = std::min<qint64>(received, mMovie.size());
+        Q_EMIT progress(mOffset, mMovie.size());
         run(Step::Send);
         return;
     }
@@ -210,16 +241,29 @@ void YouTubeUploadTicket::answered(QNetworkReply* reply, Step step)
     fail(errorText(reply, body));
 }
 
-void YouTubeUploadTicket::retryLater(Step step)
+// Bytes arrived since the last break: the pauses start short again and the outage is over.
+void YouTubeUploadTicket::madeProgress()
 {
-    if (mRetries >= mRetryDelays.size()) {
-        fail(tr("The connection to YouTube failed too often."));
+    mRetries = 0;
+    mOutage.invalidate();
+}
+
+void YouTubeUploadTicket::retryLater(Step step, const QString& reason)
+{
+    if (!mOutage.isValid())
+        mOutage.start();
+    const qint64 remaining = mOutageLimitMs - mOutage.elapsed();
+    if (remaining <= 0) {
+        fail(tr("%1. Spindrel waited %2 for the network and stopped the upload.")
+                 .arg(reason, durationText(mOutageLimitMs)));
         return;
     }
-    const int delay = mRetryDelays[mRetries++];
-    mRetryTimer->disconnect();
-    connect(mRetryTimer, &QTimer::timeout, this, [this, step] { run(step); });
-    mRetryTimer->start(delay);
+    Q_EMIT waitingForNetwork(reason);
+    const int delay = mRetryDelays.empty() ? 1000 : mRetryDelays[std::min(mRetries, mRetryDelays.size() - 1)];
+    ++mRetries;
+    mPendingStep = step;
+    // The last try comes when the limit is reached, not a long pause after it.
+    mRetryTimer->start(int(std::min<qint64>(delay, remaining)));
 }
 
 void YouTubeUploadTicket::succeed(const QByteArray& body)
@@ -236,7 +280,19 @@ void YouTubeUploadTicket::fail(const QString& error)
     Q_EMIT finished(error.isEmpty() ? tr("The upload failed.") : error);
 }
 
-QString YouTubeUploadTicket::errorText(QNetworkReply* reply, const QByteArray& body)
+QString YouTubeUploadTicket::transientText(QNetworkReply* reply) const
+{
+    const int status = statusOf(reply);
+    if (status != 0)
+        return YouTubeService::unreachableText(
+            tr("it answered %1 %2")
+                .arg(status)
+                .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
+    return YouTubeService::unreachableText(
+        YouTubeService::transitErrorText(reply, mService.configuration().requestTimeoutMs));
+}
+
+QString YouTubeUploadTicket::errorText(QNetworkReply* reply, const QByteArray& body) const
 {
     const QString message = QJsonDocument::fromJson(body)
                                 .object()
@@ -245,13 +301,15 @@ QString YouTubeUploadTicket::errorText(QNetworkReply* reply, const QByteArray& b
                                 .value(QStringLiteral("message"))
                                 .toString();
     if (!message.isEmpty())
-        return message;
+        return YouTubeService::refusedText(message);
     const int status = statusOf(reply);
     if (status != 0)
-        return tr("YouTube answered %1 %2.")
-            .arg(status)
-            .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
-    return reply->errorString();
+        return YouTubeService::refusedText(
+            tr("it answered %1 %2")
+                .arg(status)
+                .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
+    return YouTubeService::unreachableText(
+        YouTubeService::transitErrorText(reply, mService.configuration().requestTimeoutMs));
 }
 
 } // namespace spindrel

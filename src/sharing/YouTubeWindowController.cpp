@@ -13,7 +13,10 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
@@ -25,6 +28,7 @@
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QSettings>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace spindrel {
@@ -32,6 +36,8 @@ namespace spindrel {
 namespace {
 
 const QString keywordSeparator = QStringLiteral(", ");
+// Pauses before fetching the categories again when the window has no say.
+const std::vector<int> categoryRetryDelays{5000, 10000, 20000, 40000, 60000};
 
 QString regionCode()
 {
@@ -54,9 +60,12 @@ YouTubeWindowController* YouTubeWindowController::sharedInstance()
 
 YouTubeWindowController::YouTubeWindowController(std::shared_ptr<YouTubeService> service, QWidget* parent)
     : QWidget(parent, Qt::Dialog), mService(std::move(service)),
-      mOpenUrl([](const QUrl& url) { return QDesktopServices::openUrl(url); })
+      mOpenUrl([](const QUrl& url) { return QDesktopServices::openUrl(url); }),
+      mCategoryRetryTimer(new QTimer(this))
 {
     setWindowTitle(tr("YouTube"));
+    mCategoryRetryTimer->setSingleShot(true);
+    connect(mCategoryRetryTimer, &QTimer::timeout, this, &YouTubeWindowController::fetchStandardCategories);
     mContentLayout = new QVBoxLayout(this);
     buildSettingsView();
     buildProgressView();
@@ -83,6 +92,26 @@ void YouTubeWindowController::windowDidLoad()
     // A refreshed token must not undo what the user typed: only the sign-in controls follow it.
     connect(&authorizer, &YouTubeAuthorizer::authorizationChanged, this,
             &YouTubeWindowController::refreshSignInControls);
+    const auto tellSignInTrouble = [this](const QString& error) {
+        mLoginFailedLabel->setText(error);
+        mLoginFailedLabel->show();
+    };
+    connect(&authorizer, &YouTubeAuthorizer::refreshRetrying, this,
+            [this, tellSignInTrouble](const QString& error) {
+                tellSignInTrouble(error);
+                // An upload waits for the renewal as much as for the network itself.
+                if (mVideoUploadTicket) {
+                    mUploadProgressTextField->setText(tr("Waiting for the network\u2026"));
+                    mUploadDetailLabel->setText(error);
+                    mUploadDetailLabel->show();
+                }
+            });
+    connect(&authorizer, &YouTubeAuthorizer::signInRevoked, this, tellSignInTrouble);
+    // A renewal that went through ends the trouble it was retried for.
+    connect(&authorizer, &YouTubeAuthorizer::authorizationChanged, this, [this] {
+        if (isSignedIn())
+            mLoginFailedLabel->hide();
+    });
     authorizer.loadStoredAuthorization();
 
     switchToView(mUploadSettingsView);
@@ -94,10 +123,19 @@ void YouTubeWindowController::windowDidLoad()
         connect(mYoutubeReachability.get(), &Reachability::reachabilityChanged, this,
                 [this](Reachability* reachability) {
                     if (reachability->currentReachabilityStatus() != Reachability::NotReachable)
-                        fetchStandardCategories();
+                        networkMayHaveReturned();
                 });
         mYoutubeReachability->startNotifier();
     }
+}
+
+void YouTubeWindowController::networkMayHaveReturned()
+{
+    if (mVideoUploadTicket && mVideoUploadTicket->isWaitingForNetwork())
+        mVideoUploadTicket->retryNow();
+    mCategoryRetries = 0;
+    mCategoryRetryTimer->stop();
+    fetchStandardCategories();
 }
 
 void YouTubeWindowController::setTape(TapePtr tape)
@@ -132,6 +170,8 @@ void YouTubeWindowController::cancelUpload()
         mVideoUploadTicket->cancel();
         mVideoUploadTicket->deleteLater();
         mVideoUploadTicket = nullptr;
+        // The user gave up on this upload: its movie is no longer wanted.
+        QFile::remove(std::exchange(mUploadMoviePath, QString()));
     }
     // A running export goes on, but what it makes is no longer wanted.
     ++mExportGeneration;
@@ -286,8 +326,8 @@ void YouTubeWindowController::fetchStandardCategories()
 {
     if (mEntriesFetchTicket)
         return; // one fetch at a time; it brings the current list
-    QNetworkRequest request(mService->categoriesUrl(regionCode()));
-    request.setHeader(QNetworkRequest::UserAgentHeader, QString::fromLatin1(YouTubeService::userAgent));
+    mCategoryRetryTimer->stop();
+    const QNetworkRequest request = mService->request(mService->categoriesUrl(regionCode()));
     const auto send = [this, request] {
         QNetworkRequest authorized = request;
         if (mService->authorizer().canAuthorize())
@@ -298,9 +338,35 @@ void YouTubeWindowController::fetchStandardCategories()
         mEntriesFetchTicket = reply;
         connect(reply, &QNetworkReply::finished, this, [this, reply] {
             reply->deleteLater();
-            const QByteArray body = reply->readAll();
-            categoriesArrived(YouTubeCategoryList::parse(
-                body, reply->error() == QNetworkReply::NoError ? QString() : reply->errorString()));
+            const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
+            const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+            const YouTubeCategoryList::Result result = YouTubeCategoryList::parse(
+                body, reply->error() == QNetworkReply::NoError ? QString() : reply->errorString());
+            QString explanation;
+            bool retryByTimer = false;
+            if (YouTubeService::failedInTransit(reply)) {
+                explanation = YouTubeService::unreachableText(
+                    YouTubeService::transitErrorText(reply, mService->configuration().requestTimeoutMs));
+                retryByTimer = true;
+            } else if (status >= 400) {
+                const QString message = QJsonDocument::fromJson(body)
+                                            .object()
+                                            .value(QStringLiteral("error"))
+                                            .toObject()
+                                            .value(QStringLiteral("message"))
+                                            .toString();
+                explanation = YouTubeService::refusedText(
+                    !message.isEmpty()
+                        ? message
+                        : tr("it answered %1 %2")
+                              .arg(status)
+                              .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
+                // A server in trouble may be back soon; a refusal stands until something changes.
+                retryByTimer = status >= 500;
+            } else if (result.failure) {
+                explanation = tr("YouTube sent no categories to choose from.");
+            }
+            categoriesArrived(result, explanation, retryByTimer);
         });
     };
     if (!mService->authorizer().canAuthorize()) {
@@ -314,12 +380,22 @@ void YouTubeWindowController::fetchStandardCategories()
         });
 }
 
-void YouTubeWindowController::categoriesArrived(const YouTubeCategoryList::Result& result)
+void YouTubeWindowController::categoriesArrived(const YouTubeCategoryList::Result& result,
+                                                const QString& explanation, bool retryByTimer)
 {
     if (result.failure) {
         logLine(*result.failure);
+        mCategoryStatusLabel->setText(explanation);
+        mCategoryStatusLabel->setVisible(!explanation.isEmpty());
+        if (retryByTimer) {
+            const std::vector<int>& delays = mRetryDelays.empty() ? categoryRetryDelays : mRetryDelays;
+            mCategoryRetryTimer->start(delays[std::min(mCategoryRetries++, delays.size() - 1)]);
+        }
         return;
     }
+    mCategoryRetries = 0;
+    mCategoryStatusLabel->clear();
+    mCategoryStatusLabel->hide();
     const QString chosen = mCategoryPopUp->currentData().toString();
     mCategoryPopUp->clear();
     for (const YouTubeCategoryList::Category& category : result.categories)
@@ -385,11 +461,8 @@ void YouTubeWindowController::movieExported(const QString& path, bool abandoned)
         mOpenUrl(QUrl::fromLocalFile(path));
         return;
     }
+    // The file stays until the upload succeeds or is cancelled, so a failure loses nothing.
     uploadVideoAtURL(path);
-    if (mMovie && mMovie->filename() == path)
-        mMovie->disposeMovieFile();
-    else
-        QFile::remove(path);
 }
 
 void YouTubeWindowController::uploadVideoAtURL(const QString& path)
@@ -414,8 +487,16 @@ void YouTubeWindowController::uploadVideoAtURL(const QString& path)
     auto* ticket = new YouTubeUploadTicket(*mService, movie, mimeType, metadata, this);
     if (!mRetryDelays.empty())
         ticket->setRetryDelays(mRetryDelays);
+    mUploadMoviePath = path;
+    connect(ticket, &YouTubeUploadTicket::waitingForNetwork, this, [this](const QString& reason) {
+        mUploadProgressTextField->setText(tr("Waiting for the network\u2026"));
+        mUploadDetailLabel->setText(reason);
+        mUploadDetailLabel->show();
+    });
     connect(ticket, &YouTubeUploadTicket::progress, this, [this](qint64 sent, qint64 total) {
         mUploadProgressTextField->setText(tr("Uploading to YouTube\u2026"));
+        mUploadDetailLabel->clear();
+        mUploadDetailLabel->hide();
         mUploadProgressIndicator->setMinValue(0.0);
         mUploadProgressIndicator->setMaxValue(double(total));
         mUploadProgressIndicator->setDoubleValue(double(sent));
@@ -429,16 +510,22 @@ void YouTubeWindowController::uploadVideoAtURL(const QString& path)
 void YouTubeWindowController::uploadFinished(YouTubeUploadTicket* ticket, const QString& error)
 {
     ticket->deleteLater();
+    if (ticket != mVideoUploadTicket)
+        return; // cancelled: its movie went with it
+    mVideoUploadTicket = nullptr;
+    const QString movie = std::exchange(mUploadMoviePath, QString());
+    mUploadDetailLabel->clear();
+    mUploadDetailLabel->hide();
     if (!error.isEmpty()) {
-        if (ticket == mVideoUploadTicket)
-            mVideoUploadTicket = nullptr;
-        showAlert(tr("Upload Failed"), error, [this] { failedUploadSheetDidEnd(); });
+        QString text = error;
+        if (QFile::exists(movie))
+            text +=
+                QStringLiteral("\n\n") + tr("The movie is kept at %1.").arg(QDir::toNativeSeparators(movie));
+        showAlert(tr("Upload Failed"), text, [this] { failedUploadSheetDidEnd(); });
         return;
     }
-    if (ticket != mVideoUploadTicket)
-        return;
+    QFile::remove(movie);
     mUploadProgressIndicator->setDoubleValue(0.0);
-    mVideoUploadTicket = nullptr;
     switchToView(mUploadCompleteView);
 }
 

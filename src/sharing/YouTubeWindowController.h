@@ -14,6 +14,7 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
+class QTimer;
 class QVBoxLayout;
 
 namespace spindrel {
@@ -47,8 +48,8 @@ public:
     /// Every change refreshes the controls.
     void setTape(TapePtr tape);
     void setUrlOpener(UrlOpener opener) { mOpenUrl = std::move(opener); }
-    /// Pauses between upload retries (tests make them short).
-    void setUploadRetryDelays(std::vector<int> milliseconds) { mRetryDelays = std::move(milliseconds); }
+    /// Pauses between retries of the upload and of the category list; the last one repeats.
+    void setRetryDelays(std::vector<int> milliseconds) { mRetryDelays = std::move(milliseconds); }
 
     void showWindow();
     void closeWindow();
@@ -85,8 +86,16 @@ public:
     QLabel* loginFailedLabel() const { return mLoginFailedLabel; }
     QLabel* keyringNoticeLabel() const { return mKeyringNoticeLabel; }
     QLabel* uploadProgressTextField() const { return mUploadProgressTextField; }
+    /// Under the progress: why the upload waits, empty while it goes on.
+    QLabel* uploadDetailLabel() const { return mUploadDetailLabel; }
+    /// Under the category list: why it could not be fetched, hidden when it could.
+    QLabel* categoryStatusLabel() const { return mCategoryStatusLabel; }
+    /// The watcher of the service's host; its changes resume a waiting upload.
+    Reachability* reachability() const { return mYoutubeReachability.get(); }
     ProgressIndicator* uploadProgressIndicator() const { return mUploadProgressIndicator; }
     YouTubeUploadTicket* videoUploadTicket() const;
+    /// The movie file of the running upload; empty when none runs.
+    const QString& uploadMoviePath() const { return mUploadMoviePath; }
 
 Q_SIGNALS:
     void tapeChanged();
@@ -102,7 +111,9 @@ private:
     void buildCompleteView();
     void showAlert(const QString& title, const QString& text, std::function<void()> dismissed = {});
     void signInFinished(const QString& error);
-    void categoriesArrived(const YouTubeCategoryList::Result& result);
+    void categoriesArrived(const YouTubeCategoryList::Result& result, const QString& explanation,
+                           bool retryByTimer);
+    void networkMayHaveReturned();
     void movieExported(const QString& path, bool abandoned);
     void uploadFinished(YouTubeUploadTicket* ticket, const QString& error);
     void failedUploadSheetDidEnd();
@@ -112,6 +123,10 @@ private:
     TapePtr mTape;
     UrlOpener mOpenUrl;
     std::vector<int> mRetryDelays;
+    size_t mCategoryRetries = 0;
+    QTimer* mCategoryRetryTimer = nullptr;
+    /// The exported movie being uploaded: kept until the upload succeeds or is cancelled.
+    QString mUploadMoviePath;
 
     QVBoxLayout* mContentLayout = nullptr;
     QWidget* mCurrentView = nullptr;
@@ -130,6 +145,8 @@ private:
     QLabel* mKeyringNoticeLabel = nullptr;
     ProgressIndicator* mCheckingPasswordProgressIndicator = nullptr;
     QLabel* mUploadProgressTextField = nullptr;
+    QLabel* mUploadDetailLabel = nullptr;
+    QLabel* mCategoryStatusLabel = nullptr;
     ProgressIndicator* mUploadProgressIndicator = nullptr;
 
     QPointer<YouTubeUploadTicket> mVideoUploadTicket;

@@ -73,6 +73,11 @@ void YouTubeWindowController::buildSettingsView()
     form->addRow(tr("Description:"), mDescriptionTextView);
     form->addRow(tr("Keywords:"), mKeywordsTokenField);
     form->addRow(tr("Category:"), mCategoryPopUp);
+    mCategoryStatusLabel = new QLabel(mUploadSettingsView);
+    mCategoryStatusLabel->setWordWrap(true);
+    mCategoryStatusLabel->setFont(smallSystemFont());
+    mCategoryStatusLabel->hide();
+    form->addRow(QString(), mCategoryStatusLabel);
     form->addRow(QString(), mPrivateCheckbox);
     layout->addLayout(form);
 
@@ -96,6 +101,10 @@ void YouTubeWindowController::buildProgressView()
     auto* layout = new QVBoxLayout(mUploadProgressView);
     mUploadProgressTextField = new QLabel(mUploadProgressView);
     mUploadProgressIndicator = new ProgressIndicator(mUploadProgressView);
+    mUploadDetailLabel = new QLabel(mUploadProgressView);
+    mUploadDetailLabel->setWordWrap(true);
+    mUploadDetailLabel->setFont(smallSystemFont());
+    mUploadDetailLabel->hide();
     auto* buttons = new QHBoxLayout;
     auto* cancel = new QPushButton(tr("Cancel"), mUploadProgressView);
     connect(cancel, &QPushButton::clicked, this, &YouTubeWindowController::cancelUpload);
@@ -103,6 +112,7 @@ void YouTubeWindowController::buildProgressView()
     buttons->addWidget(cancel);
     layout->addWidget(mUploadProgressTextField);
     layout->addWidget(mUploadProgressIndicator);
+    layout->addWidget(mUploadDetailLabel);
     layout->addLayout(buttons);
     mUploadProgressView->hide();
 }

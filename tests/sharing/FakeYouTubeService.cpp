@@ -13,8 +13,8 @@ namespace {
 QByteArray reason(int status)
 {
     static const QHash<int, QByteArray> reasons{
-        {200, "OK"},          {201, "Created"},      {308, "Resume Incomplete"},
-        {400, "Bad Request"}, {401, "Unauthorized"}, {403, "Forbidden"}};
+        {200, "OK"},           {201, "Created"},   {308, "Resume Incomplete"},  {400, "Bad Request"},
+        {401, "Unauthorized"}, {403, "Forbidden"}, {503, "Service Unavailable"}};
     return reasons.value(status, "Not Found");
 }
 
@@ -63,6 +63,8 @@ spindrel::YouTubeService::Configuration FakeYouTubeService::configuration() cons
     c.clientSecret = QStringLiteral("not-so-secret");
     c.scope = QStringLiteral("https://www.googleapis.com/auth/youtube.upload openid email");
     c.productWebAddress = QStringLiteral("https://spindrel.example");
+    // Nothing here waits long for a stalled request.
+    c.requestTimeoutMs = 1000;
     return c;
 }
 
@@ -83,6 +85,32 @@ QList<FakeYouTubeService::Request> FakeYouTubeService::requestsTo(const QString&
     return matching;
 }
 
+void FakeYouTubeService::recover()
+{
+    fault = Fault::None;
+    QList<QTcpSocket*> stalled;
+    for (auto it = mConnections.cbegin(); it != mConnections.cend(); ++it) {
+        if (it->stalled)
+            stalled << it.key();
+    }
+    for (QTcpSocket* socket : stalled) {
+        mConnections.remove(socket);
+        socket->abort();
+    }
+}
+
+bool FakeYouTubeService::meetsFault(const Request& request)
+{
+    if (fault == Fault::None || faultsLeft == 0 ||
+        !(faultPath.isEmpty() || request.url.path().startsWith(faultPath)))
+        return false;
+    if (faultsLeft > 0)
+        --faultsLeft;
+    ++faultsMet;
+    Q_EMIT faultMet();
+    return true;
+}
+
 void FakeYouTubeService::accept()
 {
     while (QTcpSocket* socket = mServer.nextPendingConnection()) {
@@ -100,6 +128,8 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
     if (!mConnections.contains(socket))
         return;
     Connection& connection = mConnections[socket];
+    if (connection.stalled)
+        return; // never read: the client's bytes back up as with a hung server
     connection.buffer += socket->readAll();
     while (true) {
         if (!connection.haveHeaders) {
@@ -126,6 +156,24 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
                 connection.request.url.path().startsWith(QStringLiteral("/upload/session/"));
             connection.movieUpload =
                 sessionPut && !connection.request.headers.value("content-range").startsWith("bytes */");
+            if (meetsFault(connection.request)) {
+                if (!connection.movieUpload)
+                    requests << connection.request;
+                if (fault == Fault::Stall) {
+                    connection.stalled = true;
+                    socket->setReadBufferSize(16 * 1024);
+                    if (connection.movieUpload)
+                        requests << connection.request;
+                    return;
+                }
+                if (fault == Fault::Drop && !connection.movieUpload) {
+                    mConnections.remove(socket);
+                    socket->abort();
+                    return;
+                }
+                connection.dropAfterSomeBytes = fault == Fault::Drop;
+                connection.unavailable = fault == Fault::Unavailable;
+            }
             if (connection.movieUpload) {
                 requests << connection.request;
                 if (mOutage) {
@@ -150,6 +198,12 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
             if (breakAfterBytes >= 0 && !mBroken)
                 allowed = std::min<qint64>(take, breakAfterBytes - movie.size());
             movie += connection.buffer.left(allowed);
+            if (connection.dropAfterSomeBytes && allowed > 0) {
+                ++connectionsBroken;
+                mConnections.remove(socket);
+                socket->abort();
+                return;
+            }
             if (allowed < take || (breakAfterBytes >= 0 && !mBroken && movie.size() >= breakAfterBytes)) {
                 mBroken = true;
                 mOutage = true;
@@ -166,9 +220,14 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
         if (connection.remaining > 0)
             return;
         connection.haveHeaders = false;
-        if (!connection.movieUpload)
+        if (!connection.movieUpload && !connection.unavailable)
             requests << connection.request;
-        respond(socket, connection);
+        if (connection.unavailable) {
+            connection.unavailable = false;
+            reply(socket, 503, errorJson(503, QStringLiteral("The service is unavailable.")));
+        } else {
+            respond(socket, connection);
+        }
         if (!mConnections.contains(socket))
             return;
     }
@@ -226,7 +285,11 @@ void FakeYouTubeService::respond(QTcpSocket* socket, Connection& connection)
             reply(socket, 400, R"({"error":"invalid_grant","error_description":"Token has been revoked."})");
         }
     } else if (path == QStringLiteral("/youtube/v3/videoCategories")) {
-        reply(socket, 200, categoriesJson);
+        if (refuseCategoriesStatus != 0)
+            reply(socket, refuseCategoriesStatus,
+                  errorJson(refuseCategoriesStatus, QStringLiteral("The request cannot be completed.")));
+        else
+            reply(socket, 200, categoriesJson);
     } else if (path == QStringLiteral("/upload/youtube/v3/videos") && request.method == "POST") {
         if (!authorized(request)) {
             reply(socket, 401, errorJson(401, QStringLiteral("Login Required")));

@@ -48,6 +48,21 @@ public:
     // Answer to opening an upload session, when set (status and body) instead of a session.
     int refuseUploadStatus = 0;
 
+    // Faults met for real on the wire by requests whose path starts with faultPath (every request
+    // when empty): Stall reads the request and never answers (a movie upload is left unread),
+    // Drop closes the connection (a movie upload once some of its bytes arrived), Unavailable
+    // answers 503. faultsLeft counts them down; -1 never runs out.
+    enum class Fault { None, Stall, Drop, Unavailable };
+    Fault fault = Fault::None;
+    QString faultPath;
+    int faultsLeft = -1;
+    int faultsMet = 0;
+    // Ends the fault; connections held by a stall are closed.
+    void recover();
+
+    // Answer to the category list, when set (status and body) instead of the list.
+    int refuseCategoriesStatus = 0;
+
     // After this many movie bytes the connection breaks once; further uploads are cut off at once
     // until the client asks how much arrived.
     qint64 breakAfterBytes = -1;
@@ -62,6 +77,10 @@ public:
 
     QList<Request> requestsTo(const QString& path) const;
 
+Q_SIGNALS:
+    // A request met the fault.
+    void faultMet();
+
 private:
     struct Connection
     {
@@ -70,6 +89,9 @@ private:
         Request request;
         qint64 remaining = 0;
         bool movieUpload = false;
+        bool stalled = false;
+        bool dropAfterSomeBytes = false;
+        bool unavailable = false;
     };
 
     void accept();
@@ -79,6 +101,7 @@ private:
                const QList<QPair<QByteArray, QByteArray>>& headers = {});
     QByteArray tokenResponse(bool withRefresh);
     bool authorized(const Request& request) const;
+    bool meetsFault(const Request& request);
 
     QTcpServer mServer;
     QHash<QTcpSocket*, Connection> mConnections;

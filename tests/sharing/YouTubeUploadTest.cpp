@@ -5,6 +5,7 @@
 #include "sharing/YouTubeCategoryList.h"
 #include "sharing/YouTubeUploadTicket.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -13,10 +14,26 @@
 #include <QSignalSpy>
 #include <QUrlQuery>
 #include <gtest/gtest.h>
+#include <iostream>
 
 using namespace spindrel;
 
 namespace {
+
+QByteArray randomMovie(qsizetype size)
+{
+    QByteArray movie(size, '\0');
+    QRandomGenerator generator(7);
+    for (char& byte : movie)
+        byte = char(generator.bounded(256));
+    return movie;
+}
+
+// For the record only: how long the user waits between a fault and the word about it.
+void reportDelay(const char* what, qint64 milliseconds)
+{
+    std::cout << "[ measure  ] " << what << ": " << milliseconds << " ms" << std::endl;
+}
 
 class YouTubeServiceTest : public ::testing::Test
 {
@@ -141,10 +158,7 @@ TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
 TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
 {
     signIn();
-    QByteArray movie(3 * 1024 * 1024 + 17, '\0');
-    QRandomGenerator generator(7);
-    for (char& byte : movie)
-        byte = char(generator.bounded(256));
+    const QByteArray movie = randomMovie(3 * 1024 * 1024 + 17);
     mFake.breakAfterBytes = 1024 * 1024;
 
     YouTubeUploadTicket::Metadata metadata;
@@ -209,8 +223,177 @@ TEST_F(YouTubeServiceTest, UploadWithoutSignInOrRefusedReportsWhyAndSendsNoMovie
     QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
     ticket.start();
     ASSERT_TRUE(finished.wait(5000));
-    EXPECT_EQ(finished.at(0).at(0).toString(), QStringLiteral("Uploads are refused."));
+    EXPECT_EQ(finished.at(0).at(0).toString(),
+              QStringLiteral("YouTube refused the request: Uploads are refused."));
     EXPECT_TRUE(mFake.movie.isEmpty());
+}
+
+TEST_F(YouTubeServiceTest, StalledUploadTimesOutWaitsAndGoesOnWhenTheServiceAnswersAgain)
+{
+    signIn();
+    const QByteArray movie = randomMovie(3 * 1024 * 1024);
+    mFake.fault = FakeYouTubeService::Fault::Stall;
+    mFake.faultPath = QStringLiteral("/upload/session/");
+    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/mp4"), {});
+    ticket.setRetryDelays({200, 400});
+    QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    QElapsedTimer sinceFault;
+    QObject::connect(&mFake, &FakeYouTubeService::faultMet, &mFake, [&] {
+        if (!sinceFault.isValid())
+            sinceFault.start();
+    });
+    ticket.start();
+
+    // The movie and then the question how much arrived both hang: each try ends on the timeout.
+    ASSERT_TRUE(waiting.wait(30000));
+    reportDelay("stalled upload to 'waiting for the network'", sinceFault.elapsed());
+    EXPECT_EQ(waiting.at(0).at(0).toString(),
+              QStringLiteral("YouTube could not be reached: no answer within 1 s"));
+    EXPECT_TRUE(ticket.isWaitingForNetwork());
+    for (int i = 0; i < 300 && waiting.size() < 2; ++i)
+        waiting.wait(100);
+    ASSERT_GE(waiting.size(), 2);
+    EXPECT_TRUE(finished.isEmpty());
+    EXPECT_GE(mFake.faultsMet, 2);
+
+    mFake.recover();
+    ASSERT_TRUE(finished.wait(30000));
+    EXPECT_EQ(finished.at(0).at(0).toString(), QString());
+    ASSERT_TRUE(mFake.uploadComplete);
+    EXPECT_TRUE(mFake.movie == movie);
+    bool asked = false;
+    for (const auto& request : mFake.requestsTo(QStringLiteral("/upload/session/1")))
+        asked =
+            asked || request.headers.value("content-range") == "bytes */" + QByteArray::number(movie.size());
+    EXPECT_TRUE(asked);
+}
+
+TEST_F(YouTubeServiceTest, DroppedUploadWaitsForTheNetworkAndResumesOnRequest)
+{
+    signIn();
+    const QByteArray movie = randomMovie(2 * 1024 * 1024);
+    mFake.fault = FakeYouTubeService::Fault::Drop;
+    mFake.faultPath = QStringLiteral("/upload/session/");
+    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/mp4"), {});
+    // Ten minutes: only retryNow() can bring it back within the test.
+    ticket.setRetryDelays({10 * 60 * 1000});
+    QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    ticket.start();
+    ASSERT_TRUE(waiting.wait(30000));
+    EXPECT_TRUE(waiting.at(0).at(0).toString().startsWith(QStringLiteral("YouTube could not be reached: ")));
+    EXPECT_TRUE(ticket.isWaitingForNetwork());
+    EXPECT_GE(mFake.connectionsBroken, 1);
+    const qint64 arrivedBeforeTheDrop = mFake.movie.size();
+    EXPECT_GT(arrivedBeforeTheDrop, 0);
+
+    mFake.recover();
+    ticket.retryNow();
+    ASSERT_TRUE(finished.wait(30000));
+    EXPECT_EQ(finished.at(0).at(0).toString(), QString());
+    EXPECT_TRUE(mFake.movie == movie);
+    // Only the rest was sent again.
+    bool resumed = false;
+    for (const auto& request : mFake.requestsTo(QStringLiteral("/upload/session/1")))
+        resumed = resumed || request.headers.value("content-range") ==
+                                 "bytes " + QByteArray::number(arrivedBeforeTheDrop) + '-' +
+                                     QByteArray::number(movie.size() - 1) + '/' +
+                                     QByteArray::number(movie.size());
+    EXPECT_TRUE(resumed);
+}
+
+TEST_F(YouTubeServiceTest, UploadGivesUpOnlyWhenTheOutageOutlastsTheLimit)
+{
+    signIn();
+    mFake.fault = FakeYouTubeService::Fault::Drop;
+    YouTubeUploadTicket ticket(*mService, randomMovie(100 * 1024), QStringLiteral("video/mp4"), {});
+    ticket.setRetryDelays({100, 200});
+    ticket.setOutageLimit(2000);
+    QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
+    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
+    QElapsedTimer outage;
+    outage.start();
+    ticket.start();
+    ASSERT_TRUE(finished.wait(30000));
+    EXPECT_GE(outage.elapsed(), 2000);
+    EXPECT_GE(waiting.size(), 3);
+    EXPECT_GE(mFake.faultsMet, 4); // it kept trying to open the session
+    const QString error = finished.at(0).at(0).toString();
+    EXPECT_TRUE(error.startsWith(QStringLiteral("YouTube could not be reached: "))) << error.toStdString();
+    EXPECT_TRUE(error.endsWith(QStringLiteral("Spindrel waited 2 s for the network and stopped the upload.")))
+        << error.toStdString();
+    EXPECT_FALSE(mFake.uploadComplete);
+}
+
+TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain)
+{
+    signIn();
+    YouTubeAuthorizer& authorizer = mService->authorizer();
+    authorizer.setRefreshRetryDelays({50, 100, 200, 400});
+    const auto lapse = [&] {
+        YouTubeAuthorizer::Token lapsed = authorizer.token();
+        lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
+        authorizer.setToken(lapsed);
+    };
+    const auto authorize = [&] {
+        std::optional<std::optional<QString>> outcome;
+        authorizer.authorize([&](const std::optional<QString>& error) { outcome = error; });
+        for (int i = 0; i < 300 && !outcome; ++i)
+            QSignalSpy(&authorizer, &YouTubeAuthorizer::authorizationChanged).wait(100);
+        return outcome;
+    };
+    QSignalSpy retrying(&authorizer, &YouTubeAuthorizer::refreshRetrying);
+    QSignalSpy revoked(&authorizer, &YouTubeAuthorizer::signInRevoked);
+
+    // A server in trouble, dropped connections and a stall are each tried again. (Qt itself sends
+    // once more on a kept-alive connection that was closed, hence two faults each.)
+    QStringList reasons;
+    for (const auto fault : {FakeYouTubeService::Fault::Unavailable, FakeYouTubeService::Fault::Drop,
+                             FakeYouTubeService::Fault::Stall}) {
+        lapse();
+        mFake.fault = fault;
+        mFake.faultPath = QStringLiteral("/token");
+        mFake.faultsLeft = 2;
+        const int retriesBefore = int(retrying.size());
+        const auto outcome = authorize();
+        ASSERT_TRUE(outcome.has_value());
+        EXPECT_FALSE(outcome->has_value()) << outcome->value_or(QString()).toStdString();
+        EXPECT_EQ(mFake.faultsLeft, 0);
+        ASSERT_GT(retrying.size(), retriesBefore);
+        reasons << retrying.last().at(0).toString();
+        EXPECT_EQ(authorizer.authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
+    }
+    EXPECT_EQ(
+        reasons.value(0),
+        QStringLiteral("YouTube could not be reached: its sign-in service answered 503 Service Unavailable"));
+    EXPECT_TRUE(reasons.value(1).startsWith(QStringLiteral("YouTube could not be reached: ")));
+    EXPECT_EQ(reasons.value(2), QStringLiteral("YouTube could not be reached: no answer within 1 s"));
+
+    // When the tries run out the reason comes back, and the sign-in is kept for later.
+    lapse();
+    mFake.fault = FakeYouTubeService::Fault::Unavailable;
+    mFake.faultsLeft = -1;
+    auto outcome = authorize();
+    ASSERT_TRUE(outcome.has_value());
+    ASSERT_TRUE(outcome->has_value());
+    EXPECT_TRUE(outcome->value().startsWith(QStringLiteral("YouTube could not be reached: ")));
+    EXPECT_TRUE(authorizer.canAuthorize());
+    EXPECT_TRUE(revoked.isEmpty());
+
+    // A refusal is final: no second try, and the user is asked to sign in again.
+    mFake.recover();
+    mFake.refreshToken = QStringLiteral("refresh-2");
+    const int before = mFake.requestsTo(QStringLiteral("/token")).size();
+    lapse();
+    outcome = authorize();
+    ASSERT_TRUE(outcome.has_value());
+    ASSERT_TRUE(outcome->has_value());
+    EXPECT_TRUE(outcome->value().endsWith(QStringLiteral("Please sign in again.")))
+        << outcome->value().toStdString();
+    EXPECT_EQ(mFake.requestsTo(QStringLiteral("/token")).size(), before + 1);
+    ASSERT_EQ(revoked.size(), 1);
+    EXPECT_FALSE(authorizer.canAuthorize());
 }
 
 TEST(YouTubeCategoryList, AssignableCategoriesInOrderWithTheTermWhenNoLabelOrTheFailure)

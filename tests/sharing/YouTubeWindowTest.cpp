@@ -2,6 +2,7 @@
 #include "sharing/MediaTools.h"
 #include "sharing/ProgressIndicator.h"
 #include "sharing/QtPrinters.h"
+#include "sharing/Reachability.h"
 #include "sharing/SharingServices.h"
 #include "sharing/TokenStore.h"
 #include "sharing/YouTubeAuthorizer.h"
@@ -11,7 +12,10 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QLabel>
 #include <QLineEdit>
@@ -23,6 +27,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <iostream>
 
 using namespace spindrel;
 
@@ -38,6 +43,29 @@ bool waitFor(const std::function<bool()>& condition, int milliseconds)
     return condition();
 }
 
+// For the record only: how long the user waits between a fault and the word about it.
+void reportDelay(const char* what, qint64 milliseconds)
+{
+    std::cout << "[ measure  ] " << what << ": " << milliseconds << " ms" << std::endl;
+}
+
+// Starts at the first request that meets the fake's fault.
+class FaultClock
+{
+public:
+    explicit FaultClock(FakeYouTubeService& fake)
+    {
+        QObject::connect(&fake, &FakeYouTubeService::faultMet, &fake, [this] {
+            if (!mTimer.isValid())
+                mTimer.start();
+        });
+    }
+    qint64 elapsed() const { return mTimer.isValid() ? mTimer.elapsed() : -1; }
+
+private:
+    QElapsedTimer mTimer;
+};
+
 class YouTubeWindowTest : public ::testing::Test
 {
 protected:
@@ -46,12 +74,16 @@ protected:
         QCoreApplication::setOrganizationName(QStringLiteral("SpindrelTests"));
         QCoreApplication::setApplicationName(QStringLiteral("sharing"));
         QSettings().remove(QString::fromLatin1(YouTubeWindowController::skipVideoUploadKey));
+        // Exported movies land here, where the test can see whether they are kept.
+        mOldTemp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", QFile::encodeName(mDir.path()));
 
-        mService =
-            std::make_shared<YouTubeService>(mFake.configuration(), std::make_unique<MemoryTokenStore>());
+        YouTubeService::Configuration configuration = mFake.configuration();
+        configure(configuration);
+        mService = std::make_shared<YouTubeService>(configuration, std::make_unique<MemoryTokenStore>());
         signIn();
         mWindow = std::make_unique<YouTubeWindowController>(mService);
-        mWindow->setUploadRetryDelays({10, 10, 10});
+        mWindow->setRetryDelays({10, 10, 10});
         mWindow->setUrlOpener([this](const QUrl& url) {
             mOpened << url;
             return true;
@@ -69,6 +101,27 @@ protected:
     void TearDown() override
     {
         QSettings().remove(QString::fromLatin1(YouTubeWindowController::skipVideoUploadKey));
+        if (mOldTemp.isEmpty())
+            qunsetenv("TMPDIR");
+        else
+            qputenv("TMPDIR", mOldTemp);
+    }
+    virtual void configure(YouTubeService::Configuration&) {}
+
+    // Tells the window what a change of the network tells it.
+    static void networkReturns(YouTubeWindowController& window)
+    {
+        ASSERT_TRUE(window.reachability());
+        Reachability::reachabilityCallback(window.reachability());
+    }
+
+    // The exported movies still on disk.
+    QStringList movies() const
+    {
+        QStringList paths;
+        for (const QString& name : QDir(mDir.path()).entryList({QStringLiteral("*.mov")}, QDir::Files))
+            paths << mDir.filePath(name);
+        return paths;
     }
 
     // Signed in as if through the browser: the fake knows the access token.
@@ -91,6 +144,7 @@ protected:
     std::unique_ptr<YouTubeWindowController> mWindow;
     TapePtr mTape;
     QList<QUrl> mOpened;
+    QByteArray mOldTemp;
 };
 
 TEST_F(YouTubeWindowTest, ControlsFollowTheTapeAndTheSignIn)
@@ -145,7 +199,11 @@ TEST_F(YouTubeWindowTest, EmptyFieldOrRefusedUploadAlertsAndReturnsToTheSettings
     mFake.refuseUploadStatus = 403;
     mWindow->performUpload();
     ASSERT_TRUE(waitFor([&] { return alert() && alert()->isVisible(); }, 60000));
-    EXPECT_EQ(alert()->text(), QStringLiteral("Uploads are refused."));
+    // The movie stays, and the alert says where.
+    ASSERT_EQ(movies().size(), 1);
+    EXPECT_EQ(alert()->text(),
+              QStringLiteral("YouTube refused the request: Uploads are refused.\n\nThe movie is kept at %1.")
+                  .arg(QDir::toNativeSeparators(movies().front())));
     EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
     alert()->buttons().front()->click();
     EXPECT_EQ(mWindow->currentView(), mWindow->uploadSettingsView());
@@ -171,6 +229,7 @@ TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
     ASSERT_TRUE(waitFor([&] { return mWindow->currentView() == mWindow->uploadCompleteView(); }, 30000));
     EXPECT_EQ(mWindow->uploadProgressIndicator()->doubleValue(), 0.0);
     EXPECT_EQ(mWindow->videoUploadTicket(), nullptr);
+    EXPECT_TRUE(movies().isEmpty()); // uploaded, so no longer needed
 
     ASSERT_TRUE(mFake.uploadComplete);
     EXPECT_GE(mFake.connectionsBroken, 1);
@@ -216,8 +275,168 @@ TEST_F(YouTubeWindowTest, CompletionOfAnUploadNoLongerCurrentChangesNothing)
     mWindow->cancelUpload();
     EXPECT_FALSE(mWindow->isVisible());
     EXPECT_EQ(mWindow->videoUploadTicket(), nullptr);
+    EXPECT_FALSE(QFile::exists(movie)); // cancelled, so not kept
     Q_EMIT old->finished(QString());
     EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
+}
+
+TEST_F(YouTubeWindowTest, CategoriesThatCannotBeFetchedSayWhyAndComeBackByThemselves)
+{
+    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 30000));
+    EXPECT_FALSE(mWindow->categoryStatusLabel()->isVisibleTo(mWindow.get()));
+
+    // A service that never answers: the sheet says so when the request times out, and the list
+    // comes by itself once the service answers again.
+    mFake.fault = FakeYouTubeService::Fault::Stall;
+    mFake.faultPath = QStringLiteral("/youtube/v3/videoCategories");
+    FaultClock clock(mFake);
+    YouTubeWindowController stalled(mService);
+    stalled.setRetryDelays({200});
+    QLabel* status = stalled.categoryStatusLabel();
+    ASSERT_TRUE(waitFor([&] { return status->isVisibleTo(&stalled); }, 30000));
+    reportDelay("stalled category list to its explanation", clock.elapsed());
+    EXPECT_EQ(status->text(), QStringLiteral("YouTube could not be reached: no answer within 1 s"));
+    EXPECT_EQ(stalled.categoryPopUp()->count(), 0);
+    mFake.recover();
+    ASSERT_TRUE(waitFor([&] { return stalled.categoryPopUp()->count() == 3; }, 30000));
+    EXPECT_FALSE(status->isVisibleTo(&stalled));
+
+    // A refusal is explained and not asked again on a timer; the network coming back asks again.
+    mFake.refuseCategoriesStatus = 403;
+    YouTubeWindowController refused(mService);
+    refused.setRetryDelays({10});
+    ASSERT_TRUE(waitFor([&] { return refused.categoryStatusLabel()->isVisibleTo(&refused); }, 30000));
+    EXPECT_EQ(refused.categoryStatusLabel()->text(),
+              QStringLiteral("YouTube refused the request: The request cannot be completed."));
+    const qsizetype asked = mFake.requestsTo(QStringLiteral("/youtube/v3/videoCategories")).size();
+    QTest::qWait(300);
+    EXPECT_EQ(mFake.requestsTo(QStringLiteral("/youtube/v3/videoCategories")).size(), asked);
+    mFake.refuseCategoriesStatus = 0;
+    networkReturns(refused);
+    ASSERT_TRUE(waitFor([&] { return refused.categoryPopUp()->count() == 3; }, 30000));
+    EXPECT_FALSE(refused.categoryStatusLabel()->isVisibleTo(&refused));
+}
+
+TEST_F(YouTubeWindowTest, UploadWaitsThroughAnOutageKeepsTheMovieAndResumesWithTheNetwork)
+{
+    // Ten minutes between tries: only the network coming back can resume it within the test.
+    mWindow->setRetryDelays({10 * 60 * 1000});
+    mFake.fault = FakeYouTubeService::Fault::Drop;
+    mFake.faultPath = QStringLiteral("/upload/session/");
+    FaultClock clock(mFake);
+    mWindow->performUpload();
+    ASSERT_TRUE(waitFor(
+        [&] {
+            return mWindow->uploadProgressTextField()->text() ==
+                   QStringLiteral("Waiting for the network\u2026");
+        },
+        60000));
+    reportDelay("dropped upload to 'Waiting for the network...'", clock.elapsed());
+    EXPECT_TRUE(mWindow->uploadDetailLabel()->isVisibleTo(mWindow.get()));
+    EXPECT_TRUE(
+        mWindow->uploadDetailLabel()->text().startsWith(QStringLiteral("YouTube could not be reached: ")));
+    EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
+    EXPECT_EQ(alert(), nullptr);
+    const QStringList kept = movies();
+    ASSERT_EQ(kept.size(), 1);
+    const qint64 movieSize = QFileInfo(kept.front()).size();
+
+    mFake.recover();
+    networkReturns(*mWindow);
+    ASSERT_TRUE(waitFor([&] { return mWindow->currentView() == mWindow->uploadCompleteView(); }, 30000));
+    EXPECT_EQ(alert(), nullptr);
+    ASSERT_TRUE(mFake.uploadComplete);
+    EXPECT_EQ(mFake.movie.size(), movieSize);
+    EXPECT_GE(mFake.connectionsBroken, 1);
+    EXPECT_FALSE(QFile::exists(kept.front()));
+}
+
+TEST_F(YouTubeWindowTest, CancellingAWaitingUploadDeletesItsMovie)
+{
+    mWindow->setRetryDelays({10 * 60 * 1000});
+    mFake.fault = FakeYouTubeService::Fault::Stall;
+    mFake.faultPath = QStringLiteral("/upload/");
+    mWindow->performUpload();
+    ASSERT_TRUE(waitFor(
+        [&] {
+            return mWindow->uploadProgressTextField()->text() ==
+                   QStringLiteral("Waiting for the network\u2026");
+        },
+        60000));
+    EXPECT_EQ(mWindow->uploadDetailLabel()->text(),
+              QStringLiteral("YouTube could not be reached: no answer within 1 s"));
+    ASSERT_EQ(movies().size(), 1);
+    mWindow->cancelUpload();
+    EXPECT_FALSE(mWindow->isVisible());
+    EXPECT_TRUE(movies().isEmpty());
+}
+
+TEST_F(YouTubeWindowTest, SignInRenewalTroubleIsExplainedAndARevokedOneAsksForANewSignIn)
+{
+    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 30000));
+    const auto lapse = [&] {
+        YouTubeAuthorizer::Token lapsed = mService->authorizer().token();
+        lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
+        mService->authorizer().setToken(lapsed);
+    };
+    QLabel* label = mWindow->loginFailedLabel();
+
+    // The token service in trouble: the sheet says so, and the word goes once the renewal is through.
+    mService->authorizer().setRefreshRetryDelays({2000});
+    lapse();
+    mFake.fault = FakeYouTubeService::Fault::Unavailable;
+    mFake.faultPath = QStringLiteral("/token");
+    mFake.faultsLeft = 1;
+    mWindow->fetchStandardCategories();
+    ASSERT_TRUE(waitFor([&] { return label->isVisibleTo(mWindow.get()); }, 30000));
+    EXPECT_EQ(
+        label->text(),
+        QStringLiteral("YouTube could not be reached: its sign-in service answered 503 Service Unavailable"));
+    ASSERT_TRUE(waitFor([&] { return !label->isVisibleTo(mWindow.get()); }, 30000));
+    EXPECT_TRUE(mWindow->isSignedIn());
+    EXPECT_EQ(mService->authorizer().authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
+
+    // The grant withdrawn: the user is asked to sign in again.
+    lapse();
+    mFake.refreshToken = QStringLiteral("refresh-2");
+    mWindow->fetchStandardCategories();
+    ASSERT_TRUE(waitFor([&] { return label->isVisibleTo(mWindow.get()); }, 30000));
+    EXPECT_TRUE(label->text().endsWith(QStringLiteral("Please sign in again.")))
+        << label->text().toStdString();
+    EXPECT_EQ(mWindow->loginButton()->text(), QStringLiteral("Sign In"));
+    EXPECT_FALSE(mWindow->uploadButton()->isEnabled());
+}
+
+class YouTubeWindowShortOutageTest : public YouTubeWindowTest
+{
+protected:
+    void configure(YouTubeService::Configuration& configuration) override
+    {
+        configuration.outageLimitMs = 2000;
+    }
+};
+
+TEST_F(YouTubeWindowShortOutageTest, UploadThatCannotReachYouTubeInTimeSaysWhyAndWhereTheMovieIs)
+{
+    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 30000));
+    mWindow->setRetryDelays({100, 200});
+    mFake.fault = FakeYouTubeService::Fault::Drop;
+    mFake.faultPath = QStringLiteral("/upload/");
+    mWindow->performUpload();
+    ASSERT_TRUE(waitFor([&] { return alert() && alert()->isVisible(); }, 60000));
+    EXPECT_EQ(mWindow->uploadProgressTextField()->text(), QStringLiteral("Waiting for the network\u2026"));
+    const QStringList kept = movies();
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(alert()->windowTitle(), QStringLiteral("Upload Failed"));
+    const QString text = alert()->text();
+    EXPECT_TRUE(text.startsWith(QStringLiteral("YouTube could not be reached: "))) << text.toStdString();
+    EXPECT_TRUE(text.endsWith(QStringLiteral("Spindrel waited 2 s for the network and stopped the upload.\n\n"
+                                             "The movie is kept at %1.")
+                                  .arg(QDir::toNativeSeparators(kept.front()))))
+        << text.toStdString();
+    alert()->buttons().front()->click();
+    EXPECT_EQ(mWindow->currentView(), mWindow->uploadSettingsView());
+    EXPECT_TRUE(QFile::exists(kept.front()));
 }
 
 TEST(SharingServices, SubmenuListsYouTubeThenITunesAndPerformsForEveryTape)
