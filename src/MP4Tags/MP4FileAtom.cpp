@@ -161,23 +161,17 @@ int32_t MP4FileAtom::replaceChildAtomOfType(uint32_t type, const MP4AtomPtr& ato
 
 uint64_t MP4FileAtom::offsetOfChildAtom(uint32_t type, uint64_t start, uint64_t end, int fileHandle)
 {
-    // Size and type come with one read. Searches never fail loudly: a header that cannot be read
-    // ends the walk.
+    // Searches never fail loudly: a header that cannot be read ends the walk. Size 0 runs to the
+    // end; the 64-bit form is what long recordings' 'mdat' takes.
     for (uint64_t p = start; p < end;) {
-        uint32_t size32 = 0;
-        uint32_t childType = 0;
-        if (!readHeaderAt(fileHandle, p, size32, childType))
+        BoxHeader header;
+        if (!readBoxHeaderAt(fileHandle, p, end, header))
             return NotFound;
-        if (childType == type)
+        if (header.type == type)
             return p;
-        // Size 0 runs to the end; size 1 is followed by a 64-bit size, as long recordings have.
-        uint64_t size = size32;
-        uchar large[8];
-        if (size32 == 1 && preadFully(fileHandle, large, 8, p + 8) == 8)
-            size = qFromBigEndian<uint64_t>(large);
-        if (size < 8)
+        if (header.size < 8)
             return NotFound;
-        p += size;
+        p += header.size;
     }
     return NotFound;
 }

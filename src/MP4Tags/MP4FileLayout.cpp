@@ -3,8 +3,6 @@
 #include "MP4Tags/MP4Atom.h"
 #include "MP4Tags/PositionedIO.h"
 
-#include <QtEndian>
-
 namespace spindrel {
 
 bool MP4FileLayout::read(int fileHandle, MP4FileLayout& layout)
@@ -14,28 +12,12 @@ bool MP4FileLayout::read(int fileHandle, MP4FileLayout& layout)
     if (length < 0)
         return false;
     layout.fileLength = uint64_t(length);
-    uint64_t p = 0;
-    while (p < layout.fileLength) {
-        Box box;
-        box.offset = p;
-        uint32_t size32 = 0;
-        if (layout.fileLength - p < 8 || !readHeaderAt(fileHandle, p, size32, box.type))
+    for (uint64_t p = 0; p < layout.fileLength; p += layout.boxes.back().size) {
+        BoxHeader header;
+        if (!readBoxHeaderAt(fileHandle, p, layout.fileLength, header) || header.size < header.headerLength ||
+            header.size > layout.fileLength - p)
             return true;
-        box.size = size32;
-        if (size32 == 0) {
-            box.size = layout.fileLength - p;
-            box.toEnd = true;
-        } else if (size32 == 1) {
-            uchar large[8];
-            if (preadFully(fileHandle, large, 8, p + 8) != 8)
-                return true;
-            box.size = qFromBigEndian<uint64_t>(large);
-            box.headerLength = 16;
-        }
-        if (box.size < box.headerLength || box.size > layout.fileLength - p)
-            return true;
-        layout.boxes.push_back(box);
-        p += box.size;
+        layout.boxes.push_back({p, header.size, header.type, header.headerLength, header.toEnd});
     }
     layout.complete = true;
     return true;

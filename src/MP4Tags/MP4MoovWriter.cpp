@@ -236,13 +236,17 @@ bool MP4MoovWriter::write(MP4Box& moov, const MP4FileLayout& layout, int moovInd
     // Over the old box and its free space, through a copy at the end of the file. A fragmented
     // file keeps its fragment index last, so it gets no copy.
     if (!fragmented) {
+        // At the end of the file the region may grow, so the box goes as it is.
         const bool tail = size_t(region.last) + 1 == boxes.size();
-        MP4Box fitted = moov;
-        if (tail || fitTo(fitted, region.end - region.start)) {
-            const MP4FileLayout::Box& last = boxes.back();
-            if (!last.toEnd || last.size <= UINT32_MAX)
-                return writeOver(tail ? moov : fitted, layout, region);
+        std::optional<MP4Box> fitted;
+        if (!tail) {
+            fitted = moov;
+            if (!fitTo(*fitted, region.end - region.start))
+                fitted.reset();
         }
+        const MP4FileLayout::Box& last = boxes.back();
+        if ((tail || fitted) && (!last.toEnd || last.size <= UINT32_MAX))
+            return writeOver(fitted ? *fitted : moov, layout, region);
         return rewrite(moov, layout, region);
     }
     return fail(tr("“%1” cannot be edited: fragmented files cannot be edited yet.").arg(displayName(mPath)));

@@ -265,4 +265,24 @@ bool readHeaderAt(int fileHandle, uint64_t offset, uint32_t& length, uint32_t& t
     return complete;
 }
 
+bool readBoxHeaderAt(int fileHandle, uint64_t offset, uint64_t end, BoxHeader& header)
+{
+    uint32_t size32 = 0;
+    header = {};
+    if (offset >= end || end - offset < 8 || !readHeaderAt(fileHandle, offset, size32, header.type))
+        return false;
+    header.size = size32;
+    if (size32 == 0) {
+        header.size = end - offset;
+        header.toEnd = true;
+    } else if (size32 == 1) {
+        uchar large[8];
+        if (end - offset < 16 || preadFully(fileHandle, large, 8, offset + 8) != 8)
+            return false;
+        header.size = qFromBigEndian<uint64_t>(large);
+        header.headerLength = 16;
+    }
+    return true;
+}
+
 } // namespace spindrel

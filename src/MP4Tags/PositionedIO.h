@@ -58,4 +58,16 @@ bool readWordAt(int fileHandle, uint64_t offset, uint32_t& word);
 /// An atom's size and type words with one read; false when 8 bytes cannot be read.
 bool readHeaderAt(int fileHandle, uint64_t offset, uint32_t& length, uint32_t& type);
 
+/// An atom's header in every size form: the 64-bit size after a size word of 1, and the rest of
+/// [offset, end) for a size word of 0. The size is as written, not checked against anything.
+struct BoxHeader
+{
+    uint64_t size = 0;
+    uint32_t type = 0;
+    uint32_t headerLength = 8;
+    bool toEnd = false;
+};
+/// False when the header does not fit in [offset, end) or cannot be read.
+bool readBoxHeaderAt(int fileHandle, uint64_t offset, uint64_t end, BoxHeader& header);
+
 } // namespace spindrel

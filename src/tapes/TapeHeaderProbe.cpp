@@ -53,26 +53,13 @@ struct Extent
 /// than the header.
 std::optional<std::pair<Extent, uint32_t>> headerAt(int fileHandle, uint64_t at, uint64_t end)
 {
-    uint32_t size32 = 0;
-    uint32_t type = 0;
-    if (at >= end || end - at < 8 || !readHeaderAt(fileHandle, at, size32, type))
-        return std::nullopt;
-    uint64_t headerLength = 8;
-    uint64_t size = size32;
-    if (size32 == 1) {
-        uchar large[8];
-        if (end - at < 16 || preadFully(fileHandle, large, 8, at + 8) != 8)
-            return std::nullopt;
-        size = qFromBigEndian<quint64>(large);
-        headerLength = 16;
-    } else if (size32 == 0) {
-        size = end - at;
-    }
-    if (size < headerLength)
+    BoxHeader header;
+    if (!readBoxHeaderAt(fileHandle, at, end, header) || header.size < header.headerLength)
         return std::nullopt;
     // A size past the range is what a cut file has: the atom keeps what the range holds.
-    const bool whole = size <= end - at;
-    return std::pair{Extent{at, at + headerLength, whole ? at + size : end, whole}, type};
+    const bool whole = header.size <= end - at;
+    return std::pair{Extent{at, at + header.headerLength, whole ? at + header.size : end, whole},
+                     header.type};
 }
 
 /// The first direct child of the type between `start` and `end`. The walk stops at a header that
