@@ -946,6 +946,10 @@
         <source>YouTube refused the request: %1</source>
         <translation>YouTube hat die Anfrage abgelehnt: %1</translation>
     </message>
+    <message>
+        <source>it answered %1 %2</source>
+        <translation>es antwortete %1 %2</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::YouTubeUploadTicket</name>
@@ -968,10 +972,6 @@
     <message>
         <source>%1. Spindrel waited %2 for the network and stopped the upload.</source>
         <translation>%1. Spindrel hat %2 auf das Netzwerk gewartet und den Upload abgebrochen.</translation>
-    </message>
-    <message>
-        <source>it answered %1 %2</source>
-        <translation>es antwortete %1 %2</translation>
     </message>
 </context>
 <context>
@@ -1075,10 +1075,6 @@
     <message>
         <source>Waiting for the network…</source>
         <translation>Warten auf das Netzwerk…</translation>
-    </message>
-    <message>
-        <source>it answered %1 %2</source>
-        <translation>es antwortete %1 %2</translation>
     </message>
     <message>
         <source>YouTube sent no categories to choose from.</source>

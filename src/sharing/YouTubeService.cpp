@@ -4,6 +4,8 @@
 #include "sharing/YouTubeAuthorizer.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSettings>
@@ -140,6 +142,24 @@ QString YouTubeService::refusedText(const QString& reason)
 {
     return QCoreApplication::translate("spindrel::YouTubeService", "YouTube refused the request: %1")
         .arg(reason);
+}
+
+QString YouTubeService::answerText(QNetworkReply* reply)
+{
+    return QCoreApplication::translate("spindrel::YouTubeService", "it answered %1 %2")
+        .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt())
+        .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
+}
+
+QString YouTubeService::refusalReason(QNetworkReply* reply, const QByteArray& body)
+{
+    const QString message = QJsonDocument::fromJson(body)
+                                .object()
+                                .value(QStringLiteral("error"))
+                                .toObject()
+                                .value(QStringLiteral("message"))
+                                .toString();
+    return message.isEmpty() ? answerText(reply) : message;
 }
 
 } // namespace spindrel

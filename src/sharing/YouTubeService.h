@@ -90,6 +90,10 @@ public:
     static QString unreachableText(const QString& reason);
     /// "YouTube refused the request: reason"
     static QString refusedText(const QString& reason);
+    /// "it answered 503 Service Unavailable": the reply's status, for messages.
+    static QString answerText(QNetworkReply* reply);
+    /// The service's own words from an error body, else answerText().
+    static QString refusalReason(QNetworkReply* reply, const QByteArray& body);
 
 private:
     Configuration mConfiguration;

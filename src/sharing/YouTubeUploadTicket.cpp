@@ -283,31 +283,15 @@ void YouTubeUploadTicket::fail(const QString& error)
 QString YouTubeUploadTicket::transientText(QNetworkReply* reply) const
 {
     const int status = statusOf(reply);
-    if (status != 0)
-        return YouTubeService::unreachableText(
-            tr("it answered %1 %2")
-                .arg(status)
-                .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
     return YouTubeService::unreachableText(
-        YouTubeService::transitErrorText(reply, mService.configuration().requestTimeoutMs));
+        status != 0 ? YouTubeService::answerText(reply)
+                    : YouTubeService::transitErrorText(reply, mService.configuration().requestTimeoutMs));
 }
 
 QString YouTubeUploadTicket::errorText(QNetworkReply* reply, const QByteArray& body) const
 {
-    const QString message = QJsonDocument::fromJson(body)
-                                .object()
-                                .value(QStringLiteral("error"))
-                                .toObject()
-                                .value(QStringLiteral("message"))
-                                .toString();
-    if (!message.isEmpty())
-        return YouTubeService::refusedText(message);
-    const int status = statusOf(reply);
-    if (status != 0)
-        return YouTubeService::refusedText(
-            tr("it answered %1 %2")
-                .arg(status)
-                .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
+    if (statusOf(reply) != 0)
+        return YouTubeService::refusedText(YouTubeService::refusalReason(reply, body));
     return YouTubeService::unreachableText(
         YouTubeService::transitErrorText(reply, mService.configuration().requestTimeoutMs));
 }

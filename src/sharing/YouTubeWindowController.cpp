@@ -349,18 +349,7 @@ void YouTubeWindowController::fetchStandardCategories()
                     YouTubeService::transitErrorText(reply, mService->configuration().requestTimeoutMs));
                 retryByTimer = true;
             } else if (status >= 400) {
-                const QString message = QJsonDocument::fromJson(body)
-                                            .object()
-                                            .value(QStringLiteral("error"))
-                                            .toObject()
-                                            .value(QStringLiteral("message"))
-                                            .toString();
-                explanation = YouTubeService::refusedText(
-                    !message.isEmpty()
-                        ? message
-                        : tr("it answered %1 %2")
-                              .arg(status)
-                              .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()));
+                explanation = YouTubeService::refusedText(YouTubeService::refusalReason(reply, body));
                 // A server in trouble may be back soon; a refusal stands until something changes.
                 retryByTimer = status >= 500;
             } else if (result.failure) {

@@ -115,6 +115,17 @@ protected:
         Reachability::reachabilityCallback(window.reachability());
     }
 
+    // The upload sheet saying it waits for the network.
+    bool waitForNetworkWait()
+    {
+        return waitFor(
+            [&] {
+                return mWindow->uploadProgressTextField()->text() ==
+                       QStringLiteral("Waiting for the network\u2026");
+            },
+            60000);
+    }
+
     // The exported movies still on disk.
     QStringList movies() const
     {
@@ -325,12 +336,7 @@ TEST_F(YouTubeWindowTest, UploadWaitsThroughAnOutageKeepsTheMovieAndResumesWithT
     mFake.faultPath = QStringLiteral("/upload/session/");
     FaultClock clock(mFake);
     mWindow->performUpload();
-    ASSERT_TRUE(waitFor(
-        [&] {
-            return mWindow->uploadProgressTextField()->text() ==
-                   QStringLiteral("Waiting for the network\u2026");
-        },
-        60000));
+    ASSERT_TRUE(waitForNetworkWait());
     reportDelay("dropped upload to 'Waiting for the network...'", clock.elapsed());
     EXPECT_TRUE(mWindow->uploadDetailLabel()->isVisibleTo(mWindow.get()));
     EXPECT_TRUE(
@@ -357,12 +363,7 @@ TEST_F(YouTubeWindowTest, CancellingAWaitingUploadDeletesItsMovie)
     mFake.fault = FakeYouTubeService::Fault::Stall;
     mFake.faultPath = QStringLiteral("/upload/");
     mWindow->performUpload();
-    ASSERT_TRUE(waitFor(
-        [&] {
-            return mWindow->uploadProgressTextField()->text() ==
-                   QStringLiteral("Waiting for the network\u2026");
-        },
-        60000));
+    ASSERT_TRUE(waitForNetworkWait());
     EXPECT_EQ(mWindow->uploadDetailLabel()->text(),
               QStringLiteral("YouTube could not be reached: no answer within 1 s"));
     ASSERT_EQ(movies().size(), 1);
