@@ -17,6 +17,10 @@ function(spindrel_add_test)
     add_executable(${T_NAME} ${T_SOURCES})
     target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest GTest::gmock ${T_MAIN})
     target_include_directories(${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    # Test discovery flattens the properties into one list of names and values, so a list of labels
+    # would turn its second label into a property name (and drop the lock). One label joins them:
+    # ctest -L takes a pattern, so "gui_audio" is found by -L gui and by -L audio alike.
+    string(JOIN "_" T_LABELS ${T_LABELS})
     gtest_discover_tests(${T_NAME}
         DISCOVERY_MODE PRE_TEST
         PROPERTIES LABELS "${T_LABELS}" RESOURCE_LOCK "${T_LOCKS}"

@@ -118,7 +118,7 @@ TEST(PTKeyComboPanelTest, RunningModallyGivesTheHotKeyItsNewCombinationAndRegist
         QTest::keyClick(panel.keyBroadcaster(), Qt::Key_B, Qt::ControlModifier);
         // The grabbed combination reaches the panel through the center and does not record.
         other.type({keyControl, keyShift, 0x37});
-        EXPECT_TRUE(pressed.wait(3000));
+        EXPECT_TRUE(pressed.wait(15000));
         EXPECT_EQ(panel.keyCombo(), PTKeyCombo(26, 768));
         // Real key presses are read by their position.
         panel.activateWindow();
@@ -126,7 +126,7 @@ TEST(PTKeyComboPanelTest, RunningModallyGivesTheHotKeyItsNewCombinationAndRegist
         panel.keyBroadcaster()->setFocus();
         QSignalSpy notices(panel.keyBroadcaster(), &PTKeyBroadcaster::keyEvent);
         other.type({keyControl, keyShift, keyA});
-        EXPECT_TRUE(notices.wait(3000));
+        EXPECT_TRUE(notices.wait(15000));
         panel.ok();
     });
     EXPECT_EQ(panel.runModalForHotKey(record, center), int(QDialog::Accepted));
@@ -136,7 +136,7 @@ TEST(PTKeyComboPanelTest, RunningModallyGivesTheHotKeyItsNewCombinationAndRegist
     EXPECT_TRUE(other.canGrab(0x37, 5)) << "the old combination is free again";
     EXPECT_FALSE(other.canGrab(keyA, 5));
     other.type({keyControl, keyShift, keyA});
-    ASSERT_TRUE(pressed.wait(3000));
+    ASSERT_TRUE(pressed.wait(15000));
     EXPECT_EQ(calls, QStringList{QStringLiteral("Record")});
 
     // Cancel leaves the hot key alone.

@@ -160,7 +160,7 @@ TEST_F(PTPortalHotKeyBackendTest, BindsInOneSessionInvokesTheActivatedHotKeyAndR
     auto pause = makeHotKey(QStringLiteral("Pause"), 28, &target, calls);
     for (const auto& hotKey : {record, stop, pause})
         EXPECT_TRUE(center.registerHotKey(hotKey));
-    ASSERT_TRUE(bound.wait(3000));
+    ASSERT_TRUE(bound.wait(15000));
     EXPECT_EQ(bound.first().first().toUInt(), 0u);
     EXPECT_EQ(center.availability(), PTHotKeyCenter::Availability::Available);
     EXPECT_EQ(portal.sessionsCreated, 1) << "three registrations in a row make one session";
@@ -190,7 +190,7 @@ TEST_F(PTPortalHotKeyBackendTest, BindsInOneSessionInvokesTheActivatedHotKeyAndR
     const QString firstSession = backend->sessionHandle();
     record->setKeyCombo(PTKeyCombo(0, PTKeyCombo::optionKey | PTKeyCombo::controlKey));
     EXPECT_TRUE(center.registerHotKey(record));
-    ASSERT_TRUE(bound.wait(3000));
+    ASSERT_TRUE(bound.wait(15000));
     EXPECT_EQ(portal.sessionsCreated, 2);
     EXPECT_EQ(portal.closedSessions, QStringList{firstSession});
     EXPECT_EQ(triggers().value(QStringLiteral("Record")), QStringLiteral("ALT+LOGO+a"));

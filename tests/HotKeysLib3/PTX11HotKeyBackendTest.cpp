@@ -50,7 +50,7 @@ protected:
     {
         QSignalSpy released(center.get(), &PTHotKeyCenter::hotKeyReleased);
         other.type(keysyms);
-        return released.wait(3000);
+        return released.wait(15000);
     }
 
     XTestKeyboard other;

@@ -85,7 +85,7 @@ TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
     EXPECT_TRUE(QFileInfo::exists(library() + QStringLiteral("/Dropped take.m4a")));
     EXPECT_TRUE(QFileInfo::exists(outside));
     WindowController* deck = mApp->windowController();
-    EXPECT_TRUE(QTest::qWaitFor([deck] { return deck->library().content().size() == 2; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([deck] { return deck->library().content().size() == 2; }, 15000));
 }
 
 TEST_F(AppControllerTest, FeedbackReachesTheDesktopsOpenerWithSubjectAndBodyIntact)
@@ -103,7 +103,7 @@ TEST_F(AppControllerTest, FeedbackReachesTheDesktopsOpenerWithSubjectAndBodyInta
     const QByteArray savedPath = qgetenv("PATH");
     qputenv("PATH", bin.toLocal8Bit() + ':' + savedPath);
     mApp->sendFeedback();
-    const bool arrived = QTest::qWaitFor([&] { return QFileInfo::exists(handed); }, 5000);
+    const bool arrived = QTest::qWaitFor([&] { return QFileInfo::exists(handed); }, 15000);
     qputenv("PATH", savedPath);
     ASSERT_TRUE(arrived);
 
@@ -140,7 +140,7 @@ TEST_F(AppControllerTest, CheckForUpdatesIsInTheMenuButTheFirstLaunchesDoNotChec
     QSignalSpy failed(updater, &Updater::checkFailed);
     item->trigger();
     EXPECT_TRUE(updater->isChecking());
-    EXPECT_TRUE(failed.wait(5000));
+    EXPECT_TRUE(failed.wait(15000));
 }
 
 TEST_F(AppControllerTest, TheAboutBoxShowsTheVersionAndBuild)

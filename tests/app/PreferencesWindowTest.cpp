@@ -150,7 +150,7 @@ TEST_F(PreferencesWindowTest, AHotKeyIsChangedInTheComboSheet)
 
     record->click();
     PTKeyComboPanel& panel = PTKeyComboPanel::sharedPanel();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 2000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 15000));
     EXPECT_EQ(panel.keyBindingName(), QStringLiteral("Record"));
     EXPECT_EQ(panel.keyCombo(), PTKeyCombo(26, 768));
     panel.setKeyCombo(PTKeyCombo(15, 768));
@@ -160,7 +160,7 @@ TEST_F(PreferencesWindowTest, AHotKeyIsChangedInTheComboSheet)
     EXPECT_EQ(record->text(), PTKeyCombo(15, 768).description());
 
     mWindow->changeStopHotkey();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 2000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return panel.isVisible(); }, 15000));
     panel.cancel();
     EXPECT_EQ(PTKeyCombo::fromPlistRepresentation(mDefaults->objectForKey(K::StopHotKey)),
               PTKeyCombo(25, 768));

@@ -1,6 +1,7 @@
 #include "PulseTestSupport.h"
 #include "audio/VORLAudioHardware.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
@@ -54,7 +55,14 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
     EXPECT_EQ(input.numberOfChannelsForDirection(VORLAudioDevice::Input), 2u);
     EXPECT_EQ(input.numberOfChannelsForDirection(VORLAudioDevice::Output), 0u);
     EXPECT_TRUE(input.canRecordStereo());
-    EXPECT_EQ(input.nominalSampleRate(VORLAudioDevice::Input), 44100.0);
+    // The rate the server gives the device: 44.1 kHz on PulseAudio, 48 kHz on PipeWire.
+    const QStringList row = pactl({QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("sources")})
+                                .split(QLatin1Char('\n'))
+                                .filter(QRegularExpression(QStringLiteral("\\tvmic\\t")))
+                                .value(0)
+                                .split(QLatin1Char('\t'));
+    const QString rate = row.value(3).section(QLatin1Char(' '), -1).remove(QStringLiteral("Hz"));
+    EXPECT_EQ(input.nominalSampleRate(VORLAudioDevice::Input), rate.toDouble()) << row.join(QLatin1Char('|')).toStdString();
     EXPECT_TRUE(VORLAudioHardware::recordingDevices().contains(input));
 
     EXPECT_EQ(VORLAudioDevice(QStringLiteral("spk")).numberOfChannelsForDirection(VORLAudioDevice::Output),

@@ -7,7 +7,9 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cmath>
 #include <gtest/gtest.h>
+#include <memory>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -117,32 +119,37 @@ TEST_F(PlayerTest, cueAndReviewAtPlusAndMinusTwoDoubleThePitchInTheirDirection)
 TEST_F(PlayerTest, windingIsSilentOnceMutedAndHeardAgainWhenTheVolumeIsSet)
 {
     const QString path = writeTwoTones(QStringLiteral("wind.m4a"), 4.0, 300.0, 300.0);
-    for (const double speed : {8.0, -8.0}) {
-        // Muted for the first 400 ms, the volume set again for the next 400 ms: the output
-        // carries sound for about half the time it was playing. The capture runs throughout,
-        // as the monitor delivers with a delay of its own.
-        VORLExtendedAudioFilePlayer player(path, mOutput);
-        if (speed < 0.0)
-            player.setCurrentTime(player.maxTime());
-        player.setPlaybackSpeed(speed);
-        player.setPlaybackLevel(0.0); // mute, as fast-forward and rewind do
-        MonitorCapture capture(QStringLiteral("spk.monitor"));
-        ASSERT_TRUE(player.startFilePlaying());
-        QTest::qWait(400);
-        player.setPlaybackVolume(-6.0); // setting the volume lifts the mute
-        QTest::qWait(400);
-        player.stopFilePlaying();
-        QTest::qWait(500);
-        const auto captured = capture.stop();
+    const auto loudMs = [](const std::vector<float>& captured) {
         const size_t window = size_t(kRate / 50) * 2;
         int loudWindows = 0;
         for (size_t at = 0; at + window <= captured.size(); at += window) {
             const std::vector<float> part(captured.begin() + long(at), captured.begin() + long(at + window));
             loudWindows += rmsDecibels(part) > -40.0 ? 1 : 0;
         }
-        const double loudMs = loudWindows * 20.0;
-        EXPECT_GT(loudMs, 250.0) << "speed " << speed << ": winding keeps producing sound";
-        EXPECT_LT(loudMs, 600.0) << "speed " << speed << ": sound while muted";
+        return loudWindows * 20.0;
+    };
+    for (const double speed : {8.0, -8.0}) {
+        // Muted for a while, then the volume set again. Each stretch has a capture of its own, so
+        // a slow machine shifts no sound from one into the other. Only what the server already
+        // held when the mute came may still be heard (the muted stretch is 300 ms).
+        VORLExtendedAudioFilePlayer player(path, mOutput);
+        if (speed < 0.0)
+            player.setCurrentTime(player.maxTime());
+        player.setPlaybackSpeed(speed);
+        player.setPlaybackLevel(0.0); // mute, as fast-forward and rewind do
+        auto muted = std::make_unique<MonitorCapture>(QStringLiteral("spk.monitor"));
+        ASSERT_TRUE(player.startFilePlaying());
+        QTRY_VERIFY_WITH_TIMEOUT(std::abs(player.currentTime() - (speed > 0 ? 0.0 : player.maxTime())) > 2400.0,
+                                 10000);
+        const double mutedMs = loudMs(muted->stop());
+        muted.reset();
+        MonitorCapture heard(QStringLiteral("spk.monitor"));
+        player.setPlaybackVolume(-6.0); // setting the volume lifts the mute
+        QTest::qWait(400);
+        player.stopFilePlaying();
+        QTest::qWait(300);
+        EXPECT_LE(mutedMs, 150.0) << "speed " << speed << ": sound while muted";
+        EXPECT_GT(loudMs(heard.stop()), 100.0) << "speed " << speed << ": winding keeps producing sound";
     }
 }
 
@@ -156,13 +163,13 @@ TEST_F(PlayerTest, runningOffEitherEndAtAnySpeedNotifiesWithoutThrowing)
 
     player.setPlaybackSpeed(-8.0); // rewinding at the very start
     ASSERT_TRUE(player.startFilePlaying());
-    ASSERT_TRUE(ended.wait(3000));
+    ASSERT_TRUE(ended.wait(15000));
     EXPECT_EQ(player.currentFrame(), 0);
 
     player.setCurrentTime(player.maxTime() - 10.0);
     player.setPlaybackSpeed(8.0); // fast-forward near the end
     ASSERT_TRUE(player.startFilePlaying());
-    ASSERT_TRUE(ended.wait(3000));
+    ASSERT_TRUE(ended.wait(15000));
     EXPECT_EQ(player.currentFrame(), 22050);
     EXPECT_EQ(deck.ends, 2);
     EXPECT_FALSE(player.isFilePlaying());

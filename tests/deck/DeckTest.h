@@ -33,7 +33,7 @@ protected:
     void feedTone(double seconds);
     QString state() const;
     /// Turns the event loop until `condition` holds; false after `timeoutMs`.
-    static bool waitFor(const std::function<bool()>& condition, int timeoutMs = 8000);
+    static bool waitFor(const std::function<bool()>& condition, int timeoutMs = 20000);
     void clickSegment(int segment);
     QStringList libraryFiles() const;
 

@@ -35,7 +35,7 @@ public:
             QDBusMessage::createMethodCall(mService, QString::fromLatin1(MprisService::objectPath),
                                            QStringLiteral("org.mpris.MediaPlayer2.Player"), method);
         QDBusPendingCallWatcher watcher(mBus.asyncCall(message));
-        return QTest::qWaitFor([&] { return watcher.isFinished(); }, 5000) && !watcher.isError();
+        return QTest::qWaitFor([&] { return watcher.isFinished(); }, 15000) && !watcher.isError();
     }
 
     QVariant property(const QString& name)
@@ -45,7 +45,7 @@ public:
                                                       QStringLiteral("Get"));
         message << QStringLiteral("org.mpris.MediaPlayer2.Player") << name;
         QDBusPendingReply<QDBusVariant> reply = mBus.asyncCall(message);
-        if (!QTest::qWaitFor([&] { return reply.isFinished(); }, 5000) || reply.isError())
+        if (!QTest::qWaitFor([&] { return reply.isFinished(); }, 15000) || reply.isError())
             return {};
         return reply.value().variant();
     }

@@ -37,7 +37,7 @@ protected:
     {
         QSignalSpy released(&PTHotKeyCenter::sharedCenter(), &PTHotKeyCenter::hotKeyReleased);
         mKeyboard.type({keyControl, keyShift, key});
-        return released.wait(3000);
+        return released.wait(15000);
     }
 
     XTestKeyboard mKeyboard;

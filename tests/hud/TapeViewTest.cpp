@@ -131,7 +131,7 @@ TEST_F(TapeViewTest, CtrlClickRevealsInsteadOfEditing)
 
     QSignalSpy share(&view, &TapeView::shareButtonPressed);
     QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(TapeView::shareButtonRect()));
-    EXPECT_TRUE(share.wait(1000));
+    EXPECT_TRUE(share.wait(15000));
 }
 
 TEST_F(TapeViewTest, ReelsTurnTwoDegreesPerStepAtTheTransportSpeed)
@@ -177,7 +177,7 @@ TEST_F(TapeViewTest, EjectClosesOpenEditorsAndDuringAnInsertStartsFromWhereTheCa
     EXPECT_EQ(tape->title(), QStringLiteral("Written before the eject"));
     EXPECT_EQ(tape->notes(), QStringLiteral("Notes too"));
     QSignalSpy finished(&view, &TapeView::motionFinished);
-    ASSERT_TRUE(finished.wait(2000));
+    ASSERT_TRUE(finished.wait(15000));
     // Nothing on the cassette reacts while it is out.
     QTest::mouseClick(&view, Qt::LeftButton, {}, pointOn(G::titleRect()));
     EXPECT_FALSE(view.isEditingTitle());
@@ -188,11 +188,11 @@ TEST_F(TapeViewTest, EjectClosesOpenEditorsAndDuringAnInsertStartsFromWhereTheCa
     const double midway = view.tapeOffset();
     view.ejectTape();
     EXPECT_DOUBLE_EQ(view.tapeOffset(), midway);
-    ASSERT_TRUE(finished.wait(2000));
+    ASSERT_TRUE(finished.wait(15000));
     EXPECT_DOUBLE_EQ(view.tapeOffset(), height);
     EXPECT_FALSE(view.isMoving());
     view.insertTape();
-    ASSERT_TRUE(finished.wait(2000));
+    ASSERT_TRUE(finished.wait(15000));
     EXPECT_DOUBLE_EQ(view.tapeOffset(), 0.0);
 }
 

@@ -172,7 +172,7 @@ TEST_F(YouTubeWindowTest, ControlsFollowTheTapeAndTheSignIn)
     EXPECT_TRUE(mWindow->keyringNoticeLabel()->isVisibleTo(mWindow.get()));
 
     // Assignable categories in order, by label or else by term.
-    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 5000));
+    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 15000));
     EXPECT_EQ(mWindow->categoryPopUp()->itemText(0), QStringLiteral("Film & Animation"));
     EXPECT_EQ(mWindow->categoryPopUp()->itemText(1), QStringLiteral("Music"));
     EXPECT_EQ(mWindow->categoryPopUp()->itemData(1).toString(), QStringLiteral("10"));
@@ -222,7 +222,7 @@ TEST_F(YouTubeWindowTest, EmptyFieldOrRefusedUploadAlertsAndReturnsToTheSettings
 
 TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
 {
-    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 5000));
+    ASSERT_TRUE(waitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 15000));
     mWindow->categoryPopUp()->setCurrentIndex(1);
     mWindow->privateCheckbox()->setChecked(true);
     mWindow->keywordsTokenField()->setText(QStringLiteral("spindrel, kitchen"));

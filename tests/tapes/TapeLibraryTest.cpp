@@ -53,7 +53,7 @@ protected:
     static bool waitForMerge(TapeLibraryArrayController& library)
     {
         QSignalSpy spy(&library, &TapeLibraryArrayController::folderChanged);
-        return spy.wait(3000);
+        return spy.wait(15000);
     }
 
     QTemporaryDir mDir;
