@@ -57,6 +57,7 @@ public:
     void setStopHotKeyCombo(const PTKeyCombo& combo);
 
     QString tapeLibraryPath() const override { return mTapeLibraryPath; }
+    void setTapeLibraryPath(const QString& path) override { setTapeLibraryURL(path); }
     QString tapeLibraryURL() const { return mTapeLibraryPath; }
     void setTapeLibraryURL(const QString& path);
 

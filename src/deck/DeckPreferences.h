@@ -42,6 +42,8 @@ public:
     virtual void checkDefaultAudioDevices() = 0;
     /// The library folder.
     virtual QString tapeLibraryPath() const = 0;
+    /// Makes `path` the library folder; the deck follows through the TapeLibraryLocation notice.
+    virtual void setTapeLibraryPath(const QString& path) = 0;
 
 Q_SIGNALS:
     /// A user default changed its value.

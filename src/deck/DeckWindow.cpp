@@ -11,6 +11,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QToolButton>
 
 namespace spindrel {
@@ -47,7 +48,8 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
         QStringLiteral("#DeckMessage { background: rgba(255, 244, 194, 240); border: 1px solid #c9a227; "
                        "border-radius: 5px; }"
                        "#DeckMessage QLabel { color: #3a2e00; }"
-                       "#DeckMessage QToolButton { color: #3a2e00; border: none; font-weight: bold; }"));
+                       "#DeckMessage QToolButton { color: #3a2e00; border: none; font-weight: bold; }"
+                       "#DeckMessage QPushButton { color: #3a2e00; }"));
     auto* row = new QHBoxLayout(mMessageStrip);
     row->setContentsMargins(10, 6, 4, 6);
     mMessageLabel = new QLabel(mMessageStrip);
@@ -56,7 +58,15 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
     dismiss->setText(QStringLiteral("×"));
     dismiss->setToolTip(tr("Dismiss"));
     connect(dismiss, &QToolButton::clicked, this, &DeckWindow::dismissMessage);
+    mMessageButton = new QPushButton(mMessageStrip);
+    connect(mMessageButton, &QPushButton::clicked, this, [this] {
+        const std::function<void()> action = mMessageAction;
+        dismissMessage();
+        if (action)
+            action();
+    });
     row->addWidget(mMessageLabel, 1);
+    row->addWidget(mMessageButton, 0, Qt::AlignVCenter);
     row->addWidget(dismiss, 0, Qt::AlignTop);
     mMessageStrip->hide();
 
@@ -74,9 +84,12 @@ void DeckWindow::setDrawer(QWidget* drawer)
     mDrawerButton->raise();
 }
 
-void DeckWindow::showMessage(const QString& message)
+void DeckWindow::showMessage(const QString& message, const QString& actionText, std::function<void()> action)
 {
     mMessageLabel->setText(message);
+    mMessageAction = std::move(action);
+    mMessageButton->setText(actionText);
+    mMessageButton->setVisible(!actionText.isEmpty() && mMessageAction);
     placeMessage();
     mMessageStrip->show();
     mMessageStrip->raise();
@@ -87,10 +100,16 @@ QString DeckWindow::message() const
     return mMessageStrip->isHidden() ? QString() : mMessageLabel->text();
 }
 
+QPushButton* DeckWindow::messageAction() const
+{
+    return mMessageStrip->isHidden() || mMessageButton->isHidden() ? nullptr : mMessageButton;
+}
+
 void DeckWindow::dismissMessage()
 {
     mMessageStrip->hide();
     mMessageLabel->clear();
+    mMessageAction = {};
 }
 
 void DeckWindow::placeMessage()

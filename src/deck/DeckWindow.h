@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QMainWindow>
+#include <functional>
 
 class QLabel;
 class QFrame;
+class QPushButton;
 
 namespace spindrel {
 
@@ -36,8 +38,12 @@ public:
     void setDrawer(QWidget* drawer);
     QWidget* drawer() const { return mDrawer; }
 
-    /// Shows a message over the deck until the user dismisses it or another replaces it.
-    void showMessage(const QString& message);
+    /// Shows a message over the deck until the user dismisses it or another replaces it. With an
+    /// `actionText`, a button beside the message runs `action` (and dismisses the message).
+    void showMessage(const QString& message, const QString& actionText = QString(),
+                     std::function<void()> action = {});
+    /// The button of the message shown, or null when it has none.
+    QPushButton* messageAction() const;
     QString message() const;
     void dismissMessage();
 
@@ -61,6 +67,8 @@ private:
     QWidget* mDrawer = nullptr;
     QFrame* mMessageStrip = nullptr;
     QLabel* mMessageLabel = nullptr;
+    QPushButton* mMessageButton = nullptr;
+    std::function<void()> mMessageAction;
 };
 
 } // namespace spindrel

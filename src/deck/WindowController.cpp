@@ -118,6 +118,9 @@ void WindowController::showWindow()
 void WindowController::applicationDidFinishLaunching()
 {
     mTapeArrayController->startMonitoringRecordingDirectory();
+    connect(&mFolderWatch, &LibraryFolderWatch::stateChanged, this,
+            &WindowController::libraryFolderStateChanged);
+    mFolderWatch.setFolder(mPreferences.tapeLibraryPath());
     mPreferences.observe(K::ShowNSStatusItem, this, [this] {
         if (mPreferences.boolForKey(K::ShowNSStatusItem))
             installStatusItem();
@@ -227,8 +230,8 @@ void WindowController::tapeLibraryLocationChanged()
     for (const TapePtr& tape : mTapeArrayController->content())
         tape->commitAttributes();
     mTapeArrayController->setFolderPath(mPreferences.tapeLibraryPath());
-    TapeLibraryArrayController::recoverInterruptedRecordings(mPreferences.tapeLibraryPath());
-    mTapeArrayController->checkRecordingDirectory();
+    mFolderWatch.setFolder(mPreferences.tapeLibraryPath());
+    reloadLibrary();
 }
 
 void WindowController::sendEvent(void (WindowControllerContext::*event)())

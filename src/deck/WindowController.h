@@ -5,6 +5,7 @@
 #include "audio/VORLExtendedAudioFilePlayer.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
 #include "deck/FileBrowser.h"
+#include "tapes/LibraryFolderWatch.h"
 #include "tapes/ProcessLauncher.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeExport.h"
@@ -229,6 +230,9 @@ public:
     void showDeckMessage(const QString& message);
     QString deckMessage() const;
 
+    /// Asks for another library folder (a folder dialog that does not block the deck).
+    void chooseLibraryFolder();
+
     // The parts, for the application and for tests.
     WindowControllerContext& context() const { return *mFSM; }
     TapeLibraryArrayController& library() const { return *mTapeArrayController; }
@@ -242,6 +246,7 @@ public:
     VORLAudioInputMeter* audioInputMeter() const { return mAudioInputMeter.get(); }
     bool isHUDUpdating() const { return mHUDTimer != nullptr; }
     bool isMetering() const { return mMeterTimer != nullptr; }
+    const LibraryFolderWatch& libraryFolderWatch() const { return mFolderWatch; }
 
 Q_SIGNALS:
     /// The loaded tape changed (the cassette shows it).
@@ -277,6 +282,11 @@ private:
     // Tape box (WindowControllerLibrary.cpp).
     void buildTapeBox();
     void tapeBoxMenuAction(int action, const TapePtr& tape);
+    void libraryFolderStateChanged(LibraryFolderWatch::State state);
+    /// A message about the library folder, with a button to choose another.
+    void showFolderBanner(const QString& text);
+    /// Lists the library folder again from scratch: recovered takes, the scan and the watch.
+    void reloadLibrary();
 
     // File operations (WindowControllerFileOperations.cpp).
     void presentError(const QString& message);
@@ -297,6 +307,8 @@ private:
     SegmentedTapeButtonView* mSegmentedTapeButtonView = nullptr;
     TapeView* mTapeView = nullptr;
     TapeBoxViewController* mTapeBox = nullptr;
+    LibraryFolderWatch mFolderWatch;
+    QString mFolderBanner; // the folder problem the deck shows, so that its return can dismiss it
 
     TapePtr mSelectedTape;
     std::unique_ptr<VORLExtendedAudioFileRecorder> mAudioFileRecorder;

@@ -9,6 +9,7 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QEventLoop>
+#include <QFileDialog>
 #include <QPropertyAnimation>
 
 namespace spindrel {
@@ -55,6 +56,60 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
             sendToMusicLibrary(clicked);
         return;
     }
+}
+
+void WindowController::libraryFolderStateChanged(LibraryFolderWatch::State state)
+{
+    if (state == LibraryFolderWatch::State::Available) {
+        // The first look at a folder that is fine changes nothing; a folder that is back brings
+        // its tapes back, and the banner about it goes.
+        if (mFolderBanner.isEmpty())
+            return;
+        if (deckMessage() == mFolderBanner)
+            mWindow->dismissMessage();
+        mFolderBanner.clear();
+        reloadLibrary();
+        return;
+    }
+    const QString text = mFolderWatch.problemText();
+    if (text.isEmpty())
+        return;
+    // What cannot be listed leaves the tape box; the tapes return with the folder.
+    if (state != LibraryFolderWatch::State::ReadOnly)
+        mTapeArrayController->checkRecordingDirectory();
+    showFolderBanner(text);
+}
+
+void WindowController::showFolderBanner(const QString& text)
+{
+    mFolderBanner = text;
+    mWindow->showMessage(text, tr("Choose Folder…"), [this] { chooseLibraryFolder(); });
+}
+
+void WindowController::chooseLibraryFolder()
+{
+    auto* dialog = new QFileDialog(mWindow, tr("Choose a Folder for the Tapes"));
+    dialog->setObjectName(QStringLiteral("LibraryFolderDialog"));
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& folder) {
+        if (!folder.isEmpty())
+            mPreferences.setTapeLibraryPath(folder);
+    });
+    dialog->open();
+}
+
+void WindowController::reloadLibrary()
+{
+    // A watch paused for a recording stays paused; a running one moves to the folder as it is now.
+    const bool watching = mTapeArrayController->isMonitoring();
+    mTapeArrayController->stopMonitoringRecordingDirectory();
+    TapeLibraryArrayController::recoverInterruptedRecordings(mPreferences.tapeLibraryPath());
+    mTapeArrayController->checkRecordingDirectory();
+    if (watching)
+        mTapeArrayController->startMonitoringRecordingDirectory();
 }
 
 void WindowController::discloseTapes()

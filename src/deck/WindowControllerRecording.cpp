@@ -65,11 +65,15 @@ void WindowController::startRecordingAudio()
         }
     }
     if (!mAudioFileRecorder || !mAudioFileRecorder->isFileRecording()) {
-        const QString problem = device.inputProblem();
+        // A folder that is gone or closed to us explains the failure better than the file does.
+        const QString folderProblem = mFolderWatch.problemText();
+        const QString problem = !folderProblem.isEmpty() ? folderProblem : device.inputProblem();
         recordingFailed(tr("Spindrel could not record: %1")
                             .arg(!problem.isEmpty()
                                      ? problem
                                      : (error.isEmpty() ? tr("the recorder did not start") : error)));
+        if (!folderProblem.isEmpty())
+            showFolderBanner(deckMessage());
     }
 
     setStatusItemImage(QStringLiteral("spstatus-recording"));

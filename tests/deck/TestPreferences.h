@@ -58,7 +58,7 @@ public:
     bool playSoundEffects() const override { return boolForKey(DefaultsKeys::PlaySoundEffects); }
     void checkDefaultAudioDevices() override { ++deviceChecks; }
     QString tapeLibraryPath() const override { return mLibraryPath; }
-    void setTapeLibraryPath(const QString& path)
+    void setTapeLibraryPath(const QString& path) override
     {
         mLibraryPath = path;
         setDefaultsValue(DefaultsKeys::TapeLibraryLocation, path);

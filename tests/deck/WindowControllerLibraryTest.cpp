@@ -1,0 +1,93 @@
+#include "DeckTest.h"
+#include "deck/DeckWindow.h"
+#include "tapes/TapeLibraryArrayController.h"
+#include "tapes/TapeTestFiles.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QPushButton>
+#include <iostream>
+
+using namespace spindrel;
+using namespace spindrel::test;
+
+namespace {
+
+using LibraryFolderTest = DeckTest;
+
+QFileDialog* openFolderDialog()
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* dialog = qobject_cast<QFileDialog*>(widget);
+            dialog && dialog->objectName() == QStringLiteral("LibraryFolderDialog") && dialog->isVisible())
+            return dialog;
+    }
+    return nullptr;
+}
+
+TEST_F(LibraryFolderTest, AFolderThatGoesAwayIsNamedInABannerAndItsTapesReturnWithIt)
+{
+    addTape(QStringLiteral("Kept"), QDateTime(QDate(2014, 5, 1), QTime(9, 0)));
+    WindowController& deck = openDeck();
+    ASSERT_TRUE(
+        waitFor([&] { return deck.libraryFolderWatch().state() == LibraryFolderWatch::State::Available; }));
+    ASSERT_EQ(deck.library().content().size(), 1);
+    EXPECT_TRUE(deck.deckMessage().isEmpty());
+
+    // The folder is moved away while the deck runs, as an unplugged disk or a file manager would.
+    const QString away = mLibraryPath + QStringLiteral(" away");
+    QElapsedTimer sinceFault;
+    sinceFault.start();
+    ASSERT_TRUE(QDir().rename(mLibraryPath, away));
+    ASSERT_TRUE(waitFor([&] { return !deck.deckMessage().isEmpty(); }, 20000));
+    std::cout << "[ measure  ] library folder moved away to its banner: " << sinceFault.elapsed() << " ms"
+              << std::endl;
+    EXPECT_TRUE(deck.deckMessage().contains(mLibraryPath)) << deck.deckMessage();
+    ASSERT_NE(deck.window()->messageAction(), nullptr);
+    EXPECT_EQ(deck.window()->messageAction()->text(), QStringLiteral("Choose Folder…"));
+    EXPECT_TRUE(deck.library().content().isEmpty());
+    EXPECT_EQ(deck.selectedTape(), nullptr);
+
+    // It comes back: the banner goes and the tape is listed again, with nothing done by the user.
+    ASSERT_TRUE(QDir().rename(away, mLibraryPath));
+    ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }, 20000));
+    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
+    EXPECT_EQ(deck.library().content().first()->title(), QStringLiteral("Kept"));
+}
+
+TEST_F(LibraryFolderTest, AMissingFolderAtLaunchOffersAnotherAndTheDeckListsTheChosenOne)
+{
+    const QString missing = mFolder.filePath(QStringLiteral("Unplugged disk/Spindrel"));
+    mPreferences->setTapeLibraryPath(missing);
+    const QString elsewhere = mFolder.filePath(QStringLiteral("Elsewhere"));
+    ASSERT_TRUE(QDir().mkpath(elsewhere));
+    ASSERT_TRUE(makeTapeFile(elsewhere + QStringLiteral("/There.m4a")));
+
+    WindowController& deck = openDeck();
+    ASSERT_TRUE(waitFor([&] { return !deck.deckMessage().isEmpty(); }, 20000));
+    EXPECT_TRUE(deck.deckMessage().contains(missing)) << deck.deckMessage();
+    EXPECT_TRUE(deck.library().content().isEmpty());
+
+    // Recording into the missing folder fails with the folder's story, not a file name.
+    deck.recordTape();
+    ASSERT_TRUE(waitFor([&] { return deck.deckMessage().contains(QStringLiteral("not there")); }));
+    EXPECT_FALSE(deck.deckMessage().contains(QStringLiteral(".recording"))) << deck.deckMessage();
+    ASSERT_TRUE(waitFor([&] { return state() != QStringLiteral("TapeMap::Recording"); }));
+    ASSERT_TRUE(waitFor([&] { return deck.window()->messageAction() != nullptr; }));
+
+    deck.window()->messageAction()->click();
+    QFileDialog* dialog = nullptr;
+    ASSERT_TRUE(waitFor([&] { return (dialog = openFolderDialog()) != nullptr; }));
+    dialog->setDirectory(mFolder.path());
+    dialog->selectFile(elsewhere);
+    QMetaObject::invokeMethod(dialog, "accept");
+
+    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }, 20000));
+    EXPECT_EQ(deck.library().content().first()->filename(), elsewhere + QStringLiteral("/There.m4a"));
+    EXPECT_EQ(mPreferences->tapeLibraryPath(), elsewhere);
+    ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }));
+}
+
+} // namespace
