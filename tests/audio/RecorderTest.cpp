@@ -51,7 +51,7 @@ bool recordFor(VORLExtendedAudioFileRecorder& recorder, int milliseconds)
     QTest::qWait(milliseconds);
     recorder.stopRecording();
     EXPECT_FALSE(recorder.isFileRecording());
-    return stopped.wait(5000);
+    return stopped.wait(15000);
 }
 
 class RecorderPresetTest : public ::testing::TestWithParam<RecorderCase>
@@ -198,7 +198,7 @@ TEST(Recorder, aDeviceThatDisappearsEndsTheRecordingWithAValidFile)
         QTest::qWait(700);
     }
     pactl({QStringLiteral("unload-module"), module});
-    ASSERT_TRUE(stopped.wait(5000));
+    ASSERT_TRUE(stopped.wait(15000));
     EXPECT_EQ(failed.count(), 1);
     EXPECT_FALSE(recorder.isFileRecording());
     EXPECT_TRUE(recorder.errorString().contains(QStringLiteral("gone")))
