@@ -142,16 +142,16 @@ TEST(Recorder, pauseAndResumeMakeOneContinuousFile)
     EXPECT_NEAR(decoded.frames() * 1000.0 / decoded.sampleRate, recorder.currentTime(), 50.0);
     const auto samples = decoded.channel(0);
     const size_t seam = size_t(beforePause * decoded.sampleRate / 1000.0);
-    ASSERT_GT(samples.size(), seam + 2000);
-    ASSERT_GT(seam, 2000u);
-    // No gap: every 20 ms carries the tone; no click: no step steeper than the tone's own.
     const size_t window = size_t(decoded.sampleRate / 50);
-    for (size_t at = window; at + 2 * window < samples.size(); at += window) {
+    ASSERT_GT(samples.size(), seam + 5 * window);
+    ASSERT_GT(seam, 5 * window);
+    // No gap: every 20 ms around the seam carries the tone; no click: no step steeper than the
+    // tone's own. Only around the seam: elsewhere the live tone itself may drop out for a moment
+    // on a busy machine.
+    for (size_t at = seam - 5 * window; at < seam + 5 * window; at += window) {
         const std::vector<float> part(samples.begin() + long(at), samples.begin() + long(at + window));
         ASSERT_GT(rmsDecibels(part), -12.0) << "quiet at " << at * 1000 / decoded.sampleRate << " ms";
     }
-    // Steps are looked for around the seam only: elsewhere the live tone itself may drop out
-    // for a moment on a busy machine.
     const double steepest = 0.5 * 2.0 * std::numbers::pi * kLeftTone / decoded.sampleRate;
     double largestStep = 0.0;
     for (size_t i = seam - window; i < seam + window; ++i)
