@@ -296,8 +296,13 @@ bool MP4MoovWriter::writeOver(const MP4Box& moov, const MP4FileLayout& layout, c
     }
     // The copy at the end of the file: from the moment the old box is freed, it is the one read.
     const uint64_t copyAt = layout.fileLength;
-    if (!put(bytes.constData(), size, copyAt) || !sync())
+    if (!put(bytes.constData(), size, copyAt) || !sync()) {
+        // Nothing refers to a copy that did not make it (a full disk): it goes, and the file is
+        // as it was.
+        if (ftruncate(mFileHandle, off_t(copyAt)) != 0)
+            logError(QStringLiteral("MP4MoovWriter"), QStringLiteral("could not cut off an unfinished copy"));
         return false;
+    }
     // Growing at the end of the file: the copy is the new box, and the old space stays free for
     // the next edit.
     if (tail && (size > space || space - size < 8))

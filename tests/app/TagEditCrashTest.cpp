@@ -4,8 +4,8 @@
 #include "MP4Tags/MP4Tags.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -157,6 +157,31 @@ TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudi
     EXPECT_TRUE(full.output.contains("the disk is full")) << full.output.toStdString();
     EXPECT_TRUE(full.output.contains("file=same")) << full.output.toStdString();
     EXPECT_TRUE(full.output.trimmed().endsWith("\nt.m4a")) << full.output.toStdString();
+
+    // Tags last and a cover that outgrows the room left: the copy of the tags at the end of the
+    // file cannot be finished, and what it had written goes again.
+    const QString last = mDir.filePath(QStringLiteral("last.m4a"));
+    const QString cover = mDir.filePath(QStringLiteral("cover.png"));
+    ASSERT_TRUE(
+        run(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
+                                       tape(), QStringLiteral("-c"), QStringLiteral("copy"), last})
+            .finished);
+    ASSERT_TRUE(run(QStringLiteral("convert"),
+                    {QStringLiteral("-size"), QStringLiteral("400x400"), QStringLiteral("xc:"),
+                     QStringLiteral("+noise"), QStringLiteral("Random"), cover})
+                    .finished);
+    const QString lastScript =
+        QStringLiteral(
+            "set -e; d=%1/small2; mkdir -p $d; mount -t tmpfs -o size=%2k tmpfs $d; cp %3 $d/t.m4a; "
+            "if %4 tags $d/t.m4a --set-cover %5; then echo edit=done; else echo edit=failed; fi; "
+            "cmp -s %3 $d/t.m4a && echo file=same; ls -A $d | tr '\\n' ' '; echo")
+            .arg(mDir.path())
+            .arg(QFileInfo(last).size() / 1024 + 32)
+            .arg(last, QStringLiteral(SPINDREL_BINARY), cover);
+    const Result lastFull = run(QStringLiteral("unshare"), {QStringLiteral("-Urm"), QStringLiteral("sh"),
+                                                            QStringLiteral("-c"), lastScript});
+    EXPECT_TRUE(lastFull.output.contains("edit=failed")) << lastFull.output.toStdString();
+    EXPECT_TRUE(lastFull.output.contains("file=same")) << lastFull.output.toStdString();
 
     // An I/O error on a sync in the middle of an edit in place is reported, and the file is whole.
     copyTo(tape(), mPath);
