@@ -324,8 +324,13 @@ void YouTubeWindowController::needAnAccount()
 
 void YouTubeWindowController::fetchStandardCategories()
 {
-    if (mEntriesFetchTicket)
-        return; // one fetch at a time; it brings the current list
+    if (mEntriesFetchTicket) {
+        // One fetch at a time; the one asked for now follows it, as what it depends on (the
+        // sign-in, the region) may have changed since that one went out.
+        mFetchCategoriesAgain = true;
+        return;
+    }
+    mFetchCategoriesAgain = false;
     mCategoryRetryTimer->stop();
     const QNetworkRequest request = mService->request(mService->categoriesUrl(regionCode()));
     const auto send = [this, request] {
@@ -338,6 +343,13 @@ void YouTubeWindowController::fetchStandardCategories()
         mEntriesFetchTicket = reply;
         connect(reply, &QNetworkReply::finished, this, [this, reply] {
             reply->deleteLater();
+            // Done now, not when the reply is deleted: a fetch asked for from here on must go out.
+            if (mEntriesFetchTicket == reply)
+                mEntriesFetchTicket.clear();
+            if (mFetchCategoriesAgain) {
+                fetchStandardCategories();
+                return;
+            }
             const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
             const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
             const YouTubeCategoryList::Result result = YouTubeCategoryList::parse(

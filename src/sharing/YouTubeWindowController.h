@@ -151,6 +151,7 @@ private:
 
     QPointer<YouTubeUploadTicket> mVideoUploadTicket;
     QPointer<QObject> mEntriesFetchTicket;
+    bool mFetchCategoriesAgain = false; // a fetch was asked for while one was out
     std::unique_ptr<Reachability> mYoutubeReachability;
     std::unique_ptr<TapeMovie> mMovie;
     /// Bumped when an export is abandoned (cancel), so its late completion is ignored.
