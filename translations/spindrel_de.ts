@@ -237,6 +237,25 @@
     </message>
 </context>
 <context>
+    <name>VORLExtendedAudioFile</name>
+    <message>
+        <source>The recording into “%1” failed.</source>
+        <translation>Die Aufnahme in „%1“ ist fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>The disk holding “%1” is full.</source>
+        <translation>Der Datenträger mit „%1“ ist voll.</translation>
+    </message>
+    <message>
+        <source>Your disk quota on the disk holding “%1” is used up.</source>
+        <translation>Ihr Speicherkontingent auf dem Datenträger mit „%1“ ist aufgebraucht.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written to “%1”: %2.</source>
+        <translation>Die Aufnahme konnte nicht nach „%1“ geschrieben werden: %2.</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::AboutWindow</name>
     <message>
         <source>About Spindrel</source>
@@ -451,6 +470,25 @@
     <message>
         <source>Title</source>
         <translation>Titel</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::LibraryFolderWatch</name>
+    <message>
+        <source>The tape library folder %1 is not there: it was moved or deleted, or its disk is not connected. Your tapes come back as soon as it is.</source>
+        <translation>Der Ordner der Bandbibliothek %1 ist nicht da: Er wurde verschoben oder gelöscht, oder sein Datenträger ist nicht angeschlossen. Ihre Bänder kommen zurück, sobald er wieder da ist.</translation>
+    </message>
+    <message>
+        <source>The tape library %1 is not a folder.</source>
+        <translation>Die Bandbibliothek %1 ist kein Ordner.</translation>
+    </message>
+    <message>
+        <source>Spindrel is not allowed to open the tape library folder %1.</source>
+        <translation>Spindrel darf den Ordner der Bandbibliothek %1 nicht öffnen.</translation>
+    </message>
+    <message>
+        <source>Spindrel is not allowed to change the tape library folder %1: new recordings and edits cannot be saved there.</source>
+        <translation>Spindrel darf den Ordner der Bandbibliothek %1 nicht ändern: Neue Aufnahmen und Änderungen können dort nicht gesichert werden.</translation>
     </message>
 </context>
 <context>
@@ -672,6 +710,44 @@
     </message>
 </context>
 <context>
+    <name>spindrel::SoundServerNotice</name>
+    <message>
+        <source>The sound server is not running. Spindrel will reconnect when it is back.</source>
+        <translation>Der Soundserver läuft nicht. Spindrel verbindet sich wieder, sobald er zurück ist.</translation>
+    </message>
+    <message>
+        <source>The sound server is not responding. Spindrel will carry on when it answers again.</source>
+        <translation>Der Soundserver antwortet nicht. Spindrel macht weiter, sobald er wieder antwortet.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::SpindrelSoftwarePlayThroughManager</name>
+    <message>
+        <source>Play-through is on again, from “%1” to “%2”.</source>
+        <translation>Das Mithören ist wieder an, von „%1“ nach „%2“.</translation>
+    </message>
+    <message>
+        <source>Play-through stopped: no input device is available.</source>
+        <translation>Das Mithören wurde beendet: Kein Eingabegerät ist verfügbar.</translation>
+    </message>
+    <message>
+        <source>Play-through stopped: the input device “%1” is not available. It starts again when the device is back.</source>
+        <translation>Das Mithören wurde beendet: Das Eingabegerät „%1“ ist nicht verfügbar. Es beginnt wieder, sobald das Gerät zurück ist.</translation>
+    </message>
+    <message>
+        <source>Play-through stopped: no output device is available.</source>
+        <translation>Das Mithören wurde beendet: Kein Ausgabegerät ist verfügbar.</translation>
+    </message>
+    <message>
+        <source>Play-through stopped: the output device “%1” is not available. It starts again when the device is back.</source>
+        <translation>Das Mithören wurde beendet: Das Ausgabegerät „%1“ ist nicht verfügbar. Es beginnt wieder, sobald das Gerät zurück ist.</translation>
+    </message>
+    <message>
+        <source>Play-through stopped: the sound server is not available. It starts again when the server is back.</source>
+        <translation>Das Mithören wurde beendet: Der Soundserver ist nicht verfügbar. Es beginnt wieder, sobald der Server zurück ist.</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::StereoView</name>
     <message>
         <source>Mono Recording Only</source>
@@ -807,6 +883,13 @@
     </message>
 </context>
 <context>
+    <name>spindrel::VORLExtendedAudioFileRecorder</name>
+    <message>
+        <source>Recording from %1 stopped: the device is gone.</source>
+        <translation>Die Aufnahme von %1 wurde beendet: Das Gerät ist fort.</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::WindowController</name>
     <message>
         <source>Import Tapes</source>
@@ -827,10 +910,6 @@
     <message>
         <source>Untitled</source>
         <translation>Unbenannt</translation>
-    </message>
-    <message>
-        <source>The recording stopped: %1. What was recorded so far is kept.</source>
-        <translation>Die Aufnahme wurde abgebrochen: %1. Das bisher Aufgenommene bleibt erhalten.</translation>
     </message>
     <message>
         <source>Spindrel could not record: %1</source>
@@ -887,6 +966,18 @@
     <message>
         <source>Playback stopped: the output device “%1” is gone.</source>
         <translation>Wiedergabe angehalten: Das Ausgabegerät „%1“ ist nicht mehr da.</translation>
+    </message>
+    <message>
+        <source>Choose Folder…</source>
+        <translation>Ordner wählen …</translation>
+    </message>
+    <message>
+        <source>Choose a Folder for the Tapes</source>
+        <translation>Einen Ordner für die Bänder wählen</translation>
+    </message>
+    <message>
+        <source>%1 What was recorded so far is kept.</source>
+        <translation>%1 Was bisher aufgenommen wurde, bleibt erhalten.</translation>
     </message>
 </context>
 <context>

@@ -62,6 +62,9 @@ void AppController::applicationDidFinishLaunching()
     }
     mSoftwarePlaythroughManager =
         std::make_unique<SpindrelSoftwarePlayThroughManager>(*mPreferencesController);
+    // Its first attempt runs on a worker and reports back later, so this connection is in time.
+    connect(mSoftwarePlaythroughManager.get(), &SpindrelSoftwarePlayThroughManager::playThroughMessage,
+            mWindowController.get(), &WindowController::showDeckMessage);
     mWindowController->applicationDidFinishLaunching();
 }
 

@@ -31,8 +31,17 @@ int runDevices(const QStringList& args)
         return options.usageError(QStringLiteral("takes no arguments"));
     const QList<VORLAudioDevice> inputs = VORLAudioHardware::recordingDevices();
     const QList<VORLAudioDevice> outputs = VORLAudioHardware::playbackDevices();
+    switch (VORLAudioHardware::sharedInstance()->serverState()) {
+    case VORLAudioHardware::ServerState::Running:
+        break;
+    case VORLAudioHardware::ServerState::NotRunning:
+        return options.fail(QStringLiteral("the sound server is not running"));
+    case VORLAudioHardware::ServerState::Unknown:
+    case VORLAudioHardware::ServerState::NotResponding:
+        return options.fail(QStringLiteral("the sound server does not answer"));
+    }
     if (inputs.isEmpty() && outputs.isEmpty())
-        return options.fail(QStringLiteral("no sound server, or it has no devices"));
+        return options.fail(QStringLiteral("the sound server has no devices"));
     const QString defaultInput = VORLAudioHardware::defaultInputDevice().deviceUID();
     const QString defaultOutput = VORLAudioHardware::defaultOutputDevice().deviceUID();
 

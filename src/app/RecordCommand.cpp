@@ -5,6 +5,7 @@
 #include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
 #include "audio/RecordingPresets.h"
+#include "audio/RecordingRecovery.h"
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "deck/DefaultsKeys.h"
@@ -154,10 +155,19 @@ int runRecord(const QStringList& args)
     loop.exec();
 
     NewRecording::finish(recorder.get(), *tape);
-    if (!failure.isEmpty())
-        options.fail(QStringLiteral("the recording stopped early: %1").arg(failure));
-    options.out() << tape->filename() << "\n";
-    return failure.isEmpty() ? 0 : 1;
+    if (failure.isEmpty()) {
+        options.out() << tape->filename() << "\n";
+        return 0;
+    }
+    options.fail(QStringLiteral("the recording stopped early: %1").arg(failure));
+    // What was recorded up to the failure is a tape all the same (a full disk keeps it in place).
+    if (QFileInfo::exists(tape->filename()))
+        options.out() << tape->filename() << "\n";
+    else if (QFileInfo::exists(RecordingRecovery::inProgressPath(tape->filename())))
+        options.fail(QStringLiteral("what was recorded becomes a tape the next time the library is loaded"));
+    else
+        options.fail(QStringLiteral("nothing was recorded"));
+    return 1;
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <pulse/pulseaudio.h>
 #include <samplerate.h>
@@ -58,6 +57,30 @@ uint32_t framesOf(uint32_t bytes, const pa_sample_spec& format)
     return uint32_t(bytes / pa_frame_size(&format));
 }
 
+// The input channel behind each engine channel. Mapped channels the device lacks are left out
+// (a map made for another device); one channel left is heard on both sides of a stereo output.
+std::vector<int> sourcesOfChannels(const QList<int>& map, unsigned inputChannels, unsigned outputChannels)
+{
+    std::vector<int> sources;
+    for (const int channel : map) {
+        if (channel >= 0 && unsigned(channel) < inputChannels)
+            sources.push_back(channel);
+    }
+    if (sources.empty()) {
+        for (unsigned channel = 0; channel < inputChannels; ++channel)
+            sources.push_back(int(channel));
+    }
+    if (sources.size() == 1 && outputChannels >= 2)
+        sources.push_back(sources.front());
+    sources.resize(std::min<size_t>(sources.size(), outputChannels));
+    return sources;
+}
+
+QString sideName(bool isInput)
+{
+    return isInput ? QStringLiteral("input") : QStringLiteral("output");
+}
+
 } // namespace
 
 void CAPlayThrough::DeviceClock::restart()
@@ -99,18 +122,14 @@ CAPlayThrough::CAPlayThrough(quint32 inputDeviceID, quint32 outputDeviceID, cons
     mInputDevice.mID = inputDeviceID;
     mOutputDevice.mID = outputDeviceID;
     mChannelMap = channelMap;
-    mMap.assign(channelMap.cbegin(), channelMap.cend());
-    if (init() != NoErr) {
-        std::fputs("CAPlayThrough ERROR: Cannot Init CAPlayThrough", stderr);
-        std::fflush(stderr);
-        std::exit(1);
-    }
+    // A failed set-up leaves the engine invalid; its owner tells the user.
+    init();
 }
 
 CAPlayThrough::~CAPlayThrough()
 {
     stop();
-    removeInputFormatListener();
+    removeDeviceListener();
     if (mInputConnection) {
         PulseConnection::Locker lock(*mInputConnection);
         PulseConnection::releaseStream(mInputStream);
@@ -135,28 +154,48 @@ int CAPlayThrough::init()
     return NoErr;
 }
 
+// Keeps the first failure, which is the cause; what fails after it follows from it.
+int CAPlayThrough::fail(CAPlayThroughFault fault, const QString& message, int line)
+{
+    if (mFault == CAPlayThroughFault::None) {
+        mFault = fault;
+        mError = message;
+    }
+    return report(Failed, line);
+}
+
 int CAPlayThrough::fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id,
                               bool isInput)
 {
     device.mIsInput = isInput;
+    device.mFollowsDefault = id == 0;
+    const CAPlayThroughFault fault =
+        isInput ? CAPlayThroughFault::InputDevice : CAPlayThroughFault::OutputDevice;
     QString name;
     if (id != 0) {
+        // A device that went away is not replaced by the default one behind the user's back.
         for (const PulseDeviceInfo& info : isInput ? connection.sources() : connection.sinks()) {
             if (info.index + 1 == id)
                 name = info.name;
         }
-    }
-    if (name.isEmpty()) {
+        if (name.isEmpty())
+            return fail(fault, QStringLiteral("The %1 device is gone").arg(sideName(isInput)), __LINE__);
+    } else {
         const auto server = connection.serverInfo();
         if (!server)
-            return Failed;
+            return fail(CAPlayThroughFault::SoundServer, QStringLiteral("The sound server did not answer"),
+                        __LINE__);
         name = isInput ? server->defaultSourceName : server->defaultSinkName;
+        if (name.isEmpty())
+            return fail(fault, QStringLiteral("There is no %1 device").arg(sideName(isInput)), __LINE__);
     }
     const auto info = isInput ? connection.source(name) : connection.sink(name);
     if (!info || info->channels == 0 || info->sampleRate == 0)
-        return Failed;
+        return fail(fault, QStringLiteral("The %1 device %2 is not available").arg(sideName(isInput), name),
+                    __LINE__);
     device.mID = info->index + 1;
     device.mName = info->name;
+    device.mDescription = info->description;
     device.mIndex = info->index;
     device.mChannels = info->channels;
     device.mSampleRate = info->sampleRate;
@@ -169,8 +208,8 @@ int CAPlayThrough::setupInput()
 {
     try {
         mInputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through input"));
-    } catch (const AudioException&) {
-        return report(Failed, __LINE__);
+    } catch (const AudioException& exception) {
+        return fail(CAPlayThroughFault::SoundServer, exception.reason(), __LINE__);
     }
     checkErr(fillDevice(mInputDevice, *mInputConnection, mInputDevice.mID, true));
     mInputDevice.mBufferSizeFrames = uint32_t(std::lround(mInputDevice.mSampleRate * kInputBufferSeconds));
@@ -181,8 +220,8 @@ int CAPlayThrough::setupOutput()
 {
     try {
         mOutputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through output"));
-    } catch (const AudioException&) {
-        return report(Failed, __LINE__);
+    } catch (const AudioException& exception) {
+        return fail(CAPlayThroughFault::SoundServer, exception.reason(), __LINE__);
     }
     checkErr(fillDevice(mOutputDevice, *mOutputConnection, mOutputDevice.mID, false));
     mOutputDevice.mBufferSizeFrames = uint32_t(std::lround(mOutputDevice.mSampleRate * kOutputBufferSeconds));
@@ -191,9 +230,11 @@ int CAPlayThrough::setupOutput()
 
 int CAPlayThrough::setupBuffers()
 {
-    mChannels = int(std::min(mInputDevice.mChannels, mOutputDevice.mChannels));
+    mMap = sourcesOfChannels(mChannelMap, mInputDevice.mChannels, mOutputDevice.mChannels);
+    mChannels = int(mMap.size());
     if (mChannels <= 0)
-        return report(Failed, __LINE__);
+        return fail(CAPlayThroughFault::InputDevice, QStringLiteral("The devices have no channels"),
+                    __LINE__);
     mInputBuffers.assign(size_t(mChannels), std::vector<float>(mInputDevice.mBufferSizeFrames));
     mInputBufferList.clear();
     for (const auto& buffer : mInputBuffers)
@@ -209,14 +250,17 @@ int CAPlayThrough::setupBuffers()
     int error = 0;
     mVarispeed = src_callback_new(&CAPlayThrough::varispeedPull, SRC_SINC_FASTEST, mChannels, &error, this);
     if (!mVarispeed)
-        return report(error ? error : Failed, __LINE__);
+        return fail(
+            CAPlayThroughFault::OutputDevice,
+            QStringLiteral("Could not make the resampler: %1").arg(QString::fromUtf8(src_strerror(error))),
+            __LINE__);
 
     mInputClock.nominalRate = mInputDevice.mSampleRate;
     mOutputClock.nominalRate = mOutputDevice.mSampleRate;
     try {
         mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, 0.0);
     } catch (const std::bad_alloc&) {
-        return report(Failed, __LINE__);
+        return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
     }
     return NoErr;
 }
@@ -239,7 +283,11 @@ int CAPlayThrough::connectStreams()
             },
             &error);
         if (!mInputStream)
-            return report(Failed, __LINE__);
+            return fail(mInputConnection->isConnected() ? CAPlayThroughFault::InputDevice
+                                                        : CAPlayThroughFault::SoundServer,
+                        QStringLiteral("Could not record from %1: %2").arg(mInputDevice.mName, error),
+                        __LINE__);
+        pa_stream_set_state_callback(mInputStream, &CAPlayThrough::inputStreamStateChanged, this);
         if (const pa_buffer_attr* attributes = pa_stream_get_buffer_attr(mInputStream))
             mInputDevice.mBufferSizeFrames = std::max(1u, framesOf(attributes->fragsize, inputSpec));
     }
@@ -264,7 +312,10 @@ int CAPlayThrough::connectStreams()
             },
             &error);
         if (!mOutputStream)
-            return report(Failed, __LINE__);
+            return fail(mOutputConnection->isConnected() ? CAPlayThroughFault::OutputDevice
+                                                         : CAPlayThroughFault::SoundServer,
+                        QStringLiteral("Could not play to %1: %2").arg(mOutputDevice.mName, error), __LINE__);
+        pa_stream_set_state_callback(mOutputStream, &CAPlayThrough::outputStreamStateChanged, this);
         if (const pa_buffer_attr* attributes = pa_stream_get_buffer_attr(mOutputStream))
             mOutputDevice.mBufferSizeFrames = std::max(1u, framesOf(attributes->tlength, outputSpec));
     }
@@ -282,10 +333,14 @@ int CAPlayThrough::connectStreams()
     const double latency =
         double(mInputDevice.mSafetyOffset) + double(mInputDevice.mBufferSizeFrames) +
         (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames;
-    mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency);
-    // Input buffers follow the fragment size the server settled on.
-    for (auto& buffer : mInputBuffers)
-        buffer.assign(mInputDevice.mBufferSizeFrames, 0.0f);
+    try {
+        mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency);
+        // Input buffers follow the fragment size the server settled on.
+        for (auto& buffer : mInputBuffers)
+            buffer.assign(mInputDevice.mBufferSizeFrames, 0.0f);
+    } catch (const std::bad_alloc&) {
+        return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
+    }
     mInputBufferList.clear();
     for (const auto& buffer : mInputBuffers)
         mInputBufferList.push_back(buffer.data());
@@ -294,42 +349,76 @@ int CAPlayThrough::connectStreams()
 
 int CAPlayThrough::cork(bool corked)
 {
-    // Output lock first, then input, wherever both are held.
-    PulseConnection::Locker outputLock(*mOutputConnection);
-    PulseConnection::Locker inputLock(*mInputConnection);
     if (!corked) {
+        // Both streams are corked, so neither thread runs; the locks make that plain. Output
+        // lock first, then input, wherever both are held, and never across a wait.
+        PulseConnection::Locker outputLock(*mOutputConnection);
+        PulseConnection::Locker inputLock(*mInputConnection);
         mTimeline.reset();
         mInputClock.restart();
         mOutputClock.restart();
         src_reset(mVarispeed);
         mPullStarted = false;
-        mInputConnection->waitFor(pa_stream_flush(mInputStream, nullptr, nullptr));
     }
-    mInputConnection->waitFor(pa_stream_cork(mInputStream, corked ? 1 : 0, nullptr, nullptr));
-    mOutputConnection->waitFor(pa_stream_cork(mOutputStream, corked ? 1 : 0, nullptr, nullptr));
+    bool answered = true;
+    {
+        PulseConnection::Locker inputLock(*mInputConnection);
+        if (!corked)
+            answered = mInputConnection->waitFor(pa_stream_flush(mInputStream, nullptr, nullptr));
+        answered =
+            mInputConnection->waitFor(pa_stream_cork(mInputStream, corked ? 1 : 0, nullptr, nullptr)) &&
+            answered;
+    }
+    {
+        PulseConnection::Locker outputLock(*mOutputConnection);
+        answered =
+            mOutputConnection->waitFor(pa_stream_cork(mOutputStream, corked ? 1 : 0, nullptr, nullptr)) &&
+            answered;
+        if (corked)
+            mOutputConnection->waitFor(pa_stream_flush(mOutputStream, nullptr, nullptr));
+    }
     if (corked) {
-        mOutputConnection->waitFor(pa_stream_flush(mOutputStream, nullptr, nullptr));
+        PulseConnection::Locker outputLock(*mOutputConnection);
+        PulseConnection::Locker inputLock(*mInputConnection);
         mTimeline.reset();
     }
-    return NoErr;
+    return answered ? NoErr : Failed;
 }
 
-int CAPlayThrough::start()
+bool CAPlayThrough::start()
 {
+    if (!isValid())
+        return false;
     if (isRunning())
-        return NoErr;
-    checkErr(cork(false));
-    mRunning = true;
-    return NoErr;
+        return true;
+    if (cork(false) == NoErr)
+        return true;
+    // The streams may have died since they were made: the server or a device went away.
+    auto ready = [](const PulseConnection& connection, pa_stream* stream) {
+        PulseConnection::Locker lock(connection);
+        return pa_stream_get_state(stream) == PA_STREAM_READY;
+    };
+    if (!mInputConnection->isConnected() || !mOutputConnection->isConnected())
+        fail(CAPlayThroughFault::SoundServer, QStringLiteral("The sound server went away"), __LINE__);
+    else if (!ready(*mInputConnection, mInputStream))
+        fail(CAPlayThroughFault::InputDevice, QStringLiteral("The input device went away"), __LINE__);
+    else
+        fail(ready(*mOutputConnection, mOutputStream) ? CAPlayThroughFault::SoundServer
+                                                      : CAPlayThroughFault::OutputDevice,
+             QStringLiteral("The play-through streams could not be started"), __LINE__);
+    return false;
 }
 
-int CAPlayThrough::stop()
+bool CAPlayThrough::stop()
 {
+    reportRealtimeFault();
     if (!isRunning())
-        return NoErr;
-    checkErr(cork(true));
-    mRunning = false;
-    return NoErr;
+        return true;
+    if (cork(true) != NoErr) {
+        report(Failed, __LINE__);
+        return false;
+    }
+    return true;
 }
 
 bool CAPlayThrough::isRunning() const
@@ -352,6 +441,8 @@ bool CAPlayThrough::isRunning() const
 
 double CAPlayThrough::streamLatencyMilliseconds() const
 {
+    if (!mInputStream || !mOutputStream)
+        return 0.0;
     double total = 0.0;
     pa_usec_t latency = 0;
     int negative = 0;
@@ -368,38 +459,55 @@ double CAPlayThrough::streamLatencyMilliseconds() const
     return total;
 }
 
-void CAPlayThrough::addInputFormatListener(std::function<void()> listener)
+void CAPlayThrough::addDeviceListener(std::function<void(CAPlayThroughNotice)> listener)
 {
-    {
-        PulseConnection::Locker lock(*mInputConnection);
-        mFormatListener = std::move(listener);
-    }
-    mInputConnection->subscribe(PA_SUBSCRIPTION_MASK_SOURCE,
-                                [this](unsigned event, uint32_t index) { inputFormatEvent(event, index); });
+    if (!mInputConnection || !mOutputConnection)
+        return;
+    PulseConnection::Locker outputLock(*mOutputConnection);
+    PulseConnection::Locker inputLock(*mInputConnection);
+    mDeviceListener = std::move(listener);
+    // Server events tell a change of the default devices, source events a change of format.
+    mInputConnection->subscribe(PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SERVER,
+                                [this](unsigned event, uint32_t index) { deviceEvent(event, index); });
 }
 
-void CAPlayThrough::removeInputFormatListener()
+void CAPlayThrough::removeDeviceListener()
 {
-    if (!mInputConnection)
+    if (!mInputConnection || !mOutputConnection)
         return;
+    PulseConnection::Locker outputLock(*mOutputConnection);
+    PulseConnection::Locker inputLock(*mInputConnection);
     mInputConnection->subscribe(PA_SUBSCRIPTION_MASK_NULL, {});
-    PulseConnection::Locker lock(*mInputConnection);
-    mFormatListener = nullptr;
+    mDeviceListener = nullptr;
 }
 
-// Runs on the input thread, for every change of a source: asks for the input's format and
-// calls the listener when it is no longer the one the engine was made for.
-void CAPlayThrough::inputFormatEvent(unsigned event, uint32_t index)
+void CAPlayThrough::notify(CAPlayThroughNotice notice)
 {
-    if ((event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) != PA_SUBSCRIPTION_EVENT_SOURCE ||
-        (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE ||
-        index != mInputDevice.mIndex || !mFormatListener)
+    if (mDeviceListener)
+        mDeviceListener(notice);
+}
+
+// Runs on the input thread, for every change of a source or of the server.
+void CAPlayThrough::deviceEvent(unsigned event, uint32_t index)
+{
+    if ((event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE)
         return;
+    const unsigned facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE && index == mInputDevice.mIndex)
+        checkInputFormat(index);
+    else if (facility == PA_SUBSCRIPTION_EVENT_SERVER)
+        checkDefaultDevices();
+}
+
+// Runs on the input thread: asks for the input's format and tells the listener when it is no
+// longer the one the engine was made for.
+void CAPlayThrough::checkInputFormat(uint32_t index)
+{
     pa_operation* operation = pa_context_get_source_info_by_index(
         mInputConnection->context(), index,
         [](pa_context*, const pa_source_info* info, int eol, void* userdata) {
             auto* self = static_cast<CAPlayThrough*>(userdata);
-            if (eol != 0 || !info || !self->mFormatListener)
+            if (eol != 0 || !info)
                 return;
             bool same = info->sample_spec.rate == self->mInputDevice.mSampleRate &&
                         info->sample_spec.channels == self->mInputDevice.mChannels &&
@@ -407,15 +515,77 @@ void CAPlayThrough::inputFormatEvent(unsigned event, uint32_t index)
             for (int i = 0; same && i < info->channel_map.channels; ++i)
                 same = info->channel_map.map[i] == self->mInputDevice.mChannelPositions[size_t(i)];
             if (!same)
-                self->mFormatListener();
+                self->notify(CAPlayThroughNotice::InputFormatChanged);
         },
         this);
     if (operation)
         pa_operation_unref(operation);
 }
 
+// Runs on the input thread: a side made for the default device follows it when the user picks
+// another default.
+void CAPlayThrough::checkDefaultDevices()
+{
+    if (!mInputDevice.mFollowsDefault && !mOutputDevice.mFollowsDefault)
+        return;
+    pa_operation* operation = pa_context_get_server_info(
+        mInputConnection->context(),
+        [](pa_context*, const pa_server_info* info, void* userdata) {
+            auto* self = static_cast<CAPlayThrough*>(userdata);
+            if (!info)
+                return;
+            auto moved = [](const CAPlayThroughDevice& device, const char* defaultName) {
+                return device.mFollowsDefault && defaultName && *defaultName &&
+                       device.mName != QLatin1String(defaultName);
+            };
+            if (moved(self->mInputDevice, info->default_source_name) ||
+                moved(self->mOutputDevice, info->default_sink_name))
+                self->notify(CAPlayThroughNotice::DefaultDeviceChanged);
+        },
+        this);
+    if (operation)
+        pa_operation_unref(operation);
+}
+
+// Runs on the input thread. A stream fails when its device goes away (the streams may not move)
+// or when the whole connection does; streams released by the engine itself say nothing.
+void CAPlayThrough::inputStreamStateChanged(pa_stream* stream, void* userdata)
+{
+    static_cast<CAPlayThrough*>(userdata)->streamEnded(stream, CAPlayThroughNotice::InputLost);
+}
+
+// Runs on the output thread.
+void CAPlayThrough::outputStreamStateChanged(pa_stream* stream, void* userdata)
+{
+    static_cast<CAPlayThrough*>(userdata)->streamEnded(stream, CAPlayThroughNotice::OutputLost);
+}
+
+void CAPlayThrough::streamEnded(pa_stream* stream, CAPlayThroughNotice lost)
+{
+    const pa_stream_state_t state = pa_stream_get_state(stream);
+    if (state != PA_STREAM_FAILED && state != PA_STREAM_TERMINATED)
+        return;
+    const bool serverGone = pa_context_get_state(pa_stream_get_context(stream)) != PA_CONTEXT_READY;
+    notify(serverGone ? CAPlayThroughNotice::ServerLost : lost);
+}
+
+// Any thread: the real-time threads never print; the first failure waits for the owner.
+void CAPlayThrough::noteRealtimeFault(int status, int line)
+{
+    uint64_t none = 0;
+    mRealtimeFault.compare_exchange_strong(none, (uint64_t(uint32_t(status)) << 32) | uint32_t(line),
+                                           std::memory_order_relaxed);
+}
+
+void CAPlayThrough::reportRealtimeFault()
+{
+    const uint64_t fault = mRealtimeFault.exchange(0, std::memory_order_relaxed);
+    if (fault != 0)
+        report(int(uint32_t(fault >> 32)), int(uint32_t(fault)));
+}
+
 // Runs on the input thread: takes what the server captured, picks the engine's channels out of
-// the device's and stores them at their sample time.
+// the device's (a mono input twice for a stereo output) and stores them at their sample time.
 void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
 {
     auto* self = static_cast<CAPlayThrough*>(userdata);
@@ -425,7 +595,7 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
         const void* data = nullptr;
         size_t bytes = 0;
         if (pa_stream_peek(stream, &data, &bytes) < 0) {
-            report(Failed, __LINE__);
+            self->noteRealtimeFault(Failed, __LINE__);
             return;
         }
         if (bytes == 0)
@@ -452,17 +622,9 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
             for (int64_t done = 0; done < frames;) {
                 const uint32_t count = uint32_t(std::min<int64_t>(block, frames - done));
                 for (int channel = 0; channel < self->mChannels; ++channel) {
-                    // Without a map the channels go straight through; past its end they are silent.
-                    const auto& map = self->mMap;
-                    const int source = size_t(channel) < map.size() ? map[size_t(channel)]
-                                       : map.empty()                ? channel
-                                                                    : -1;
                     float* out = self->mInputBuffers[size_t(channel)].data();
-                    if (source < 0 || size_t(source) >= deviceChannels) {
-                        std::memset(out, 0, sizeof(float) * count);
-                        continue;
-                    }
-                    const float* in = samples + size_t(done) * deviceChannels + size_t(source);
+                    const float* in =
+                        samples + size_t(done) * deviceChannels + size_t(self->mMap[size_t(channel)]);
                     for (uint32_t frame = 0; frame < count; ++frame)
                         out[frame] = in[size_t(frame) * deviceChannels];
                 }
@@ -470,7 +632,7 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
                 const int result =
                     self->mTimeline.storeInput(self->mInputBufferList.data(), count, sampleTime);
                 if (result != PlayThroughRingBuffer::OK)
-                    report(result, __LINE__);
+                    self->noteRealtimeFault(result, __LINE__);
                 done += count;
             }
         }
@@ -511,7 +673,7 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
         void* buffer = nullptr;
         size_t bytes = requested;
         if (pa_stream_begin_write(stream, &buffer, &bytes) < 0 || !buffer) {
-            report(Failed, __LINE__);
+            self->noteRealtimeFault(Failed, __LINE__);
             return;
         }
         const long frames = long(std::min(bytes, requested) / frameBytes);
@@ -547,7 +709,7 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
         clock.running.store(true, std::memory_order_relaxed);
         clock.advance(frames, now);
         if (pa_stream_write(stream, buffer, size_t(frames) * frameBytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
-            report(Failed, __LINE__);
+            self->noteRealtimeFault(Failed, __LINE__);
             return;
         }
         requested -= size_t(frames) * frameBytes;

@@ -22,13 +22,28 @@ struct CAPlayThroughDevice
 {
     quint32 mID = 0;
     bool mIsInput = false;
+    bool mFollowsDefault = false; // made for the default device (identifier 0)
     uint32_t mSafetyOffset = 0;
     uint32_t mBufferSizeFrames = 0;
     QString mName;
+    QString mDescription; // the name people know the device by
     uint32_t mIndex = 0;
     unsigned mChannels = 0;
     unsigned mSampleRate = 0;
     std::vector<int> mChannelPositions;
+};
+
+/// Why an engine could not be set up or started.
+enum class CAPlayThroughFault { None, SoundServer, InputDevice, OutputDevice };
+
+/// What an engine tells its owner when the ground moves under it; the owner decides whether to
+/// make it anew.
+enum class CAPlayThroughNotice {
+    InputFormatChanged,   // the input no longer has the format the engine was made for
+    DefaultDeviceChanged, // a side made for the default device no longer plays the default
+    InputLost,            // the input stream died: the device went away
+    OutputLost,
+    ServerLost, // the connection to the sound server broke
 };
 
 /// Play-through: a record stream from the input device and a playback stream to the output
@@ -36,30 +51,42 @@ struct CAPlayThroughDevice
 /// A resampler between the ring buffer and the output converts from the input's rate to the
 /// output's and follows the drift between the two device clocks.
 ///
-/// Made and driven on the main thread. A failure to set up ends the process, as an engine that
-/// half works would be worse than none.
+/// Made and driven by one thread at a time; its set-up and start wait on the sound server, so
+/// the deck does that on a worker. An engine that cannot be set up is left invalid and says why.
 class CAPlayThrough
 {
 public:
-    /// Device identifiers as VORLAudioHardware gives them (0: the default device); `channelMap`
+    /// Device identifiers as VORLAudioHardware gives them (0: the default device; any other that
+    /// the server does not know fails rather than falling back to the default); `channelMap`
     /// names the input channel feeding each of the engine's channels.
     CAPlayThrough(quint32 inputDeviceID, quint32 outputDeviceID, const QList<int>& channelMap = {});
     ~CAPlayThrough();
     CAPlayThrough(const CAPlayThrough&) = delete;
     CAPlayThrough& operator=(const CAPlayThrough&) = delete;
 
-    int start();
-    int stop();
+    /// False when set-up failed; fault() and errorString() say why.
+    bool isValid() const { return mFault == CAPlayThroughFault::None; }
+    CAPlayThroughFault fault() const { return mFault; }
+    QString errorString() const { return mError; }
+
+    /// False when the streams could not be started (the server or a device went away since
+    /// set-up); the engine is then invalid and says why.
+    bool start();
+    bool stop();
     bool isRunning() const;
 
-    /// Calls `listener` (on a sound-server thread) when the input device's format changes.
-    void addInputFormatListener(std::function<void()> listener);
-    void removeInputFormatListener();
+    /// Calls `listener` on a sound-server thread when the devices under the engine change or
+    /// go away. It must not call back into the engine.
+    void addDeviceListener(std::function<void(CAPlayThroughNotice)> listener);
+    void removeDeviceListener();
 
     const CAPlayThroughDevice& inputDevice() const { return mInputDevice; }
     const CAPlayThroughDevice& outputDevice() const { return mOutputDevice; }
     int numberOfChannels() const { return mChannels; }
     const QList<int>& channelMap() const { return mChannelMap; }
+    /// The input channel heard on each of the engine's channels: the map, or the device's own
+    /// channels, with a single channel doubled so that a mono input is heard on both sides.
+    const std::vector<int>& channelSources() const { return mMap; }
     const PlayThroughTimeline& timeline() const { return mTimeline; }
     /// The latency the two streams report now (device plus stream buffer), in milliseconds.
     double streamLatencyMilliseconds() const;
@@ -81,6 +108,7 @@ private:
     };
 
     int init();
+    int fail(CAPlayThroughFault fault, const QString& message, int line);
     int setupInput();
     int setupOutput();
     int setupBuffers();
@@ -91,7 +119,15 @@ private:
     static void inputProc(pa_stream* stream, size_t bytes, void* self);  // input thread
     static void outputProc(pa_stream* stream, size_t bytes, void* self); // output thread
     static long varispeedPull(void* self, float** data);                 // output thread
-    void inputFormatEvent(unsigned event, uint32_t index);               // input thread
+    static void inputStreamStateChanged(pa_stream* stream, void* self);  // input thread
+    static void outputStreamStateChanged(pa_stream* stream, void* self); // output thread
+    void streamEnded(pa_stream* stream, CAPlayThroughNotice lost);       // either thread
+    void deviceEvent(unsigned event, uint32_t index);                    // input thread
+    void checkInputFormat(uint32_t index);                               // input thread
+    void checkDefaultDevices();                                          // input thread
+    void notify(CAPlayThroughNotice notice);                             // either thread
+    void noteRealtimeFault(int status, int line);                        // either thread
+    void reportRealtimeFault();
 
     std::unique_ptr<PulseConnection> mInputConnection;
     std::unique_ptr<PulseConnection> mOutputConnection;
@@ -101,9 +137,10 @@ private:
     CAPlayThroughDevice mOutputDevice;
     PlayThroughTimeline mTimeline;
     QList<int> mChannelMap;
-    std::vector<int> mMap; // the channel map as the input thread reads it
+    std::vector<int> mMap; // the input channel of each engine channel, as the input thread reads it
     int mChannels = 0;
-    bool mRunning = false;
+    CAPlayThroughFault mFault = CAPlayThroughFault::None;
+    QString mError;
 
     // Input thread: one buffer per engine channel.
     std::vector<std::vector<float>> mInputBuffers;
@@ -120,7 +157,10 @@ private:
     bool mPullStarted = false;
     DeviceClock mOutputClock;
 
-    std::function<void()> mFormatListener; // called on the input thread
+    // Set with both loops locked, so either thread may call it under its own lock.
+    std::function<void(CAPlayThroughNotice)> mDeviceListener;
+    // The first failure of a real-time thread, (status << 32 | line), logged later by the owner.
+    std::atomic<uint64_t> mRealtimeFault{0};
 };
 
 } // namespace spindrel

@@ -2,9 +2,6 @@
 
 #include "audio/CAPlayThrough.h"
 
-#include <QMetaObject>
-#include <QPointer>
-
 namespace spindrel {
 
 CAPlayThroughHost::CAPlayThroughHost(quint32 inputDeviceID, quint32 outputDeviceID,
@@ -23,18 +20,8 @@ void CAPlayThroughHost::createPlayThrough(quint32 inputDeviceID, quint32 outputD
                                           const QList<int>& channelMap)
 {
     mPlayThrough = std::make_unique<CAPlayThrough>(inputDeviceID, outputDeviceID, channelMap);
-    // The notice comes on the input's sound-server thread, where the engine cannot be taken
-    // down; the main thread does it.
-    QPointer<QObject> target(&mMainThread);
-    mPlayThrough->addInputFormatListener([this, target] {
-        QMetaObject::invokeMethod(
-            &mMainThread,
-            [this, target] {
-                if (target)
-                    reset();
-            },
-            Qt::QueuedConnection);
-    });
+    if (mPlayThrough->isValid() && mListener)
+        mPlayThrough->addDeviceListener(mListener);
 }
 
 void CAPlayThroughHost::deletePlayThrough()
@@ -42,33 +29,59 @@ void CAPlayThroughHost::deletePlayThrough()
     if (!mPlayThrough)
         return;
     mPlayThrough->stop();
-    mPlayThrough->removeInputFormatListener();
+    mPlayThrough->removeDeviceListener();
     mPlayThrough.reset();
 }
 
-void CAPlayThroughHost::reset()
+bool CAPlayThroughHost::reset()
 {
     const quint32 inputDeviceID = mInputDeviceID;
     const quint32 outputDeviceID = mOutputDeviceID;
     const QList<int> channelMap = mChannelMap;
     deletePlayThrough();
     createPlayThrough(inputDeviceID, outputDeviceID, channelMap);
-    mPlayThrough->start();
+    return mPlayThrough->start();
 }
 
-int CAPlayThroughHost::start()
+void CAPlayThroughHost::setNoticeListener(NoticeListener listener)
 {
-    return mPlayThrough ? mPlayThrough->start() : 0;
+    mListener = std::move(listener);
+    if (!mPlayThrough || !mPlayThrough->isValid())
+        return;
+    if (mListener)
+        mPlayThrough->addDeviceListener(mListener);
+    else
+        mPlayThrough->removeDeviceListener();
 }
 
-int CAPlayThroughHost::stop()
+bool CAPlayThroughHost::start()
 {
-    return mPlayThrough ? mPlayThrough->stop() : 0;
+    return mPlayThrough && mPlayThrough->start();
+}
+
+bool CAPlayThroughHost::stop()
+{
+    return !mPlayThrough || mPlayThrough->stop();
 }
 
 bool CAPlayThroughHost::isRunning() const
 {
     return mPlayThrough && mPlayThrough->isRunning();
+}
+
+bool CAPlayThroughHost::isValid() const
+{
+    return mPlayThrough && mPlayThrough->isValid();
+}
+
+CAPlayThroughFault CAPlayThroughHost::fault() const
+{
+    return mPlayThrough ? mPlayThrough->fault() : CAPlayThroughFault::InputDevice;
+}
+
+QString CAPlayThroughHost::errorString() const
+{
+    return mPlayThrough ? mPlayThrough->errorString() : QString();
 }
 
 } // namespace spindrel

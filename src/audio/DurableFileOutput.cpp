@@ -20,6 +20,8 @@ namespace spindrel {
 
 namespace {
 constexpr int kBufferSize = 64 * 1024;
+// The reserve grows in steps of this much, so that not every write asks for room.
+constexpr int64_t kAllocationStep = 64 * 1024;
 
 QString systemError(int error)
 {
@@ -70,13 +72,18 @@ DurableFileOutput::~DurableFileOutput()
 int DurableFileOutput::writePacket(void* opaque, uint8_t* buffer, int size)
 {
     auto* self = static_cast<DurableFileOutput*>(opaque);
+    if (const int failure = self->failureCode())
+        return AVERROR(failure);
+    if (!self->keepRoomFor(std::max(self->mSize, self->mPosition + size)))
+        return AVERROR(self->failureCode());
     for (int done = 0; done < size;) {
         const ssize_t written = ::pwrite(self->mFd, buffer + done, size_t(size - done), self->mPosition);
         if (written < 0) {
             if (errno == EINTR)
                 continue;
             const int error = errno;
-            self->noteError(QStringLiteral("Could not write %1: %2").arg(self->mPath, systemError(error)));
+            self->noteFailure(error,
+                              QStringLiteral("Could not write %1: %2").arg(self->mPath, systemError(error)));
             return AVERROR(error);
         }
         done += int(written);
@@ -89,6 +96,34 @@ int DurableFileOutput::writePacket(void* opaque, uint8_t* buffer, int size)
     }
     self->mWake.notify_one();
     return size;
+}
+
+bool DurableFileOutput::keepRoomFor(int64_t end)
+{
+    if (mReserve <= 0 || !mCanAllocate)
+        return true;
+    const int64_t wanted = end + mReserve;
+    if (wanted <= mAllocatedEnd)
+        return true;
+    // Allocated beyond the end without changing the length: readers see the file as it is written.
+    const auto allocate = [this](int64_t until) {
+        int result;
+        do
+            result = ::fallocate(mFd, FALLOC_FL_KEEP_SIZE, mAllocatedEnd, until - mAllocatedEnd);
+        while (result < 0 && errno == EINTR);
+        if (result == 0)
+            mAllocatedEnd = until;
+        return result == 0;
+    };
+    if (allocate(wanted + kAllocationStep) || allocate(wanted))
+        return true;
+    const int error = errno;
+    if (error == EOPNOTSUPP || error == ENOSYS) {
+        mCanAllocate = false; // such a file system finishes without a reserve, as far as room allows
+        return true;
+    }
+    noteFailure(error, QStringLiteral("Could not keep room for %1: %2").arg(mPath, systemError(error)));
+    return false;
 }
 
 int64_t DurableFileOutput::seek(void* opaque, int64_t offset, int whence)
@@ -128,8 +163,12 @@ void DurableFileOutput::syncLoop()
         const int result = ::fdatasync(mFd);
         const int error = errno;
         lock.lock();
-        if (result < 0 && mError.isEmpty())
-            mError = QStringLiteral("Could not sync %1: %2").arg(mPath, systemError(error));
+        if (result < 0) {
+            if (mError.isEmpty())
+                mError = QStringLiteral("Could not sync %1: %2").arg(mPath, systemError(error));
+            int none = 0;
+            mFailureCode.compare_exchange_strong(none, error, std::memory_order_release);
+        }
         mSyncedUpTo = covered;
         mSynced.notify_all();
     }
@@ -150,11 +189,13 @@ QString DurableFileOutput::errorString() const
     return mError;
 }
 
-void DurableFileOutput::noteError(const QString& message)
+void DurableFileOutput::noteFailure(int error, const QString& message)
 {
     std::lock_guard lock(mMutex);
     if (mError.isEmpty())
         mError = message;
+    int none = 0;
+    mFailureCode.compare_exchange_strong(none, error != 0 ? error : EIO, std::memory_order_release);
 }
 
 void DurableFileOutput::syncFolderOf(const QString& path)

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QString>
+#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -14,6 +16,8 @@ namespace spindrel {
 /// is held under an exclusive flock for as long as this object lives (so that another process
 /// can tell it is being written), its name is synced into the folder at once, and whatever is
 /// written is synced to the disk by a thread of its own shortly after, never on the writer's.
+/// After the first failed write, allocation or sync it takes no more bytes, so that what is on the
+/// disk stays as it was at that moment.
 class DurableFileOutput
 {
 public:
@@ -32,6 +36,18 @@ public:
     bool flushAndSync();
     QString errorString() const;
     const QString& path() const { return mPath; }
+    int fileHandle() const { return mFd; }
+
+    /// Keeps `bytes` allocated to the file beyond what is written (on file systems that can), so
+    /// that the room to finish the file is there when the disk fills: a write for which the room
+    /// cannot be kept fails before anything of it is written. Set from the writer's thread.
+    void setReserve(int64_t bytes) { mReserve = bytes; }
+    /// Where the room allocated to the file ends; the file's length when nothing is reserved.
+    int64_t allocatedEnd() const { return std::max(mAllocatedEnd, mSize); }
+    /// True once a write, an allocation or a sync has failed.
+    bool hasFailed() const { return mFailureCode.load(std::memory_order_acquire) != 0; }
+    /// The system's error number of the first failure; 0 while there is none.
+    int failureCode() const { return mFailureCode.load(std::memory_order_acquire); }
 
     /// Syncs the folder holding `path`, so that a new name or a rename in it is on the disk too.
     static void syncFolderOf(const QString& path);
@@ -40,12 +56,17 @@ private:
     static int writePacket(void* opaque, uint8_t* buffer, int size);
     static int64_t seek(void* opaque, int64_t offset, int whence);
     void syncLoop();
-    void noteError(const QString& message);
+    bool keepRoomFor(int64_t end);
+    void noteFailure(int error, const QString& message);
 
     QString mPath;
     int mFd = -1;
     int64_t mPosition = 0;
     int64_t mSize = 0;
+    int64_t mReserve = 0;
+    int64_t mAllocatedEnd = 0;
+    bool mCanAllocate = true;
+    std::atomic<int> mFailureCode{0};
     AVIOContext* mContext = nullptr;
 
     mutable std::mutex mMutex;

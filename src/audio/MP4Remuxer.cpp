@@ -5,11 +5,14 @@
 #include "audio/FFmpegSupport.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 extern "C" {
@@ -232,6 +235,19 @@ bool MP4Remuxer::writeOrdinaryFile(const QString& source, int64_t length, const 
 {
     quietenFFmpeg();
     const QString temporary = temporaryPathFor(destination);
+    // A copy that cannot fit is not begun: it would only fill the disk before failing.
+    struct stat status;
+    struct statvfs disk;
+    const QByteArray sourceName = QFile::encodeName(source);
+    const int64_t needed =
+        length >= 0 ? length : (::stat(sourceName.constData(), &status) == 0 ? int64_t(status.st_size) : 0);
+    if (::statvfs(QFile::encodeName(QFileInfo(destination).absolutePath()).constData(), &disk) == 0 &&
+        int64_t(disk.f_bavail) * int64_t(disk.f_frsize) < needed) {
+        if (error)
+            *error = QStringLiteral("No room for the finished file beside %1: %2")
+                         .arg(source, QString::fromLocal8Bit(std::strerror(ENOSPC)));
+        return false;
+    }
     // Only a crash leaves one behind: whoever finishes `destination` holds the source's lock.
     QFile::remove(temporary);
     try {

@@ -20,6 +20,7 @@ public:
     /// temporary file beside `destination`, syncs it, renames it over `destination` and syncs the
     /// folder: `destination` is either untouched or complete. `primingFrames` are hidden at the
     /// start unless the source already hides them; kPrimingByCodec takes the AAC encoder's 1024.
+    /// Fails at once, writing nothing, when the disk has less room than the source takes.
     /// Writes the seconds of audio kept into `seconds` when given.
     static bool writeOrdinaryFile(const QString& source, int64_t length, const QString& destination,
                                   int primingFrames, QString* error, double* seconds = nullptr);

@@ -2,7 +2,6 @@
 
 #include "audio/AudioException.h"
 
-#include <mutex>
 #include <pulse/pulseaudio.h>
 
 namespace spindrel {
@@ -36,10 +35,7 @@ void sourceInfoReceived(pa_context*, const pa_source_info* info, int eol, void* 
 {
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
-        query->devices.push_back(
-            deviceInfo(info->name, info->description, info->index, info->sample_spec, info->channel_map,
-                       info->monitor_of_sink != PA_INVALID_INDEX,
-                       info->configured_latency ? info->configured_latency : info->latency));
+        query->devices.push_back(PulseDeviceInfo::fromSource(*info));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }
@@ -48,9 +44,7 @@ void sinkInfoReceived(pa_context*, const pa_sink_info* info, int eol, void* user
 {
     auto* query = static_cast<DeviceQuery*>(userdata);
     if (eol == 0 && info) {
-        query->devices.push_back(
-            deviceInfo(info->name, info->description, info->index, info->sample_spec, info->channel_map,
-                       false, info->configured_latency ? info->configured_latency : info->latency));
+        query->devices.push_back(PulseDeviceInfo::fromSink(*info));
     }
     pa_threaded_mainloop_signal(query->mainloop, 0);
 }
@@ -70,9 +64,76 @@ QString pulseError(pa_context* context)
     return QString::fromUtf8(pa_strerror(pa_context_errno(context)));
 }
 
+QString noAnswer()
+{
+    return QStringLiteral("no answer in time");
+}
+
+void clearStreamCallbacks(pa_stream* stream)
+{
+    pa_stream_set_state_callback(stream, nullptr, nullptr);
+    pa_stream_set_read_callback(stream, nullptr, nullptr);
+    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    pa_stream_set_overflow_callback(stream, nullptr, nullptr);
+    pa_stream_set_underflow_callback(stream, nullptr, nullptr);
+    pa_stream_set_started_callback(stream, nullptr, nullptr);
+    pa_stream_set_latency_update_callback(stream, nullptr, nullptr);
+    pa_stream_set_moved_callback(stream, nullptr, nullptr);
+    pa_stream_set_suspended_callback(stream, nullptr, nullptr);
+    pa_stream_set_event_callback(stream, nullptr, nullptr);
+    pa_stream_set_buffer_attr_callback(stream, nullptr, nullptr);
+}
+
 } // namespace
 
+PulseDeviceInfo PulseDeviceInfo::fromSource(const pa_source_info& info)
+{
+    return deviceInfo(info.name, info.description, info.index, info.sample_spec, info.channel_map,
+                      info.monitor_of_sink != PA_INVALID_INDEX,
+                      info.configured_latency ? info.configured_latency : info.latency);
+}
+
+PulseDeviceInfo PulseDeviceInfo::fromSink(const pa_sink_info& info)
+{
+    return deviceInfo(info.name, info.description, info.index, info.sample_spec, info.channel_map, false,
+                      info.configured_latency ? info.configured_latency : info.latency);
+}
+
 PulseConnection::PulseConnection(const QString& clientName)
+{
+    QString failure = start(clientName);
+    if (failure.isEmpty()) {
+        Locker lock(*this);
+        const bool settled = waitUntil(
+            [this] {
+                const pa_context_state_t state = pa_context_get_state(mContext);
+                return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
+            },
+            kAnswerTimeoutMs);
+        if (!settled)
+            failure = noAnswer();
+        else if (pa_context_get_state(mContext) != PA_CONTEXT_READY)
+            failure = pulseError(mContext);
+    }
+    if (!failure.isEmpty()) {
+        release();
+        throw AudioException(QStringLiteral("Could not connect to the sound server: ") + failure);
+    }
+}
+
+PulseConnection::PulseConnection(const QString& clientName,
+                                 std::function<void(PulseConnection&, State)> stateChanged)
+    : mStateChanged(std::move(stateChanged))
+{
+    if (!start(clientName).isEmpty() && pa_context_get_state(mContext) != PA_CONTEXT_FAILED) {
+        // Refused before the context got going: say so the way a failure later would.
+        mStartFailed = true;
+        Locker lock(*this);
+        mStateChanged(*this, State::Failed);
+    }
+}
+
+QString PulseConnection::start(const QString& clientName)
 {
     mMainloop = pa_threaded_mainloop_new();
     if (!mMainloop)
@@ -83,34 +144,24 @@ PulseConnection::PulseConnection(const QString& clientName)
         throw AudioException(QStringLiteral("Could not make a sound server context"));
     }
     pa_context_set_state_callback(mContext, &PulseConnection::contextStateChanged, this);
-    QString failure;
-    if (pa_context_connect(mContext, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
-        failure = pulseError(mContext);
-    } else if (pa_threaded_mainloop_start(mMainloop) < 0) {
-        failure = QStringLiteral("could not start the event loop");
-    } else {
-        Locker lock(*this);
-        for (;;) {
-            const pa_context_state_t state = pa_context_get_state(mContext);
-            if (state == PA_CONTEXT_READY)
-                break;
-            if (!PA_CONTEXT_IS_GOOD(state)) {
-                failure = pulseError(mContext);
-                break;
-            }
-            pa_threaded_mainloop_wait(mMainloop);
-        }
-    }
-    if (!failure.isEmpty()) {
-        pa_threaded_mainloop_stop(mMainloop);
+    if (pa_threaded_mainloop_start(mMainloop) < 0) {
         pa_context_set_state_callback(mContext, nullptr, nullptr);
         pa_context_unref(mContext);
         pa_threaded_mainloop_free(mMainloop);
-        throw AudioException(QStringLiteral("Could not connect to the sound server: ") + failure);
+        throw AudioException(QStringLiteral("Could not start the sound server's event loop"));
     }
+    Locker lock(*this);
+    if (pa_context_connect(mContext, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+        return pulseError(mContext);
+    return {};
 }
 
 PulseConnection::~PulseConnection()
+{
+    release();
+}
+
+void PulseConnection::release()
 {
     {
         Locker lock(*this);
@@ -129,6 +180,15 @@ bool PulseConnection::isConnected() const
     return pa_context_get_state(mContext) == PA_CONTEXT_READY;
 }
 
+PulseConnection::State PulseConnection::state() const
+{
+    Locker lock(*this);
+    const pa_context_state_t state = pa_context_get_state(mContext);
+    if (mStartFailed || !PA_CONTEXT_IS_GOOD(state))
+        return State::Failed;
+    return state == PA_CONTEXT_READY ? State::Ready : State::Connecting;
+}
+
 QString PulseConnection::lastError() const
 {
     Locker lock(*this);
@@ -145,21 +205,65 @@ PulseConnection::Locker::~Locker()
     pa_threaded_mainloop_unlock(mMainloop);
 }
 
-void PulseConnection::contextStateChanged(pa_context*, void* self)
+void PulseConnection::contextStateChanged(pa_context* context, void* userdata)
 {
-    pa_threaded_mainloop_signal(static_cast<PulseConnection*>(self)->mMainloop, 0);
+    auto* self = static_cast<PulseConnection*>(userdata);
+    pa_threaded_mainloop_signal(self->mMainloop, 0);
+    if (!self->mStateChanged)
+        return;
+    const pa_context_state_t state = pa_context_get_state(context);
+    if (state == PA_CONTEXT_READY)
+        self->mStateChanged(*self, State::Ready);
+    else if (!PA_CONTEXT_IS_GOOD(state))
+        self->mStateChanged(*self, State::Failed);
 }
 
-void PulseConnection::waitFor(pa_operation* operation) const
+bool PulseConnection::waitUntil(const std::function<bool()>& done, int timeoutMs) const
+{
+    if (done())
+        return true;
+    // The loop's thread wakes the waiter when the time is up, as it does for every other event.
+    struct Alarm
+    {
+        pa_threaded_mainloop* mainloop;
+        bool rang = false;
+    } alarm{mMainloop};
+    pa_time_event* event = pa_context_rttime_new(
+        mContext, pa_rtclock_now() + pa_usec_t(timeoutMs) * PA_USEC_PER_MSEC,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* userdata) {
+            auto* alarm = static_cast<Alarm*>(userdata);
+            alarm->rang = true;
+            pa_threaded_mainloop_signal(alarm->mainloop, 0);
+        },
+        &alarm);
+    bool result = done();
+    while (!result && !alarm.rang) {
+        pa_threaded_mainloop_wait(mMainloop);
+        result = done();
+    }
+    if (event)
+        pa_threaded_mainloop_get_api(mMainloop)->time_free(event);
+    return result;
+}
+
+bool PulseConnection::waitFor(pa_operation* operation) const
 {
     if (!operation)
-        return;
+        return false;
     pa_operation_set_state_callback(operation, operationStateChanged, mMainloop);
-    while (pa_operation_get_state(operation) == PA_OPERATION_RUNNING &&
-           PA_CONTEXT_IS_GOOD(pa_context_get_state(mContext)))
-        pa_threaded_mainloop_wait(mMainloop);
+    waitUntil(
+        [this, operation] {
+            return pa_operation_get_state(operation) != PA_OPERATION_RUNNING ||
+                   !PA_CONTEXT_IS_GOOD(pa_context_get_state(mContext));
+        },
+        kAnswerTimeoutMs);
     pa_operation_set_state_callback(operation, nullptr, nullptr);
+    const bool finished = pa_operation_get_state(operation) == PA_OPERATION_DONE;
+    // A late answer must not reach the caller's query, which is gone by then.
+    if (pa_operation_get_state(operation) == PA_OPERATION_RUNNING)
+        pa_operation_cancel(operation);
     pa_operation_unref(operation);
+    return finished;
 }
 
 std::vector<PulseDeviceInfo> PulseConnection::sources() const
@@ -254,19 +358,31 @@ pa_stream* PulseConnection::connectStream(Direction direction, const char* name,
                            : pa_stream_connect_playback(stream, target, &attributes, pa_stream_flags_t(flags),
                                                         nullptr, nullptr);
     if (result == 0) {
-        for (;;) {
-            const pa_stream_state_t state = pa_stream_get_state(stream);
-            if (state == PA_STREAM_READY)
-                return stream;
-            if (!PA_STREAM_IS_GOOD(state))
-                break;
-            pa_threaded_mainloop_wait(mMainloop);
+        const bool settled = waitUntil(
+            [stream] {
+                const pa_stream_state_t state = pa_stream_get_state(stream);
+                return state == PA_STREAM_READY || !PA_STREAM_IS_GOOD(state);
+            },
+            kAnswerTimeoutMs);
+        if (pa_stream_get_state(stream) == PA_STREAM_READY)
+            return stream;
+        if (!settled) {
+            *error = noAnswer();
+            clearStreamCallbacks(stream);
+            // Should the server answer after all, the stream it makes is let go at once.
+            pa_stream_set_state_callback(
+                stream,
+                [](pa_stream* late, void*) {
+                    if (pa_stream_get_state(late) == PA_STREAM_READY)
+                        pa_stream_disconnect(late);
+                },
+                nullptr);
+            pa_stream_unref(stream);
+            return nullptr;
         }
     }
     *error = pulseError(mContext);
-    pa_stream_set_state_callback(stream, nullptr, nullptr);
-    pa_stream_set_read_callback(stream, nullptr, nullptr);
-    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    clearStreamCallbacks(stream);
     pa_stream_unref(stream);
     return nullptr;
 }
@@ -275,9 +391,7 @@ void PulseConnection::releaseStream(pa_stream*& stream)
 {
     if (!stream)
         return;
-    pa_stream_set_state_callback(stream, nullptr, nullptr);
-    pa_stream_set_read_callback(stream, nullptr, nullptr);
-    pa_stream_set_write_callback(stream, nullptr, nullptr);
+    clearStreamCallbacks(stream);
     if (PA_STREAM_IS_GOOD(pa_stream_get_state(stream)))
         pa_stream_disconnect(stream);
     pa_stream_unref(stream);
@@ -299,20 +413,11 @@ void PulseConnection::deliverSubscriptionEvent(PulseConnection* connection, unsi
 
 void PulseConnection::subscribe(unsigned mask, std::function<void(unsigned, uint32_t)> handler)
 {
-    Locker lock(*this);
     mSubscriber = std::move(handler);
     pa_context_set_subscribe_callback(mContext, subscriptionEventReceived, this);
-    waitFor(pa_context_subscribe(mContext, pa_subscription_mask_t(mask), nullptr, nullptr));
-}
-
-std::shared_ptr<PulseConnection> PulseConnection::shared()
-{
-    static std::mutex mutex;
-    static std::shared_ptr<PulseConnection> connection;
-    std::lock_guard lock(mutex);
-    if (!connection || !connection->isConnected())
-        connection = std::make_shared<PulseConnection>(QStringLiteral("Spindrel"));
-    return connection;
+    if (pa_operation* operation =
+            pa_context_subscribe(mContext, pa_subscription_mask_t(mask), nullptr, nullptr))
+        pa_operation_unref(operation);
 }
 
 } // namespace spindrel

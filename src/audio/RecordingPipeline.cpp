@@ -106,6 +106,9 @@ void RecordingPipeline::waitUntilDrained()
 void RecordingPipeline::encoderLoop(std::function<void()> drained)
 {
     for (;;) {
+        // A file that refused frames takes no more: the session ends at once, leaving the rest.
+        if (!mWriteOK.load(std::memory_order_acquire))
+            break;
         const bool ended = mCaptureEnded.load(std::memory_order_acquire);
         const size_t available = mRing.readAvailable() / mFileChannels;
         // While capturing, the last fade's worth stays behind so that the end of the session can
@@ -117,7 +120,7 @@ void RecordingPipeline::encoderLoop(std::function<void()> drained)
             std::this_thread::sleep_for(kPollInterval);
             continue;
         }
-        for (size_t left = ready; left > 0;) {
+        for (size_t left = ready; left > 0 && mWriteOK.load(std::memory_order_relaxed);) {
             const size_t count = std::min(left, kChunkFrames);
             left -= count;
             writeChunk(count, ended, left);

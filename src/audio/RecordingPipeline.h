@@ -16,7 +16,8 @@ class VORLExtendedAudioFile;
 /// Carries captured audio into a file: the capture side picks the recorded channels out of the
 /// device's frames into a ring; an encoder thread takes them out and writes the file. A session
 /// runs from beginSession() to endCapture(); sessions follow each other into the same file without
-/// a gap, with a few milliseconds of fade at each seam so that a pause leaves no click.
+/// a gap, with a few milliseconds of fade at each seam so that a pause leaves no click. A session
+/// also ends by itself when the file refuses frames (a full disk): its `drained` function runs then.
 class RecordingPipeline
 {
 public:

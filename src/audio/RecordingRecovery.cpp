@@ -1,6 +1,7 @@
 #include "audio/RecordingRecovery.h"
 
 #include "audio/DurableFileOutput.h"
+#include "audio/MP4InPlaceFinisher.h"
 #include "audio/MP4Remuxer.h"
 #include "foundation/Log.h"
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace spindrel {
@@ -70,8 +72,12 @@ class FileLock
 {
 public:
     explicit FileLock(const QString& path)
-        : mFd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC))
     {
+        // Writable, for a finish in place; a file that cannot be written can still be remuxed.
+        const QByteArray name = QFile::encodeName(path);
+        mFd = ::open(name.constData(), O_RDWR | O_CLOEXEC);
+        if (mFd < 0 && (errno == EACCES || errno == EROFS || errno == EPERM))
+            mFd = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
         if (mFd >= 0 && ::flock(mFd, LOCK_EX | LOCK_NB) == 0)
             mLocked = true;
         else
@@ -86,6 +92,7 @@ public:
     FileLock& operator=(const FileLock&) = delete;
 
     bool locked() const { return mLocked; }
+    int fileHandle() const { return mFd; }
     bool heldElsewhere() const { return mFd >= 0 && !mLocked && mError == EWOULDBLOCK; }
     QString errorString() const { return QString::fromLocal8Bit(std::strerror(mError)); }
 
@@ -147,6 +154,47 @@ int64_t RecordingRecovery::recoverableLength(const QString& path)
     return recoverable;
 }
 
+namespace {
+
+// Makes the in-progress file the tape where it lies, without room for a second copy.
+RecordingRecovery::Result& finishWhereItLies(int fileHandle, RecordingRecovery::Result& result,
+                                             const QString& target, const QString& remuxError)
+{
+    const QString source = logSourceName(__FILE__);
+    const QString& path = result.source;
+    // The room the recorder kept allocated beyond the end is still the file's after a crash.
+    struct stat status;
+    const int64_t allocated = ::fstat(fileHandle, &status) == 0 ? int64_t(status.st_blocks) * 512 : 0;
+    const MP4InPlaceFinisher::Result finished =
+        MP4InPlaceFinisher::finish(fileHandle, path, target, MP4Remuxer::kPrimingByCodec, allocated);
+    if (finished.outcome == MP4InPlaceFinisher::Outcome::Failed) {
+        result.message = remuxError.isEmpty() ? finished.message : remuxError;
+        logError(source,
+                 QStringLiteral("Could not recover the interrupted recording %1: %2; the file is kept")
+                     .arg(path, remuxError.isEmpty()
+                                    ? finished.message
+                                    : remuxError + QStringLiteral("; in place: ") + finished.message));
+        return result;
+    }
+    const QFileInfo info(target);
+    result.seconds = finished.seconds;
+    result.startedAt = info.birthTime().isValid()
+                           ? info.birthTime()
+                           : info.lastModified().addMSecs(-qint64(result.seconds * 1000.0));
+    result.recovered = target;
+    result.outcome = RecordingRecovery::Outcome::Recovered;
+    logLine(QStringLiteral("%1 : Recovered %2 s of an interrupted recording from %3 into %4 where it lies%5")
+                .arg(source)
+                .arg(result.seconds, 0, 'f', 1)
+                .arg(path, target,
+                     finished.outcome == MP4InPlaceFinisher::Outcome::Fragmented
+                         ? QStringLiteral(", still fragmented (") + finished.message + QLatin1Char(')')
+                         : QString()));
+    return result;
+}
+
+} // namespace
+
 RecordingRecovery::Result RecordingRecovery::recoverFile(const QString& path)
 {
     Result result;
@@ -168,6 +216,11 @@ RecordingRecovery::Result RecordingRecovery::recoverFile(const QString& path)
     }
 
     const QFileInfo info(path);
+    QString wanted = path;
+    wanted.chop(inProgressSuffix().size());
+    // A finish in place that a crash cut short only needs its last steps.
+    if (MP4InPlaceFinisher::isInterruptedFinish(lock.fileHandle()))
+        return finishWhereItLies(lock.fileHandle(), result, freeNameFor(wanted), QString());
     const int64_t length = recoverableLength(path);
     if (length <= 0) {
         result.message = QStringLiteral("it holds no complete second of audio");
@@ -176,18 +229,11 @@ RecordingRecovery::Result RecordingRecovery::recoverFile(const QString& path)
                              .arg(path, result.message));
         return result;
     }
-    QString wanted = path;
-    wanted.chop(inProgressSuffix().size());
     const QString target = freeNameFor(wanted);
     QString error;
     if (!MP4Remuxer::writeOrdinaryFile(path, length, target, MP4Remuxer::kPrimingByCodec, &error,
-                                       &result.seconds)) {
-        result.message = error;
-        logError(source,
-                 QStringLiteral("Could not recover the interrupted recording %1: %2; the file is kept")
-                     .arg(path, error));
-        return result;
-    }
+                                       &result.seconds))
+        return finishWhereItLies(lock.fileHandle(), result, target, error); // no room for a copy?
     const QDateTime born = info.birthTime();
     result.startedAt = born.isValid() ? born : info.lastModified().addMSecs(-qint64(result.seconds * 1000.0));
     QFile::remove(path);

@@ -1,27 +1,26 @@
 #include "audio/VORLAudioDevice.h"
 
-#include "audio/AudioException.h"
+#include "audio/PulseServerWatch.h"
+#include "audio/VORLAudioHardware.h"
 
 namespace spindrel {
 
 VORLAudioDevice::VORLAudioDevice(const QString& deviceUID) : mUID(deviceUID)
 {
-    std::shared_ptr<PulseConnection> connection;
-    try {
-        connection = PulseConnection::shared();
-    } catch (const AudioException&) {
+    const std::shared_ptr<const PulseDeviceSnapshot> devices = VORLAudioHardware::devices();
+    if (!devices) {
         mServerReachable = false; // a device without properties
         return;
     }
-    mSource = connection->source(deviceUID);
-    mSink = connection->sink(deviceUID);
-    if (!mSource || !mSink) {
-        const std::optional<PulseServerInfo> server = connection->serverInfo();
-        if (server && !mSource)
-            mDefaultSource = connection->source(server->defaultSourceName);
-        if (server && !mSink)
-            mDefaultSink = connection->sink(server->defaultSinkName);
-    }
+    auto copy = [](const PulseDeviceInfo* info) {
+        return info ? std::optional<PulseDeviceInfo>(*info) : std::nullopt;
+    };
+    mSource = copy(devices->source(deviceUID));
+    mSink = copy(devices->sink(deviceUID));
+    if (!mSource)
+        mDefaultSource = copy(devices->source(devices->server.defaultSourceName));
+    if (!mSink)
+        mDefaultSink = copy(devices->sink(devices->server.defaultSinkName));
 }
 
 VORLAudioDevice::VORLAudioDevice(std::optional<PulseDeviceInfo> source, std::optional<PulseDeviceInfo> sink)

@@ -8,11 +8,11 @@
 namespace spindrel {
 
 /// One audio device, identified by its UID: the sound server's name of a source (input, the
-/// monitors of outputs included) or a sink (output). The server is asked about the device once,
-/// when the object is made. A UID the server does not know (or an empty one) stands for the
-/// default device: names, channels, rates and the streams made for it are the default device's,
-/// while deviceUID() and equality keep the UID asked for, so an unplugged device that was stored
-/// is still told apart from the devices present.
+/// monitors of outputs included) or a sink (output). The device takes what the server last said
+/// about it (VORLAudioHardware) when the object is made. A UID the server does not know (or an
+/// empty one) stands for the default device: names, channels, rates and the streams made for it
+/// are the default device's, while deviceUID() and equality keep the UID asked for, so an
+/// unplugged device that was stored is still told apart from the devices present.
 class VORLAudioDevice
 {
 public:
@@ -36,7 +36,7 @@ public:
     double nominalSampleRate(unsigned direction) const;
     /// True when the server has a device with this UID for the direction.
     bool isPresent(unsigned direction) const;
-    /// False when the sound server could not be reached as the device was made.
+    /// False when there was no sound server as the device was made.
     bool serverReachable() const { return mServerReachable; }
     /// Why the device cannot deliver input, for messages; empty when it can.
     QString inputProblem() const;

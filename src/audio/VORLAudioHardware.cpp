@@ -1,15 +1,23 @@
 #include "audio/VORLAudioHardware.h"
 
 #include "audio/AudioException.h"
-#include "audio/PulseConnection.h"
+#include "audio/PulseServerWatch.h"
 
 #include <algorithm>
-#include <pulse/pulseaudio.h>
 
 namespace spindrel {
 
 namespace {
-constexpr int kReconnectIntervalMs = 2000;
+
+// The same devices: by name, and by the server's index, which a device made anew does not keep.
+bool sameDevices(const std::vector<PulseDeviceInfo>& before, const std::vector<PulseDeviceInfo>& now)
+{
+    return std::equal(before.begin(), before.end(), now.begin(), now.end(),
+                      [](const PulseDeviceInfo& a, const PulseDeviceInfo& b) {
+                          return a.name == b.name && a.index == b.index;
+                      });
+}
+
 } // namespace
 
 VORLAudioHardware* VORLAudioHardware::sharedInstance()
@@ -19,113 +27,140 @@ VORLAudioHardware* VORLAudioHardware::sharedInstance()
 }
 
 VORLAudioHardware::VORLAudioHardware()
+    : mFirstAnswerDeadline(std::chrono::steady_clock::now() +
+                           std::chrono::milliseconds(kFirstAnswerTimeoutMs))
 {
-    // Without a server there are no notices; once one answers again the device list is new.
-    mReconnectTimer.setInterval(kReconnectIntervalMs);
-    connect(&mReconnectTimer, &QTimer::timeout, this, &VORLAudioHardware::connectToServer);
-    connectToServer();
-    mReconnectTimer.start();
+    mCheckTimer.setInterval(kCheckIntervalMs);
+    connect(&mCheckTimer, &QTimer::timeout, this, &VORLAudioHardware::checkServer);
+    watchServer();
+    mCheckTimer.start();
+    // Who makes the hardware finds it knowing the server, unless the server keeps silent.
+    std::unique_lock lock(mMutex);
+    waitForFirstAnswer(lock);
 }
 
 VORLAudioHardware::~VORLAudioHardware()
 {
-    mReconnectTimer.stop();
-    mConnection.reset(); // stops the server thread before the state it uses goes away
+    mCheckTimer.stop();
+    mWatch.reset(); // stops the server thread before the state it uses goes away
 }
 
-void VORLAudioHardware::connectToServer()
+void VORLAudioHardware::watchServer()
 {
-    if (mConnection && mConnection->isConnected())
-        return;
-    const bool lost = mConnection != nullptr;
-    mConnection.reset();
+    PulseServerWatch::Listener listener;
+    listener.devicesFetched = [this](std::shared_ptr<const PulseDeviceSnapshot> devices) {
+        devicesFetched(std::move(devices));
+    };
+    listener.answered = [this] { serverAnswered(); };
+    listener.failed = [this](bool silent) { serverFailed(silent); };
     try {
-        mConnection = std::make_shared<PulseConnection>(QStringLiteral("Spindrel device notices"));
+        mWatch = std::make_unique<PulseServerWatch>(QStringLiteral("Spindrel device notices"),
+                                                    std::move(listener));
     } catch (const AudioException&) {
-        if (lost)
-            deliver(&VORLAudioHardware::deviceListDidChange, &VORLAudioHardwareDelegate::deviceListDidChange);
-        return;
+        serverFailed(false);
     }
-    mConnection->subscribe(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
-                               PA_SUBSCRIPTION_MASK_SERVER,
-                           [this](unsigned event, uint32_t index) { serverEvent(event, index); });
-    {
-        PulseConnection::Locker lock(*mConnection);
-        queryDefaultSource(false);
-    }
-    if (lost)
-        deliver(&VORLAudioHardware::deviceListDidChange, &VORLAudioHardwareDelegate::deviceListDidChange);
 }
 
-void VORLAudioHardware::serverEvent(unsigned event, uint32_t index)
+void VORLAudioHardware::checkServer()
 {
-    const unsigned facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
-    const unsigned type = event & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
-    const bool device = facility == PA_SUBSCRIPTION_EVENT_SINK || facility == PA_SUBSCRIPTION_EVENT_SOURCE;
-    if (device && (type == PA_SUBSCRIPTION_EVENT_NEW || type == PA_SUBSCRIPTION_EVENT_REMOVE)) {
+    if (mWatch && mWatch->hasFailed())
+        mWatch.reset();
+    if (!mWatch) {
+        watchServer();
+        return;
+    }
+    if (mWatch->unansweredMs() > kNotRespondingMs) {
+        // A stopped or hung server keeps its socket open and takes connections: only its silence
+        // tells. The watch flags a failure before it takes the lock, so none is overwritten here.
+        std::lock_guard lock(mMutex);
+        if (!mWatch->hasFailed())
+            setState(ServerState::NotResponding);
+        return;
+    }
+    mWatch->probe();
+}
+
+void VORLAudioHardware::devicesFetched(std::shared_ptr<const PulseDeviceSnapshot> devices)
+{
+    // Notices and state changes are posted under the lock, so they arrive in the order they happened.
+    std::lock_guard lock(mMutex);
+    const std::shared_ptr<const PulseDeviceSnapshot> before = std::exchange(mDevices, devices);
+    // Devices coming back after an outage, or after someone was told there were none, are news.
+    bool listChanged = !before && (mState != ServerState::Unknown || mSeenWithoutDevices);
+    mSeenWithoutDevices = false;
+    if (before) {
+        listChanged =
+            !sameDevices(before->sources, devices->sources) || !sameDevices(before->sinks, devices->sinks);
+        const QString& defaultName = devices->server.defaultSourceName;
+        if (before->server.defaultSourceName != defaultName) {
+            postNotice(&VORLAudioHardware::defaultInputDeviceDidChange,
+                       &VORLAudioHardwareDelegate::defaultInputDeviceDidChange, mDefaultNoticePending);
+        } else {
+            const PulseDeviceInfo* was = before->source(defaultName);
+            const PulseDeviceInfo* is = devices->source(defaultName);
+            if (was && is && was->index == is->index && was->sampleRate != is->sampleRate) {
+                postNotice(&VORLAudioHardware::defaultInputDeviceSampleRateDidChange,
+                           &VORLAudioHardwareDelegate::defaultInputDeviceSampleRateDidChange,
+                           mRateNoticePending);
+            }
+        }
+    }
+    if (listChanged) {
         postNotice(&VORLAudioHardware::deviceListDidChange, &VORLAudioHardwareDelegate::deviceListDidChange,
                    mListNoticePending);
     }
-    if (facility == PA_SUBSCRIPTION_EVENT_SERVER ||
-        (facility == PA_SUBSCRIPTION_EVENT_SOURCE && type == PA_SUBSCRIPTION_EVENT_CHANGE &&
-         index == mDefaultSourceIndex))
-        queryDefaultSource(true);
+    // After the notices, so that who rebuilds on the state change finds that done already.
+    setState(ServerState::Running);
 }
 
-void VORLAudioHardware::queryDefaultSource(bool reportChanges)
+void VORLAudioHardware::serverAnswered()
 {
-    struct Query
-    {
-        VORLAudioHardware* hardware;
-        bool reportChanges;
-    };
-    auto serverInfo = [](pa_context* context, const pa_server_info* info, void* userdata) {
-        auto* query = static_cast<Query*>(userdata);
-        VORLAudioHardware* self = query->hardware;
-        if (!info || !info->default_source_name) {
-            delete query;
-            return;
-        }
-        const QString name = QString::fromUtf8(info->default_source_name);
-        if (name != self->mDefaultSourceName) {
-            if (query->reportChanges) {
-                self->postNotice(&VORLAudioHardware::defaultInputDeviceDidChange,
-                                 &VORLAudioHardwareDelegate::defaultInputDeviceDidChange,
-                                 self->mDefaultNoticePending);
-            }
-            self->mDefaultSourceName = name;
-            self->mDefaultSourceIndex = PA_INVALID_INDEX;
-        }
-        auto sourceInfo = [](pa_context*, const pa_source_info* source, int eol, void* userdata) {
-            auto* query = static_cast<Query*>(userdata);
-            if (eol != 0 || !source) {
-                if (eol != 0)
-                    delete query;
-                return;
-            }
-            VORLAudioHardware* self = query->hardware;
-            const bool sameDevice = source->index == self->mDefaultSourceIndex;
-            if (sameDevice && source->sample_spec.rate != self->mDefaultSourceRate && query->reportChanges) {
-                self->postNotice(&VORLAudioHardware::defaultInputDeviceSampleRateDidChange,
-                                 &VORLAudioHardwareDelegate::defaultInputDeviceSampleRateDidChange,
-                                 self->mRateNoticePending);
-            }
-            self->mDefaultSourceIndex = source->index;
-            self->mDefaultSourceRate = source->sample_spec.rate;
-        };
-        pa_operation* operation =
-            pa_context_get_source_info_by_name(context, info->default_source_name, sourceInfo, query);
-        if (operation)
-            pa_operation_unref(operation);
-        else
-            delete query;
-    };
-    auto* query = new Query{this, reportChanges};
-    pa_operation* operation = pa_context_get_server_info(mConnection->context(), serverInfo, query);
-    if (operation)
-        pa_operation_unref(operation);
-    else
-        delete query;
+    std::lock_guard lock(mMutex);
+    if (mState == ServerState::NotResponding && mDevices)
+        setState(ServerState::Running);
+}
+
+void VORLAudioHardware::serverFailed(bool silent)
+{
+    std::lock_guard lock(mMutex);
+    // A server that does not answer is there still, and it is looked for again.
+    if (silent && mState == ServerState::NotResponding)
+        return;
+    // No list notice: a server that restarts must not make anyone forget the devices they chose.
+    mDevices.reset();
+    setState(ServerState::NotRunning);
+}
+
+void VORLAudioHardware::setState(ServerState state)
+{
+    if (mState == state)
+        return;
+    mState = state;
+    mStateKnown.notify_all();
+    QMetaObject::invokeMethod(
+        this, [this, state] { Q_EMIT serverStateDidChange(state); }, Qt::QueuedConnection);
+}
+
+VORLAudioHardware::ServerState VORLAudioHardware::serverState() const
+{
+    std::unique_lock lock(mMutex);
+    waitForFirstAnswer(lock);
+    return mState;
+}
+
+void VORLAudioHardware::waitForFirstAnswer(std::unique_lock<std::mutex>& lock) const
+{
+    if (mState == ServerState::Unknown)
+        mStateKnown.wait_until(lock, mFirstAnswerDeadline, [this] { return mState != ServerState::Unknown; });
+}
+
+std::shared_ptr<const PulseDeviceSnapshot> VORLAudioHardware::currentDevices()
+{
+    std::unique_lock lock(mMutex);
+    waitForFirstAnswer(lock);
+    if (!mDevices)
+        mSeenWithoutDevices = true;
+    return mDevices;
 }
 
 void VORLAudioHardware::postNotice(void (VORLAudioHardware::*signal)(),
@@ -164,84 +199,69 @@ void VORLAudioHardware::removeDelegate(VORLAudioHardwareDelegate* delegate)
     mDelegates.removeAll(delegate);
 }
 
+std::shared_ptr<const PulseDeviceSnapshot> VORLAudioHardware::devices()
+{
+    return sharedInstance()->currentDevices();
+}
+
 VORLAudioDevice VORLAudioHardware::defaultInputDevice()
 {
-    try {
-        const auto server = PulseConnection::shared()->serverInfo();
-        return VORLAudioDevice(server ? server->defaultSourceName : QString());
-    } catch (const AudioException&) {
-        return VORLAudioDevice();
-    }
+    const auto devices = VORLAudioHardware::devices();
+    return VORLAudioDevice(devices ? devices->server.defaultSourceName : QString());
 }
 
 VORLAudioDevice VORLAudioHardware::defaultOutputDevice()
 {
-    try {
-        const auto server = PulseConnection::shared()->serverInfo();
-        return VORLAudioDevice(server ? server->defaultSinkName : QString());
-    } catch (const AudioException&) {
-        return VORLAudioDevice();
-    }
+    const auto devices = VORLAudioHardware::devices();
+    return VORLAudioDevice(devices ? devices->server.defaultSinkName : QString());
 }
 
 QList<VORLAudioDevice> VORLAudioHardware::recordingDevices()
 {
-    std::vector<PulseDeviceInfo> sources;
-    try {
-        sources = PulseConnection::shared()->sources();
-    } catch (const AudioException&) {
+    const auto devices = VORLAudioHardware::devices();
+    if (!devices)
         return {};
-    }
+    std::vector<PulseDeviceInfo> sources = devices->sources;
     std::stable_partition(sources.begin(), sources.end(),
                           [](const PulseDeviceInfo& info) { return !info.isMonitor; });
-    QList<VORLAudioDevice> devices;
+    QList<VORLAudioDevice> result;
     for (PulseDeviceInfo& info : sources)
-        devices.append(VORLAudioDevice(std::move(info), std::nullopt));
-    return devices;
+        result.append(VORLAudioDevice(std::move(info), std::nullopt));
+    return result;
 }
 
 QList<VORLAudioDevice> VORLAudioHardware::playbackDevices()
 {
-    std::vector<PulseDeviceInfo> sinks;
-    try {
-        sinks = PulseConnection::shared()->sinks();
-    } catch (const AudioException&) {
+    const auto devices = VORLAudioHardware::devices();
+    if (!devices)
         return {};
-    }
-    QList<VORLAudioDevice> devices;
-    for (PulseDeviceInfo& info : sinks)
-        devices.append(VORLAudioDevice(std::nullopt, std::move(info)));
-    return devices;
+    QList<VORLAudioDevice> result;
+    for (const PulseDeviceInfo& info : devices->sinks)
+        result.append(VORLAudioDevice(std::nullopt, info));
+    return result;
 }
 
 quint32 VORLAudioHardware::deviceIDForDeviceUID(const QString& deviceUID)
 {
-    if (deviceUID.isEmpty())
+    const auto devices = VORLAudioHardware::devices();
+    if (!devices)
         return 0;
-    try {
-        const auto connection = PulseConnection::shared();
-        if (const auto source = connection->source(deviceUID))
-            return source->index + 1;
-        if (const auto sink = connection->sink(deviceUID))
-            return sink->index + 1;
-    } catch (const AudioException&) {
-    }
+    if (const PulseDeviceInfo* source = devices->source(deviceUID))
+        return source->index + 1;
+    if (const PulseDeviceInfo* sink = devices->sink(deviceUID))
+        return sink->index + 1;
     return 0;
 }
 
 QString VORLAudioHardware::deviceUIDForDeviceID(quint32 deviceID, unsigned direction)
 {
-    if (deviceID == 0)
+    const auto devices = VORLAudioHardware::devices();
+    if (deviceID == 0 || !devices)
         return {};
-    try {
-        const auto connection = PulseConnection::shared();
-        const auto devices =
-            direction == VORLAudioDevice::Input ? connection->sources() : connection->sinks();
-        for (const PulseDeviceInfo& info : devices) {
-            if (info.index + 1 == deviceID)
-                return info.name;
-        }
-    } catch (const AudioException&) {
+    for (const PulseDeviceInfo& info :
+         direction == VORLAudioDevice::Input ? devices->sources : devices->sinks) {
+        if (info.index + 1 == deviceID)
+            return info.name;
     }
     return {};
 }

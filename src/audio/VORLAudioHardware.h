@@ -6,11 +6,15 @@
 #include <QObject>
 #include <QTimer>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 
 namespace spindrel {
 
-class PulseConnection;
+struct PulseDeviceSnapshot;
+class PulseServerWatch;
 
 /// Receives the hardware notices, on the main thread.
 class VORLAudioHardwareDelegate
@@ -25,17 +29,41 @@ public:
 /// The sound server's devices and the notices of their changes. The notices arrive on the main
 /// thread both as signals and as calls to every registered delegate; a burst of server events
 /// (a device plugged in makes a sink, its monitor and a module appear) gives one notice.
+///
+/// The queries never wait on the server: they read what it last said, which a connection of
+/// the hardware's own keeps up to date from the server's events. Only the very first query of
+/// the process waits for the server's first answer, and then at most kFirstAnswerTimeoutMs.
+/// When the server goes away the device lists are empty until it is back; the connection is
+/// made again by itself.
 class VORLAudioHardware : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The one instance; made on first use, which must be on the main thread.
+    enum class ServerState {
+        Unknown,       // no answer yet
+        Running,       // connected, devices known
+        NotRunning,    // no server, or the connection was lost
+        NotResponding, // connected, but the server has owed an answer for too long
+    };
+    Q_ENUM(ServerState)
+
+    static constexpr int kFirstAnswerTimeoutMs = 1000;
+    /// How long a server may owe an answer before it counts as not responding.
+    static constexpr int kNotRespondingMs = 2000;
+    /// How often a lost server is looked for again, and a connected one asked for a sign of life.
+    static constexpr int kCheckIntervalMs = 1000;
+
+    /// The one instance; made on first use, which must be on the main thread, and which waits
+    /// for the server's first answer like the queries do.
     static VORLAudioHardware* sharedInstance();
     ~VORLAudioHardware() override;
 
     void addDelegate(VORLAudioHardwareDelegate* delegate);
     void removeDelegate(VORLAudioHardwareDelegate* delegate);
+
+    /// Like the queries, waits for the server's first answer (at most kFirstAnswerTimeoutMs).
+    ServerState serverState() const;
 
     static VORLAudioDevice defaultInputDevice();
     static VORLAudioDevice defaultOutputDevice();
@@ -48,28 +76,42 @@ public:
     /// The UID of the source (direction 1) or sink (direction 0) with that identifier; empty
     /// when there is none.
     static QString deviceUIDForDeviceID(quint32 deviceID, unsigned direction);
+    /// What the server said last; null while there is no server.
+    static std::shared_ptr<const PulseDeviceSnapshot> devices();
 
 Q_SIGNALS:
     void defaultInputDeviceDidChange();
     void defaultInputDeviceSampleRateDidChange();
     void deviceListDidChange();
+    void serverStateDidChange(spindrel::VORLAudioHardware::ServerState state);
 
 private:
     VORLAudioHardware();
-    void connectToServer();
-    void serverEvent(unsigned event, uint32_t index); // on the server connection's thread
-    void queryDefaultSource(bool reportChanges);      // on the server connection's thread
+    std::shared_ptr<const PulseDeviceSnapshot> currentDevices();
+    void waitForFirstAnswer(std::unique_lock<std::mutex>& lock) const;
+    void checkServer(); // main thread
+    void watchServer(); // main thread
+    // On the watch's thread.
+    void devicesFetched(std::shared_ptr<const PulseDeviceSnapshot> devices);
+    void serverAnswered();
+    void serverFailed(bool silent);
+    /// With mMutex held; the signal follows on the main thread.
+    void setState(ServerState state);
     void postNotice(void (VORLAudioHardware::*signal)(), void (VORLAudioHardwareDelegate::*call)(),
-                    std::atomic<bool>& pending); // on the server connection's thread
+                    std::atomic<bool>& pending); // any thread
     void deliver(void (VORLAudioHardware::*signal)(), void (VORLAudioHardwareDelegate::*call)());
 
-    std::shared_ptr<PulseConnection> mConnection;
-    QTimer mReconnectTimer;
+    std::unique_ptr<PulseServerWatch> mWatch;
+    QTimer mCheckTimer;
     QList<VORLAudioHardwareDelegate*> mDelegates;
-    // State of the server connection's thread.
-    QString mDefaultSourceName;
-    uint32_t mDefaultSourceIndex = 0xffffffffu;
-    unsigned mDefaultSourceRate = 0;
+
+    mutable std::mutex mMutex;
+    mutable std::condition_variable mStateKnown;
+    std::chrono::steady_clock::time_point mFirstAnswerDeadline;
+    std::shared_ptr<const PulseDeviceSnapshot> mDevices;
+    ServerState mState = ServerState::Unknown;
+    bool mSeenWithoutDevices = false; // a query found no devices: their coming is a change
+
     // A notice waiting for the main thread; later events of the same kind join it.
     std::atomic<bool> mListNoticePending{false};
     std::atomic<bool> mDefaultNoticePending{false};

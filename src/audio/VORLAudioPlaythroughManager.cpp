@@ -16,9 +16,9 @@ VORLAudioPlaythroughManager::VORLAudioPlaythroughManager(const QString& inputDev
 
 VORLAudioPlaythroughManager::~VORLAudioPlaythroughManager() = default;
 
-void VORLAudioPlaythroughManager::start()
+bool VORLAudioPlaythroughManager::start()
 {
-    mPlayThroughHost->start();
+    return mPlayThroughHost->start();
 }
 
 void VORLAudioPlaythroughManager::stop()

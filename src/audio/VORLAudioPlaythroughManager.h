@@ -19,7 +19,8 @@ public:
     VORLAudioPlaythroughManager(const VORLAudioPlaythroughManager&) = delete;
     VORLAudioPlaythroughManager& operator=(const VORLAudioPlaythroughManager&) = delete;
 
-    void start();
+    /// False when play-through cannot run; the host says why.
+    bool start();
     void stop();
     bool isRunning() const;
 

@@ -3,13 +3,18 @@
 #include "audio/AudioException.h"
 #include "audio/DurableFileOutput.h"
 #include "audio/FFmpegSupport.h"
+#include "audio/MP4InPlaceFinisher.h"
 #include "audio/MP4Remuxer.h"
 #include "audio/RecordingRecovery.h"
 #include "audio/VORLAudioDevice.h"
 #include "foundation/Log.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
@@ -34,7 +39,9 @@ struct VORLExtendedAudioFile::Impl
     int fileRate = 0;
     int channels = 0;
     int64_t inputFrames = 0;
+    int64_t packets = 0; // written to the muxer
     QString error;
+    int writeFailure = 0; // the system's error number of the first failed write
     bool open = false;
 
     std::unique_ptr<DurableFileOutput> output; // the in-progress file, locked while it lives
@@ -58,13 +65,18 @@ struct VORLExtendedAudioFile::Impl
     bool sendFrame(AVFrame* input);
     bool padToOneMillisecond();
     void finish();
+    bool finishWhereItLies(const QString& problem);
     void fail(const QString& message) { error = message; }
+    bool noteWriteFailure();
+    int64_t reserve() const;
 };
 
 namespace {
 
 // Fragments this long at most are lost when the process or the machine dies mid-recording.
 constexpr int64_t kFragmentMicroseconds = 500000;
+// Room kept for the tags and cover art that a new tape gets, beside its 'moov'.
+constexpr int64_t kTagRoom = 192 * 1024;
 
 int checked(int result, const char* what)
 {
@@ -73,12 +85,37 @@ int checked(int result, const char* what)
     return result;
 }
 
+// The folder as the user knows it: its name, or its path when it has none (the root).
+QString folderName(const QString& filename)
+{
+    const QString folder = QFileInfo(filename).absolutePath();
+    const QString name = QFileInfo(folder).fileName();
+    return name.isEmpty() ? QDir::toNativeSeparators(folder) : name;
+}
+
 double inputRateOf(const VORLAudioDevice& device)
 {
     const QString problem = device.inputProblem();
     if (!problem.isEmpty())
         throw AudioException(problem);
     return device.nominalSampleRate(VORLAudioDevice::Input);
+}
+
+// The details, which name files, go to the log; the user reads which folder and what happened.
+QString failureMessageFor(const QString& filename, int writeFailure)
+{
+    const QString folder = folderName(filename);
+    switch (writeFailure) {
+    case 0:
+        return VORLExtendedAudioFile::tr("The recording into “%1” failed.").arg(folder);
+    case ENOSPC:
+        return VORLExtendedAudioFile::tr("The disk holding “%1” is full.").arg(folder);
+    case EDQUOT:
+        return VORLExtendedAudioFile::tr("Your disk quota on the disk holding “%1” is used up.").arg(folder);
+    default:
+        return VORLExtendedAudioFile::tr("The recording could not be written to “%1”: %2.")
+            .arg(folder, QString::fromLocal8Bit(std::strerror(writeFailure)));
+    }
 }
 
 } // namespace
@@ -181,16 +218,39 @@ void VORLExtendedAudioFile::Impl::open_(const VORLAudioStreamBasicDescription& s
     // Written as fragments under an in-progress name until the recording is finished; each
     // fragment is on the disk soon after it is complete, so a crash costs only the last one.
     output = std::make_unique<DurableFileOutput>(RecordingRecovery::inProgressPath(filename));
+    output->setReserve(reserve());
     format->pb = output->ioContext();
     AVDictionary* options = nullptr;
     // Time in the movie header counts samples, so durations are exact.
     av_dict_set_int(&options, "movie_timescale", fileRate, 0);
     av_dict_set(&options, "movflags", "empty_moov+default_base_moof", 0);
     av_dict_set_int(&options, "frag_duration", kFragmentMicroseconds, 0);
-    const int written = avformat_write_header(format, &options);
+    int written = avformat_write_header(format, &options);
     av_dict_free(&options);
+    // The header goes to the disk at once, so that a disk too full to begin on says so here.
+    if (written >= 0) {
+        avio_flush(format->pb);
+        written = format->pb->error;
+    }
+    if (written < 0 && noteWriteFailure())
+        throw AudioException(failureMessageFor(filename, writeFailure));
     checked(written, "Could not write the file header");
     open = true;
+}
+
+int64_t VORLExtendedAudioFile::Impl::reserve() const
+{
+    // Room for the 'moov' that finishing in place writes, and as much again plus the tags for
+    // the first tag edit, which writes the grown 'moov' beside the old one.
+    const int64_t fragments = nextPts * 1000000 / (int64_t(fileRate) * kFragmentMicroseconds) + 2;
+    return 2 * MP4InPlaceFinisher::moovSizeBound(packets, fragments) + kTagRoom;
+}
+
+bool VORLExtendedAudioFile::Impl::noteWriteFailure()
+{
+    if (writeFailure == 0 && output && output->hasFailed())
+        writeFailure = output->failureCode();
+    return writeFailure != 0;
 }
 
 void VORLExtendedAudioFile::Impl::release()
@@ -302,9 +362,12 @@ bool VORLExtendedAudioFile::Impl::sendFrame(AVFrame* input)
         result = av_write_frame(format, packet);
         av_packet_unref(packet);
         if (result < 0) {
+            noteWriteFailure();
             fail(QStringLiteral("Could not write %1: %2").arg(filename, ffmpegErrorString(result)));
             return false;
         }
+        ++packets;
+        output->setReserve(reserve());
     }
     if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
         fail(QStringLiteral("Encoder failure: ") + ffmpegErrorString(result));
@@ -323,6 +386,11 @@ bool VORLExtendedAudioFile::writeFrames(const float* interleaved, size_t frames)
     }
     if (!d->error.isEmpty())
         return false;
+    // A sync that failed on the output's own thread ends the writing as a failed write does.
+    if (d->noteWriteFailure()) {
+        d->fail(d->output->errorString());
+        return false;
+    }
     constexpr size_t slice = 65536; // keeps the resampler's buffer bounded
     for (size_t done = 0; done < frames;) {
         const size_t count = std::min(slice, frames - done);
@@ -350,17 +418,31 @@ void VORLExtendedAudioFile::closeFile()
 void VORLExtendedAudioFile::Impl::finish()
 {
     const QString inProgress = output->path();
-    const int trailer = av_write_trailer(format);
     QString problem;
-    if (trailer < 0)
-        problem = ffmpegErrorString(trailer);
-    else if (!output->flushAndSync())
+    if (!noteWriteFailure()) {
+        const int trailer = av_write_trailer(format);
+        if (trailer < 0)
+            problem = ffmpegErrorString(trailer);
+        else if (!output->flushAndSync())
+            problem = output->errorString();
+        // Tags are only ever written into an ordinary file.
+        else if (!MP4Remuxer::writeOrdinaryFile(inProgress, -1, filename, codec->initial_padding, &problem))
+            problem = problem.isEmpty() ? QStringLiteral("the file could not be finished") : problem;
+        if (problem.isEmpty()) {
+            QFile::remove(inProgress);
+            DurableFileOutput::syncFolderOf(inProgress);
+            return;
+        }
+        noteWriteFailure();
+    } else {
+        output->flushAndSync();
         problem = output->errorString();
-    // Tags are only ever written into an ordinary file.
-    else if (!MP4Remuxer::writeOrdinaryFile(inProgress, -1, filename, codec->initial_padding, &problem))
-        problem = problem.isEmpty() ? QStringLiteral("the file could not be finished") : problem;
-    if (problem.isEmpty()) {
-        QFile::remove(inProgress);
+    }
+    if (finishWhereItLies(problem))
+        return;
+    // Not a single fragment reached the disk: there is nothing to keep.
+    if (writeFailure != 0 && RecordingRecovery::recoverableLength(inProgress) == 0 &&
+        QFile::remove(inProgress)) {
         DurableFileOutput::syncFolderOf(inProgress);
         return;
     }
@@ -370,6 +452,33 @@ void VORLExtendedAudioFile::Impl::finish()
              QStringLiteral("Could not finish %1: %2; the recording is kept in %3 and will be recovered the "
                             "next time the library is loaded")
                  .arg(filename, problem, inProgress));
+}
+
+bool VORLExtendedAudioFile::Impl::finishWhereItLies(const QString& problem)
+{
+    // No room for the ordinary file beside this one, or the disk refused a write: what is on the
+    // disk becomes the tape as it lies, in the room kept for that.
+    const auto result = MP4InPlaceFinisher::finish(output->fileHandle(), output->path(), filename,
+                                                   codec->initial_padding, output->allocatedEnd());
+    const QString source = logSourceName(__FILE__);
+    switch (result.outcome) {
+    case MP4InPlaceFinisher::Outcome::Ordinary:
+        logLine(QStringLiteral("%1 : Finished %2 where it lies (%3 s) after: %4")
+                    .arg(source, filename)
+                    .arg(result.seconds, 0, 'f', 1)
+                    .arg(problem));
+        return true;
+    case MP4InPlaceFinisher::Outcome::Fragmented:
+        logError(source, QStringLiteral("Kept %1 (%2 s) as fragments after: %3; no room to finish it: %4")
+                             .arg(filename)
+                             .arg(result.seconds, 0, 'f', 1)
+                             .arg(problem, result.message));
+        return true;
+    case MP4InPlaceFinisher::Outcome::Failed:
+        break;
+    }
+    logError(source, QStringLiteral("Could not finish %1 where it lies: %2").arg(filename, result.message));
+    return false;
 }
 
 bool VORLExtendedAudioFile::isOpen() const
@@ -418,6 +527,15 @@ QString VORLExtendedAudioFile::errorString() const
 {
     std::lock_guard lock(d->mutex);
     return d->error;
+}
+
+QString VORLExtendedAudioFile::failureMessage() const
+{
+    std::lock_guard lock(d->mutex);
+    d->noteWriteFailure();
+    if (d->writeFailure == 0 && d->error.isEmpty())
+        return QString();
+    return failureMessageFor(d->filename, d->writeFailure);
 }
 
 } // namespace spindrel

@@ -2,6 +2,7 @@
 
 #include "audio/VORLAudioStreamBasicDescription.h"
 
+#include <QCoreApplication>
 #include <QString>
 #include <cstdint>
 #include <memory>
@@ -17,8 +18,15 @@ class VORLAudioDevice;
 /// per channel of the stream format, at the input rate (the recording device's); they are resampled to the
 /// file's rate and encoded. Writing happens on one thread at a time (the recorder's encoder thread); the
 /// object itself is not tied to a thread.
+///
+/// Room to finish the file is kept allocated beyond its end as it grows. When a write fails (the
+/// disk is full, an I/O error), the file takes no more frames, and closing it makes a tape of what
+/// is on the disk where it lies (MP4InPlaceFinisher); so does a close that finds no room for the
+/// ordinary file beside the in-progress one.
 class VORLExtendedAudioFile
 {
+    Q_DECLARE_TR_FUNCTIONS(VORLExtendedAudioFile)
+
 public:
     /// Opens `filename` for writing. A stream format whose rate is 0 takes the device's rate.
     /// `bitrate` (bit/s) is used for AAC. Throws AudioException when the file cannot be made or
@@ -54,6 +62,8 @@ public:
     int64_t inputFramesWritten() const;
     /// Empty unless something failed.
     QString errorString() const;
+    /// Why writing failed, for the user: names the folder, never the file. Empty while nothing failed.
+    QString failureMessage() const;
 
 private:
     struct Impl;

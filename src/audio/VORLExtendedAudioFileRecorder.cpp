@@ -193,8 +193,9 @@ void VORLExtendedAudioFileRecorder::streamStateChanged(pa_stream* stream, void* 
 
 void VORLExtendedAudioFileRecorder::captureDrained(unsigned session)
 {
-    // A lost device ends the recording here, so the file is whole even if nobody closes it.
-    if (mCaptureLost.load())
+    // A lost device or a failed write (a full disk) ends the recording here, so that what is on the
+    // disk becomes a tape at once, even if nobody closes the file.
+    if (mCaptureLost.load() || !mPipeline->fileWritesSucceeded())
         mFile->closeFile();
     QMetaObject::invokeMethod(
         this, [this, session] { finishStop(session); }, Qt::QueuedConnection);
@@ -211,11 +212,13 @@ void VORLExtendedAudioFileRecorder::finishStop(unsigned session)
     }
     mRecording = false; // also when the capture ended by itself (a time limit, a lost device)
     if (mCaptureLost.exchange(false)) {
-        fail(QStringLiteral("Recording from %1 stopped: the device is gone").arg(mDevice.deviceName()));
+        fail(tr("Recording from %1 stopped: the device is gone.").arg(mDevice.deviceName()));
     } else if (!mPipeline->fileWritesSucceeded() && mError.isEmpty()) {
-        fail(QStringLiteral("Could not write the recording: ") + mFile->errorString());
+        logError(logSourceName(__FILE__), mFile->errorString());
+        fail(mFile->failureMessage());
     }
-    if (const quint64 dropped = mPipeline->droppedFrames(); dropped > 0) {
+    // After a failed write the capture went on into the void until now: nothing was lost to speed.
+    if (const quint64 dropped = mPipeline->droppedFrames(); dropped > 0 && mPipeline->fileWritesSucceeded()) {
         logError(logSourceName(__FILE__),
                  QStringLiteral("%1 frames were lost because the encoder fell behind").arg(dropped));
     }

@@ -29,8 +29,9 @@ public:
 /// Records chosen channels of an input device into a file. The sound server's thread only hands
 /// the samples over; an encoder thread writes them. Stopping and starting again continues the
 /// same file without a gap (pause and resume). If the device goes away or the server fails while
-/// recording, what was recorded is finished into a complete file, the file is closed and
-/// audioFileRecorderDidFail is emitted, followed by the did-stop notice.
+/// recording, or the file cannot be written (a full disk, an I/O error), the recording stops at
+/// once: what is in the file is finished into a complete one, the file is closed and
+/// audioFileRecorderDidFail is emitted with a message for the user, followed by the did-stop notice.
 class VORLExtendedAudioFileRecorder : public QObject
 {
     Q_OBJECT

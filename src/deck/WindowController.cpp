@@ -6,6 +6,7 @@
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/SoundEffectPlayer.h"
+#include "deck/SoundServerNotice.h"
 #include "deck/TapeBoxViewController.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
@@ -96,6 +97,7 @@ void WindowController::windowDidLoad()
         mWindow->move(saved);
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
+    mSoundServerNotice = std::make_unique<SoundServerNotice>(*this);
     // Tab goes from the keys to the search field and back.
     QWidget::setTabOrder(mSegmentedTapeButtonView, mTapeBox->searchField());
     QWidget::setTabOrder(mTapeBox->searchField(), mSegmentedTapeButtonView);
@@ -277,6 +279,9 @@ QString WindowController::systemOutputDeviceUID()
 
 void WindowController::createAudioInputMeter()
 {
+    // Without a server there is nothing to meter; the sound server notice brings the meter back.
+    if (VORLAudioHardware::sharedInstance()->serverState() != VORLAudioHardware::ServerState::Running)
+        return;
     try {
         mAudioInputMeter = std::make_unique<VORLAudioInputMeter>(mPreferences.recordingAudioDevice(),
                                                                  mPreferences.recordingAudioDeviceChannels());
@@ -349,6 +354,7 @@ void WindowController::windowWillClose()
     if (mAudioFileRecorder)
         mAudioFileRecorder->setDelegate(nullptr);
     mAudioFileRecorder.reset();
+    mSoundServerNotice.reset();
     destroyAudioInputMeter();
     removeStatusItem();
     unregisterHotkeys();

@@ -29,6 +29,7 @@ class DeckWindow;
 class HUDView;
 class SegmentedTapeButtonView;
 class SoundEffectPlayer;
+class SoundServerNotice;
 class TapeBoxViewController;
 class TapeLibraryArrayController;
 class TapeView;
@@ -314,6 +315,7 @@ private:
     std::unique_ptr<VORLExtendedAudioFileRecorder> mAudioFileRecorder;
     std::unique_ptr<VORLExtendedAudioFilePlayer> mAudioFilePlayer;
     std::unique_ptr<VORLAudioInputMeter> mAudioInputMeter;
+    std::unique_ptr<SoundServerNotice> mSoundServerNotice;
     bool mRecordingPaused = false;
     bool mWaitingForRecorder = false;
     bool mRecordingUnusable = false; // the recorder could not be made or has failed

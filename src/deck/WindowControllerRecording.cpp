@@ -54,11 +54,11 @@ void WindowController::startRecordingAudio()
     if (mAudioFileRecorder) {
         mAudioFileRecorder->setDelegate(this);
         if (mAudioFileRecorder->startRecording()) {
-            // A device that goes away later ends the recording; the recorder keeps what it has.
+            // A device that goes away or a disk that fills up later ends the recording; the
+            // recorder keeps what it has as a tape.
             connect(mAudioFileRecorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail, this,
                     [this](VORLExtendedAudioFileRecorder*, const QString& message) {
-                        recordingFailed(
-                            tr("The recording stopped: %1. What was recorded so far is kept.").arg(message));
+                        recordingFailed(tr("%1 What was recorded so far is kept.").arg(message));
                     });
         } else {
             error = mAudioFileRecorder->errorString();
@@ -159,10 +159,15 @@ void WindowController::finalizeRecordedFile()
                 file->closeFile();
             QFile::remove(mSelectedTape->filename());
         }
+        // After a failure the tags may not fit on the full disk: the failure is what the user
+        // needs to read, not that.
+        const QString failure = mRecordingUnusable ? deckMessage() : QString();
         if (NewRecording::finish(recorder.get(), *mSelectedTape))
             Q_EMIT recordingFinished(mSelectedTape);
         else
             discardUnrecordedTape();
+        if (!failure.isEmpty() && deckMessage() != failure)
+            showDeckMessage(failure);
     }
     mRecordingUnusable = false;
     mWaitingForRecorder = false;

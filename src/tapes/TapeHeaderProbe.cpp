@@ -104,6 +104,54 @@ QByteArray contentOf(int fileHandle, const Extent& extent)
     return bytes;
 }
 
+/// A fragmented file's track length in its media time scale: the samples of every whole fragment
+/// after `from`, counted from the fragment headers. A full disk can leave a tape like that.
+uint64_t fragmentedDuration(int fileHandle, const std::optional<Extent>& moov, uint64_t from, uint64_t end)
+{
+    uint32_t defaultDuration = 0;
+    if (const auto trex = child(fileHandle, child(fileHandle, moov, fourCC("mvex")), fourCC("trex")))
+        defaultDuration = wordAt(contentOf(fileHandle, *trex), 12);
+    uint64_t duration = 0;
+    for (uint64_t p = from; p < end;) {
+        const auto header = headerAt(fileHandle, p, end);
+        if (!header || !header->first.whole)
+            break;
+        p = header->first.end;
+        if (header->second != fourCC("moof"))
+            continue;
+        const auto traf = child(fileHandle, header->first, fourCC("traf"));
+        const auto tfhd = child(fileHandle, traf, fourCC("tfhd"));
+        if (!tfhd)
+            continue;
+        const QByteArray fragment = contentOf(fileHandle, *tfhd);
+        const quint32 flags = wordAt(fragment, 0);
+        // The optional fields before the default duration: base offset and description index.
+        const qsizetype at = 8 + ((flags & 0x1) ? 8 : 0) + ((flags & 0x2) ? 4 : 0);
+        const quint32 fragmentDefault = (flags & 0x8) ? wordAt(fragment, at) : defaultDuration;
+        for (uint64_t q = traf->content; q < traf->end;) {
+            const auto run = headerAt(fileHandle, q, traf->end);
+            if (!run)
+                break;
+            q = run->first.end;
+            if (run->second != fourCC("trun"))
+                continue;
+            const QByteArray samples = contentOf(fileHandle, run->first);
+            const quint32 runFlags = wordAt(samples, 0);
+            const quint32 count = wordAt(samples, 4);
+            if (!(runFlags & 0x100)) {
+                duration += uint64_t(count) * fragmentDefault;
+                continue;
+            }
+            const qsizetype first = 8 + ((runFlags & 0x1) ? 4 : 0) + ((runFlags & 0x4) ? 4 : 0);
+            const qsizetype stride = 4 * (1 + ((runFlags & 0x200) ? 1 : 0) + ((runFlags & 0x400) ? 1 : 0) +
+                                          ((runFlags & 0x800) ? 1 : 0));
+            for (quint32 i = 0; i < count && first + qsizetype(i) * stride + 4 <= samples.size(); ++i)
+                duration += wordAt(samples, first + qsizetype(i) * stride);
+        }
+    }
+    return duration;
+}
+
 } // namespace
 
 void Tape::parseMP4FileHeaders()
@@ -150,6 +198,16 @@ void Tape::parseMP4FileHeaders(int fileHandle)
         return;
     mDuration = double(float(duration) / float(timescale));
     mSamplerate = timescale;
+    if (duration == 0 && child(fileHandle, moov, fourCC("mvex"))) {
+        auto mdhd = child(fileHandle, moov, fourCC("trak"));
+        for (const uint32_t type : {fourCC("mdia"), fourCC("mdhd")})
+            mdhd = child(fileHandle, mdhd, type);
+        const QByteArray media = mdhd ? contentOf(fileHandle, *mdhd) : QByteArray();
+        const quint32 mediaTimescale = wordAt(media, wordAt(media, 0) == 0 ? 12 : 20);
+        if (mediaTimescale > 0)
+            mDuration =
+                double(fragmentedDuration(fileHandle, moov, moov->end, uint64_t(length))) / mediaTimescale;
+    }
 
     std::optional<Extent> stsd = child(fileHandle, moov, fourCC("trak"));
     for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")})

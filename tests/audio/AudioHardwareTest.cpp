@@ -56,13 +56,15 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
     EXPECT_EQ(input.numberOfChannelsForDirection(VORLAudioDevice::Output), 0u);
     EXPECT_TRUE(input.canRecordStereo());
     // The rate the server gives the device: 44.1 kHz on PulseAudio, 48 kHz on PipeWire.
-    const QStringList row = pactl({QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("sources")})
-                                .split(QLatin1Char('\n'))
-                                .filter(QRegularExpression(QStringLiteral("\\tvmic\\t")))
-                                .value(0)
-                                .split(QLatin1Char('\t'));
+    const QStringList row =
+        pactl({QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("sources")})
+            .split(QLatin1Char('\n'))
+            .filter(QRegularExpression(QStringLiteral("\\tvmic\\t")))
+            .value(0)
+            .split(QLatin1Char('\t'));
     const QString rate = row.value(3).section(QLatin1Char(' '), -1).remove(QStringLiteral("Hz"));
-    EXPECT_EQ(input.nominalSampleRate(VORLAudioDevice::Input), rate.toDouble()) << row.join(QLatin1Char('|')).toStdString();
+    EXPECT_EQ(input.nominalSampleRate(VORLAudioDevice::Input), rate.toDouble())
+        << row.join(QLatin1Char('|')).toStdString();
     EXPECT_TRUE(VORLAudioHardware::recordingDevices().contains(input));
 
     EXPECT_EQ(VORLAudioDevice(QStringLiteral("spk")).numberOfChannelsForDirection(VORLAudioDevice::Output),
@@ -87,9 +89,12 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
     EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QString()), 0u);
     EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("usb-headset-that-is-gone")), 0u);
 
+    // A device is known once the server has told about it: the notice says when.
+    QSignalSpy listChanged(VORLAudioHardware::sharedInstance(), &VORLAudioHardware::deviceListDidChange);
     const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
                                   QStringLiteral("sink_name=mono1"), QStringLiteral("channels=1")});
     ASSERT_FALSE(module.isEmpty());
+    ASSERT_TRUE(listChanged.wait(10000));
     const VORLAudioDevice mono(QStringLiteral("mono1.monitor"));
     EXPECT_EQ(mono.numberOfChannelsForDirection(VORLAudioDevice::Input), 1u);
     EXPECT_FALSE(mono.canRecordStereo());
@@ -106,13 +111,13 @@ TEST(AudioHardware, pluggingAndUnpluggingADeviceIsNoticedOnTheMainThread)
     const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
                                   QStringLiteral("sink_name=hotplug")});
     ASSERT_FALSE(module.isEmpty());
-    ASSERT_TRUE(listChanged.wait(3000));
+    ASSERT_TRUE(listChanged.wait(10000));
     EXPECT_GE(deck.listChanges, 1);
     EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("hotplug.monitor")));
 
     const int before = deck.listChanges;
     pactl({QStringLiteral("unload-module"), module});
-    ASSERT_TRUE(listChanged.wait(3000));
+    ASSERT_TRUE(listChanged.wait(10000));
     EXPECT_GT(deck.listChanges, before);
     EXPECT_FALSE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("hotplug.monitor")));
 
@@ -120,10 +125,10 @@ TEST(AudioHardware, pluggingAndUnpluggingADeviceIsNoticedOnTheMainThread)
     const int afterRemoval = deck.listChanges;
     const QString again = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
                                  QStringLiteral("sink_name=hotplug2")});
-    ASSERT_TRUE(listChanged.wait(3000));
+    ASSERT_TRUE(listChanged.wait(10000));
     EXPECT_EQ(deck.listChanges, afterRemoval) << "a removed delegate hears nothing";
     pactl({QStringLiteral("unload-module"), again});
-    EXPECT_TRUE(listChanged.wait(3000));
+    EXPECT_TRUE(listChanged.wait(10000));
 }
 
 TEST(AudioHardware, choosingAnotherDefaultInputIsNoticed)
@@ -132,9 +137,9 @@ TEST(AudioHardware, choosingAnotherDefaultInputIsNoticed)
     QSignalSpy defaultChanged(hardware, &VORLAudioHardware::defaultInputDeviceDidChange);
     QSignalSpy listChanged(hardware, &VORLAudioHardware::deviceListDidChange);
     pactl({QStringLiteral("set-default-source"), QStringLiteral("spk.monitor")});
-    ASSERT_TRUE(defaultChanged.wait(3000));
+    ASSERT_TRUE(defaultChanged.wait(10000));
     EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("spk.monitor"));
     pactl({QStringLiteral("set-default-source"), QStringLiteral("vmic")});
-    ASSERT_TRUE(defaultChanged.wait(3000));
+    ASSERT_TRUE(defaultChanged.wait(10000));
     EXPECT_EQ(listChanged.count(), 0) << "no device came or went";
 }

@@ -5,7 +5,6 @@
 #include "audio/VORLAudioPlaythroughManager.h"
 
 #include <QTest>
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -45,7 +44,7 @@ TEST(PlayThrough, theInputIsHeardOnTheOutputOnlyWhileRunning)
     ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
     VORLAudioPlaythroughManager manager(QStringLiteral("vmic"), QStringLiteral("spk"), {});
     EXPECT_FALSE(manager.isRunning());
-    manager.start();
+    EXPECT_TRUE(manager.start());
     EXPECT_TRUE(manager.isRunning());
     QTest::qWait(500);
     const auto heard = captureOutput(1.0);
@@ -82,25 +81,65 @@ TEST(PlayThrough, aChannelMapPicksTheInputChannelsHeard)
     EXPECT_LT(medianToneShare(left, 44100, 300.0), 0.2);
 }
 
+TEST(PlayThrough, oneChosenChannelIsHeardOnBothSides)
+{
+    TonePlayer tone(QStringLiteral("mic"), {440.0, 660.0});
+    ASSERT_TRUE(tone.isRunning());
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
+    VORLAudioPlaythroughManager manager(QStringLiteral("vmic"), QStringLiteral("spk"), {1});
+    EXPECT_EQ(engineOf(manager).channelSources(), (std::vector<int>{1, 1}));
+    ASSERT_TRUE(manager.start());
+    QTest::qWait(500);
+    const auto heard = captureOutput(1.0);
+    for (const int side : {0, 1}) {
+        const auto channel = channelOf(heard, 2, side, 44100);
+        EXPECT_GT(rmsDecibels(channel), -20.0) << "side " << side;
+        EXPECT_GT(medianToneShare(channel, 44100, 660.0), 0.8) << "side " << side;
+        EXPECT_LT(medianToneShare(channel, 44100, 440.0), 0.2) << "side " << side;
+    }
+}
+
 TEST(PlayThrough, absentDevicesAreTheDefaultOnesAndAFormatResetStartsAgain)
 {
     VORLAudioPlaythroughManager manager(QString(), QString(), {});
     EXPECT_EQ(engineOf(manager).inputDevice().mName, QStringLiteral("vmic"));
     EXPECT_EQ(engineOf(manager).outputDevice().mName, QStringLiteral("spk"));
+    EXPECT_TRUE(engineOf(manager).inputDevice().mFollowsDefault);
     EXPECT_FALSE(manager.isRunning());
     // A new engine after a change of the input's format runs even when the old one did not.
-    manager.playThroughHost()->reset();
+    EXPECT_TRUE(manager.playThroughHost()->reset());
     EXPECT_NE(manager.playThroughHost()->playThrough(), nullptr);
     EXPECT_TRUE(manager.isRunning());
 }
 
-TEST(PlayThroughDeathTest, anEngineThatCannotBeSetUpEndsTheProcess)
+TEST(PlayThrough, aDeviceTheServerDoesNotKnowIsRefusedRatherThanReplacedByTheDefault)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            setenv("PULSE_SERVER", "unix:/nonexistent/spindrel-socket", 1);
-            CAPlayThrough engine(0, 0, {});
-        },
-        testing::ExitedWithCode(1), "CAPlayThrough ERROR: Cannot Init CAPlayThrough");
+    CAPlayThrough engine(0, 100000, {});
+    EXPECT_FALSE(engine.isValid());
+    EXPECT_EQ(engine.fault(), CAPlayThroughFault::OutputDevice);
+    EXPECT_FALSE(engine.errorString().isEmpty());
+    EXPECT_FALSE(engine.start());
+    EXPECT_FALSE(engine.isRunning());
+}
+
+TEST(PlayThrough, withoutASoundServerSetUpFailsAndSaysSoWithoutEndingTheProcess)
+{
+    const QByteArray server = qgetenv("PULSE_SERVER");
+    qputenv("PULSE_SERVER", "unix:/nonexistent/spindrel-socket");
+    {
+        CAPlayThrough engine(0, 0, {});
+        EXPECT_FALSE(engine.isValid());
+        EXPECT_EQ(engine.fault(), CAPlayThroughFault::SoundServer);
+        EXPECT_TRUE(engine.errorString().contains(QStringLiteral("sound server")))
+            << engine.errorString().toStdString();
+        EXPECT_FALSE(engine.start());
+        EXPECT_TRUE(engine.stop()) << "nothing runs, so stopping cannot fail";
+
+        CAPlayThroughHost host(0, 0, {});
+        EXPECT_FALSE(host.start());
+        EXPECT_EQ(host.fault(), CAPlayThroughFault::SoundServer);
+        EXPECT_FALSE(host.reset());
+        EXPECT_FALSE(host.isRunning());
+    }
+    qputenv("PULSE_SERVER", server);
 }

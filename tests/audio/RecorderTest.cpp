@@ -1,9 +1,13 @@
 #include "AudioTestSupport.h"
 #include "PulseTestSupport.h"
+#include "RecordingTestFiles.h"
 #include "audio/RecordingPresets.h"
+#include "audio/RecordingRecovery.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -211,4 +215,60 @@ TEST(Recorder, aDeviceThatDisappearsEndsTheRecordingWithAValidFile)
     EXPECT_EQ(probed.codec, QStringLiteral("aac"));
     EXPECT_NEAR(probed.durationSeconds * 1000.0, recorder.currentTime(), 50.0);
     EXPECT_FALSE(recorder.startRecording()) << "a finished file takes no more";
+}
+
+TEST(Recorder, aWriteTheDiskRefusesStopsTheRecordingAtOnceAndWhatIsOnTheDiskIsAPlayableFile)
+{
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("Takes"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString path = folder + QStringLiteral("/refused.m4a");
+    TonePlayer tone(QStringLiteral("mic"), {kLeftTone, kRightTone});
+    ASSERT_TRUE(waitForSignal(QStringLiteral("vmic")));
+    const VORLAudioDevice device(QStringLiteral("vmic"));
+    const auto file =
+        RecordingPresets::audioFileForRecordingWithFilename(path, QStringLiteral("HQ"), true, device);
+    ASSERT_TRUE(file);
+    VORLExtendedAudioFileRecorder recorder(file, device, {0, 1});
+    QStringList notices;
+    QString message;
+    QObject::connect(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail,
+                     [&](VORLExtendedAudioFileRecorder*, const QString& text) {
+                         notices << QStringLiteral("fail");
+                         message = text;
+                     });
+    QObject::connect(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop,
+                     [&] { notices << QStringLiteral("stop"); });
+    QSignalSpy stopped(&recorder, &VORLExtendedAudioFileRecorder::audioFileRecorderDidStop);
+    {
+        // A few seconds of lossless audio fit, then the writes are refused.
+        const FileSizeLimit limit(300 * 1024);
+        ASSERT_TRUE(recorder.startRecording());
+        ASSERT_TRUE(stopped.wait(30000)) << "the recording went on after the failure";
+    }
+    EXPECT_EQ(notices, (QStringList{QStringLiteral("fail"), QStringLiteral("stop")}));
+    EXPECT_TRUE(message.contains(QStringLiteral("“Takes”"))) << message.toStdString();
+    EXPECT_TRUE(message.contains(QString::fromLocal8Bit(std::strerror(EFBIG)))) << message.toStdString();
+    EXPECT_FALSE(message.contains(QStringLiteral("refused"))) << "no file name: " << message.toStdString();
+    EXPECT_EQ(recorder.errorString(), message);
+    EXPECT_FALSE(recorder.isFileRecording());
+    EXPECT_FALSE(file->isOpen()) << "the recorder finished the file itself";
+    EXPECT_FALSE(recorder.startRecording()) << "a finished file takes no more";
+
+    // What was written before the refusal is a whole file, under its own name.
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("refused.m4a")});
+    const ProbedAudio probed = probeAudio(path);
+    ASSERT_TRUE(probed.ok);
+    EXPECT_EQ(probed.codec, QStringLiteral("alac"));
+    EXPECT_GT(probed.durationSeconds, 0.5);
+    EXPECT_LT(probed.durationSeconds * 1000.0, recorder.currentTime());
+    const DecodeCheck decoded = decodeAllPackets(path);
+    EXPECT_EQ(decoded.errors, 0);
+    EXPECT_NEAR(decoded.seconds(), probed.durationSeconds, 0.1);
+    const DecodedAudio audio = decodeAudio(path);
+    const size_t margin = size_t(audio.sampleRate / 20);
+    ASSERT_GT(audio.frames(), 4 * margin);
+    EXPECT_GT(
+        medianToneShare(audio.channel(0, margin, audio.frames() - 2 * margin), audio.sampleRate, kLeftTone),
+        0.9);
 }

@@ -3,6 +3,7 @@
 
 #include "AudioTestSupport.h"
 #include "DecodeCheck.h"
+#include "RecordingTestFiles.h"
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
 
@@ -18,40 +19,6 @@ using namespace spindrel::test;
 namespace {
 
 using Outcome = RecordingRecovery::Outcome;
-
-std::unique_ptr<VORLExtendedAudioFile> openRecording(const QString& path, const char* quality)
-{
-    const QString name = QString::fromLatin1(quality);
-    return std::make_unique<VORLExtendedAudioFile>(path,
-                                                   RecordingPresets::streamDescriptionForQuality(name, true),
-                                                   int(RecordingPresets::bitrateForQuality(name)), 44100.0);
-}
-
-void feedTone(VORLExtendedAudioFile& file, double seconds)
-{
-    const size_t total = size_t(seconds * 44100.0);
-    for (size_t done = 0; done < total;) {
-        const size_t piece = std::min<size_t>(total - done, 882);
-        const auto samples = sineFrames({440.0, 660.0}, 44100.0, piece, 0.5, done);
-        ASSERT_TRUE(file.writeFrames(samples.data(), piece)) << file.errorString().toStdString();
-        done += piece;
-    }
-}
-
-// What a process killed after `seconds` of recording leaves on the disk: the in-progress file
-// as it is at that moment, no longer locked by anybody.
-QString leaveCrashedRecording(const QTemporaryDir& dir, const QString& name, const char* quality,
-                              double seconds)
-{
-    const QString scratch = dir.filePath(QStringLiteral("scratch-") + name);
-    auto file = openRecording(scratch, quality);
-    feedTone(*file, seconds);
-    const QString leftover = dir.filePath(name + RecordingRecovery::inProgressSuffix());
-    EXPECT_TRUE(QFile::copy(RecordingRecovery::inProgressPath(scratch), leftover));
-    file->closeFile();
-    QFile::remove(scratch);
-    return leftover;
-}
 
 // Where each complete fragment ends: the ends of the 'mdat' boxes.
 std::vector<int64_t> fragmentEnds(const QString& path)

@@ -1,10 +1,13 @@
+#include "PlayThroughStreams.h"
 #include "TestPreferences.h"
 #include "audio/CAPlayThrough.h"
 #include "audio/CAPlayThroughHost.h"
 #include "audio/VORLAudioPlaythroughManager.h"
 #include "deck/SpindrelSoftwarePlayThroughManager.h"
 
+#include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -14,10 +17,25 @@ namespace K = DefaultsKeys;
 
 namespace {
 
+using State = SpindrelSoftwarePlayThroughManager::State;
+
 const CAPlayThrough* engineOf(const SpindrelSoftwarePlayThroughManager& manager)
 {
     const VORLAudioPlaythroughManager* running = manager.playthroughManager();
     return running && running->isRunning() ? running->playThroughHost()->playThrough() : nullptr;
+}
+
+// The streams are made on a worker: wait for one that plays `input` to `output`.
+bool waitForEngine(const SpindrelSoftwarePlayThroughManager& manager, const QString& input,
+                   const QString& output)
+{
+    return QTest::qWaitFor(
+        [&] {
+            const CAPlayThrough* engine = engineOf(manager);
+            return manager.state() == State::Running && engine && engine->inputDevice().mName == input &&
+                   engine->outputDevice().mName == output;
+        },
+        20000);
 }
 
 } // namespace
@@ -29,31 +47,49 @@ TEST(SoftwarePlayThrough, followsTheSwitchAndIsMadeAnewOnEachDeviceOrChannelChan
     preferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic"));
     preferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("spk"));
     SpindrelSoftwarePlayThroughManager manager(preferences);
-    EXPECT_EQ(manager.playthroughManager(), nullptr) << "off until the user turns it on";
+    QSignalSpy messages(&manager, &SpindrelSoftwarePlayThroughManager::playThroughMessage);
+    EXPECT_EQ(manager.state(), State::Off) << "off until the user turns it on";
+    EXPECT_EQ(manager.playthroughManager(), nullptr);
 
     preferences.setDefaultsValue(K::EnableSoftwarePlaythrough, true);
-    const CAPlayThrough* engine = engineOf(manager);
-    ASSERT_NE(engine, nullptr);
-    EXPECT_EQ(engine->inputDevice().mName, QStringLiteral("vmic"));
-    EXPECT_EQ(engine->outputDevice().mName, QStringLiteral("spk"));
+    EXPECT_EQ(manager.state(), State::Starting) << "the deck does not wait for the streams";
+    ASSERT_TRUE(waitForEngine(manager, QStringLiteral("vmic"), QStringLiteral("spk")));
 
     preferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic4"));
-    engine = engineOf(manager);
-    ASSERT_NE(engine, nullptr);
-    EXPECT_EQ(engine->inputDevice().mName, QStringLiteral("vmic4"));
-    EXPECT_EQ(engine->inputDevice().mChannels, 4u);
+    ASSERT_TRUE(waitForEngine(manager, QStringLiteral("vmic4"), QStringLiteral("spk")));
+    EXPECT_EQ(engineOf(manager)->inputDevice().mChannels, 4u);
 
     preferences.setDefaultsValue(K::RecordDeviceChannels, QVariantList{2, 3});
-    engine = engineOf(manager);
-    ASSERT_NE(engine, nullptr);
-    EXPECT_EQ(engine->channelMap(), (QList<int>{2, 3}));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return engineOf(manager) && engineOf(manager)->channelMap() == QList<int>{2, 3};
+        },
+        20000));
 
     preferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("mic"));
-    engine = engineOf(manager);
-    ASSERT_NE(engine, nullptr);
-    EXPECT_EQ(engine->outputDevice().mName, QStringLiteral("mic"));
-    EXPECT_EQ(engine->inputDevice().mName, QStringLiteral("vmic4")) << "the other choices stay";
+    ASSERT_TRUE(waitForEngine(manager, QStringLiteral("vmic4"), QStringLiteral("mic")))
+        << "the other choices stay";
 
     preferences.setDefaultsValue(K::EnableSoftwarePlaythrough, false);
+    EXPECT_EQ(manager.state(), State::Off);
     EXPECT_EQ(manager.playthroughManager(), nullptr);
+    EXPECT_EQ(messages.count(), 0) << "nothing went wrong";
+}
+
+TEST(SoftwarePlayThrough, aQuickRunOfChangesEndsOnTheLastOne)
+{
+    QTemporaryDir library;
+    TestPreferences preferences(library.path());
+    preferences.setDefaultsValue(K::EnableSoftwarePlaythrough, true);
+    SpindrelSoftwarePlayThroughManager manager(preferences);
+    preferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic4"));
+    preferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("mic"));
+    preferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic"));
+    preferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("spk"));
+    ASSERT_TRUE(waitForEngine(manager, QStringLiteral("vmic"), QStringLiteral("spk")));
+    // Superseded attempts are taken down: one engine plays, no leftovers linger.
+    QTest::qWait(500);
+    EXPECT_EQ(manager.state(), State::Running);
+    EXPECT_EQ(playThroughSinks(), QStringList{QStringLiteral("spk")});
+    EXPECT_EQ(playThroughSources(), QStringList{QStringLiteral("vmic")});
 }

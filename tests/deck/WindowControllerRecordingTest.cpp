@@ -1,5 +1,7 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
+#include "audio/DecodeCheck.h"
+#include "audio/RecordingRecovery.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
@@ -7,8 +9,10 @@
 
 #include <QDir>
 #include <QMenu>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
+#include <unistd.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -23,6 +27,29 @@ QString todaysName(const QString& title)
 {
     return QDate::currentDate().toString(QStringLiteral("[yyyy-MM-dd] ")) + title + QStringLiteral(".m4a");
 }
+
+/// A file system of 1 MB mounted over a folder, with `freeKB` left free, for as long as it lives.
+class SmallDisk
+{
+public:
+    SmallDisk(const QString& folder, int freeKB) : mFolder(folder)
+    {
+        mMounted = QProcess::execute(QStringLiteral("mount"),
+                                     {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                                      QStringLiteral("size=1m"), QStringLiteral("none"), folder}) == 0;
+        QFile filler(folder + QStringLiteral("/.filler"));
+        mMounted = mMounted && filler.open(QIODevice::WriteOnly) &&
+                   filler.write(QByteArray((1024 - freeKB) * 1024, '\0')) == (1024 - freeKB) * 1024;
+    }
+    ~SmallDisk() { QProcess::execute(QStringLiteral("umount"), {QStringLiteral("-l"), mFolder}); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+    bool isMounted() const { return mMounted; }
+
+private:
+    QString mFolder;
+    bool mMounted = false;
+};
 
 class RecordingTest : public DeckTest
 {
@@ -204,6 +231,55 @@ TEST_F(RecordingTest, ClosingTheWindowEndsTheRecordingAndWritesTheTape)
     const auto tags = MP4Tags::fromFile(tape->filename());
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
+}
+
+TEST_F(RecordingTest, ADiskThatFillsUpStopsTheRecordingWithAMessageAndTheTakeIsATape)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "mounting a small file system over the library needs root";
+    // Room for a few seconds of lossless audio and what it takes to finish and tag them.
+    SmallDisk disk(mLibraryPath, 420);
+    ASSERT_TRUE(disk.isMounted());
+    mPreferences->setDefaultsValue(K::RecordingQuality, QStringLiteral("HQ"));
+    WindowController& deck = openDeck();
+    feedTone(40.0);
+
+    clickSegment(0);
+    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    const TapePtr tape = deck.selectedTape();
+    ASSERT_NE(tape, nullptr);
+    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 60000))
+        << "the deck went on recording on a full disk";
+
+    EXPECT_EQ(deck.deckMessage(),
+              QStringLiteral("The disk holding “Library” is full. What was recorded so far is kept."));
+    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(0)) << "the record key came up";
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_FALSE(deck.hudView()->recordingMode());
+    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus"));
+    EXPECT_TRUE(deck.library().isMonitoring());
+
+    // The take is the tape in the box, named, tagged and playable; nothing is left in progress.
+    EXPECT_EQ(deck.selectedTape(), tape);
+    EXPECT_EQ(deck.library().content(), QList<TapePtr>{tape});
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    EXPECT_TRUE(QDir(mLibraryPath)
+                    .entryList({QLatin1Char('*') + RecordingRecovery::inProgressSuffix()}, QDir::Files)
+                    .isEmpty());
+    EXPECT_EQ(tape->quality(), QStringLiteral("HQ"));
+    EXPECT_GT(tape->duration(), 1.0);
+    const DecodeCheck decoded = decodeAllPackets(tape->filename());
+    EXPECT_EQ(decoded.errors, 0);
+    EXPECT_NEAR(decoded.seconds(), tape->duration(), 0.1);
+    const auto tags = MP4Tags::fromFile(tape->filename());
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
+    EXPECT_NE(deck.audioFilePlayer(), nullptr) << "the take is loaded for playing";
+
+    // The deck lets go of the disk before it goes.
+    mDeck->window()->close();
+    mDeck.reset();
 }
 
 } // namespace

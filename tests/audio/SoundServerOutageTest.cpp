@@ -1,0 +1,206 @@
+#include "PrivateSoundServer.h"
+#include "audio/AudioException.h"
+#include "audio/VORLAudioHardware.h"
+#include "audio/VORLAudioInputMeter.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <memory>
+
+using namespace spindrel;
+using namespace spindrel::test;
+using State = VORLAudioHardware::ServerState;
+
+namespace {
+
+class CountingDelegate : public VORLAudioHardwareDelegate
+{
+public:
+    void deviceListDidChange() override { ++listChanges; }
+    int listChanges = 0;
+};
+
+QStringList uids(const QList<VORLAudioDevice>& devices)
+{
+    QStringList result;
+    for (const VORLAudioDevice& device : devices)
+        result << device.deviceUID();
+    return result;
+}
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
+{
+    return QTest::qWaitFor(condition, timeoutMs);
+}
+
+bool stateIs(State state)
+{
+    return VORLAudioHardware::sharedInstance()->serverState() == state;
+}
+
+// Figures for the report, not for asserting: a busy machine may take its time.
+void report(const char* what, qint64 ms)
+{
+    std::cout << "[ measured ] " << what << ": " << ms << " ms" << std::endl;
+    ::testing::Test::RecordProperty(what, int(ms));
+}
+
+// One server for every case, so that the hardware, made once per process, always looks for the
+// same socket.
+class SoundServerOutage : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { sServer = std::make_unique<PrivateSoundServer>(); }
+    static void TearDownTestSuite() { sServer.reset(); }
+    void SetUp() override { sServer->use(); }
+    void TearDown() override { sServer->resume(); }
+
+    PrivateSoundServer& server() { return *sServer; }
+    static std::unique_ptr<PrivateSoundServer> sServer;
+};
+
+std::unique_ptr<PrivateSoundServer> SoundServerOutage::sServer;
+
+TEST_F(SoundServerOutage, aKilledServerEmptiesTheListsAtOnceAndIsFoundAgainWhenItComesBack)
+{
+    ASSERT_TRUE(server().start());
+    VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    ASSERT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
+    CountingDelegate deck;
+    hardware->addDelegate(&deck);
+    QSignalSpy states(hardware, &VORLAudioHardware::serverStateDidChange);
+
+    QElapsedTimer clock;
+    clock.start();
+    server().kill();
+    ASSERT_TRUE(states.wait(10000));
+    report("killed server to the hardware's notice", clock.elapsed());
+    EXPECT_EQ(states.last().at(0).value<State>(), State::NotRunning);
+    EXPECT_EQ(hardware->serverState(), State::NotRunning);
+    EXPECT_TRUE(VORLAudioHardware::recordingDevices().isEmpty());
+    EXPECT_TRUE(VORLAudioHardware::playbackDevices().isEmpty());
+    EXPECT_TRUE(VORLAudioHardware::defaultInputDevice().deviceUID().isEmpty());
+    const VORLAudioDevice gone(QStringLiteral("vmic"));
+    EXPECT_FALSE(gone.serverReachable());
+    EXPECT_EQ(gone.numberOfChannelsForDirection(VORLAudioDevice::Input), 0u);
+    EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic")), 0u);
+    EXPECT_THROW(VORLAudioInputMeter(gone, {0, 1}), AudioException);
+
+    // Looking for it again and again while it is gone changes nothing, and is no device change:
+    // that would make the preferences forget the devices the user chose.
+    QTest::qWait(2 * VORLAudioHardware::kCheckIntervalMs + 500);
+    EXPECT_EQ(hardware->serverState(), State::NotRunning);
+    EXPECT_EQ(deck.listChanges, 0);
+
+    ASSERT_TRUE(server().start());
+    clock.restart();
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    report("restarted server to the hardware's reconnection", clock.elapsed());
+    EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
+    EXPECT_TRUE(uids(VORLAudioHardware::playbackDevices()).contains(QStringLiteral("spk")));
+    EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("vmic"));
+    EXPECT_EQ(VORLAudioDevice(QStringLiteral("vmic")).numberOfChannelsForDirection(VORLAudioDevice::Input),
+              2u);
+    // The devices are back, which the deck hears as a device list change, before the state.
+    ASSERT_TRUE(waitUntil(
+        [&] { return !states.isEmpty() && states.last().at(0).value<State>() == State::Running; }, 10000));
+    EXPECT_EQ(deck.listChanges, 1);
+    hardware->removeDelegate(&deck);
+}
+
+TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAgainWhenItGoesOn)
+{
+    ASSERT_TRUE(server().start());
+    VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    VORLAudioInputMeter meter(VORLAudioDevice(QStringLiteral("vmic")), {0, 1});
+    meter.start();
+
+    QElapsedTimer sincePause;
+    sincePause.start();
+    server().pause();
+    {
+        HangGuard guard(server(), 10000);
+        QElapsedTimer clock;
+        clock.start();
+        const QList<VORLAudioDevice> inputs = VORLAudioHardware::recordingDevices();
+        const QList<VORLAudioDevice> outputs = VORLAudioHardware::playbackDevices();
+        const VORLAudioDevice input = VORLAudioHardware::defaultInputDevice();
+        const VORLAudioDevice byUID(QStringLiteral("spk"));
+        const quint32 id = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic"));
+        meter.levels();
+        report("queries on a stopped server", clock.elapsed());
+        ASSERT_FALSE(guard.finish()) << "a query waited on the stopped server";
+        // What the server said last.
+        EXPECT_TRUE(uids(inputs).contains(QStringLiteral("vmic")));
+        EXPECT_TRUE(uids(outputs).contains(QStringLiteral("spk")));
+        EXPECT_EQ(input.deviceUID(), QStringLiteral("vmic"));
+        EXPECT_EQ(byUID.numberOfChannelsForDirection(VORLAudioDevice::Output), 2u);
+        EXPECT_NE(id, 0u);
+    }
+
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotResponding); }, 10000));
+    report("stopped server to the hardware's notice", sincePause.elapsed());
+    EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
+    {
+        // What has to ask the server gives up instead of waiting for it.
+        HangGuard guard(server(), 10000);
+        QElapsedTimer clock;
+        clock.start();
+        meter.stop();
+        EXPECT_THROW(VORLAudioInputMeter(VORLAudioDevice(QStringLiteral("vmic")), {0, 1}), AudioException);
+        report("a meter made on a stopped server gives up after", clock.elapsed());
+        ASSERT_FALSE(guard.finish()) << "making a meter waited on the stopped server";
+    }
+
+    QSignalSpy states(hardware, &VORLAudioHardware::serverStateDidChange);
+    server().resume();
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    VORLAudioInputMeter again(VORLAudioDevice(QStringLiteral("vmic")), {0, 1});
+    again.start();
+    EXPECT_TRUE(again.isRunning());
+    ASSERT_TRUE(waitUntil([&] { return !states.isEmpty(); }, 10000));
+    EXPECT_EQ(states.last().at(0).value<State>(), State::Running);
+}
+
+TEST_F(SoundServerOutage, withoutAServerQueriesAnswerAtOnceAndAServerStartedLaterIsFound)
+{
+    // Only the first case of a process finds the hardware new; later ones make the server go.
+    server().kill();
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_TRUE(VORLAudioHardware::recordingDevices().isEmpty());
+    report("first query without a server", clock.elapsed());
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotRunning); }, 10000));
+    EXPECT_TRUE(VORLAudioHardware::defaultOutputDevice().sinkName().isEmpty());
+    EXPECT_FALSE(VORLAudioDevice(QStringLiteral("vmic")).serverReachable());
+
+    ASSERT_TRUE(server().start());
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    EXPECT_EQ(VORLAudioHardware::defaultOutputDevice().sinkName(), QStringLiteral("spk"));
+    EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("mic.monitor")));
+}
+
+TEST_F(SoundServerOutage, aServerStoppedBeforeTheFirstQueryHoldsItUpOnlyBriefly)
+{
+    ASSERT_TRUE(server().start());
+    server().pause();
+    HangGuard guard(server(), 10000);
+    QElapsedTimer clock;
+    clock.start();
+    const VORLAudioDevice input = VORLAudioHardware::defaultInputDevice();
+    report("first query on a stopped server", clock.elapsed());
+    ASSERT_FALSE(guard.finish()) << "the first query waited on the stopped server";
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotResponding); }, 10000));
+
+    server().resume();
+    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("vmic"));
+}
+
+} // namespace
