@@ -1,12 +1,12 @@
 #include "audio/DurableFileOutput.h"
 
 #include "audio/AudioException.h"
+#include "foundation/Error.h"
 #include "foundation/Log.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -22,11 +22,6 @@ namespace {
 constexpr int kBufferSize = 64 * 1024;
 // The reserve grows in steps of this much, so that not every write asks for room.
 constexpr int64_t kAllocationStep = 64 * 1024;
-
-QString systemError(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 } // namespace
 
 DurableFileOutput::DurableFileOutput(const QString& path) : mPath(path)
@@ -34,13 +29,14 @@ DurableFileOutput::DurableFileOutput(const QString& path) : mPath(path)
     const QByteArray name = QFile::encodeName(path);
     mFd = ::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     if (mFd < 0)
-        throw AudioException(QStringLiteral("Could not create %1: %2").arg(path, systemError(errno)));
+        throw AudioException(
+            QStringLiteral("Could not create %1: %2").arg(path, Error::systemErrorText(errno)));
     // Held until the file is finished; a crash lets go of it with the process.
     if (::flock(mFd, LOCK_EX) < 0) {
         // Some network file systems have no locks: the recording still goes on, but another
         // process loading the library there could take it for an interrupted one.
         logError(logSourceName(__FILE__),
-                 QStringLiteral("Could not lock %1: %2").arg(path, systemError(errno)));
+                 QStringLiteral("Could not lock %1: %2").arg(path, Error::systemErrorText(errno)));
     }
     syncFolderOf(path);
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
@@ -82,8 +78,9 @@ int DurableFileOutput::writePacket(void* opaque, uint8_t* buffer, int size)
             if (errno == EINTR)
                 continue;
             const int error = errno;
-            self->noteFailure(error,
-                              QStringLiteral("Could not write %1: %2").arg(self->mPath, systemError(error)));
+            self->noteFailure(
+                error,
+                QStringLiteral("Could not write %1: %2").arg(self->mPath, Error::systemErrorText(error)));
             return AVERROR(error);
         }
         done += int(written);
@@ -122,7 +119,8 @@ bool DurableFileOutput::keepRoomFor(int64_t end)
         mCanAllocate = false; // such a file system finishes without a reserve, as far as room allows
         return true;
     }
-    noteFailure(error, QStringLiteral("Could not keep room for %1: %2").arg(mPath, systemError(error)));
+    noteFailure(error,
+                QStringLiteral("Could not keep room for %1: %2").arg(mPath, Error::systemErrorText(error)));
     return false;
 }
 
@@ -165,7 +163,7 @@ void DurableFileOutput::syncLoop()
         lock.lock();
         if (result < 0) {
             if (mError.isEmpty())
-                mError = QStringLiteral("Could not sync %1: %2").arg(mPath, systemError(error));
+                mError = QStringLiteral("Could not sync %1: %2").arg(mPath, Error::systemErrorText(error));
             int none = 0;
             mFailureCode.compare_exchange_strong(none, error, std::memory_order_release);
         }

@@ -2,10 +2,12 @@
 
 #include "MP4Tags/MP4Atom.h"
 #include "MP4Tags/MP4Box.h"
+#include "MP4Tags/MP4FileLayout.h"
 #include "MP4Tags/PositionedIO.h"
 #include "audio/DurableFileOutput.h"
 #include "audio/MP4Remuxer.h"
 #include "audio/RecordingRecovery.h"
+#include "foundation/Error.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -13,9 +15,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <optional>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -58,14 +58,7 @@ constexpr size_t kMaxSamples = 50 * 1000 * 1000;
 using Outcome = MP4InPlaceFinisher::Outcome;
 using Result = MP4InPlaceFinisher::Result;
 
-struct TopBox
-{
-    uint64_t offset = 0;
-    uint64_t size = 0;
-    uint32_t type = 0;
-    uint32_t headerLength = 8;
-    uint64_t end() const { return offset + size; }
-};
+using TopBox = MP4FileLayout::Box;
 
 // Reads big-endian fields one after another; `ok` turns false at the first that is not there.
 struct Fields
@@ -104,28 +97,17 @@ QByteArray bigEndian64(uint64_t value)
     return bytes;
 }
 
-QString systemError(int error)
+// The top-level boxes that lie whole in the file, up to the first that does not (or runs to the
+// end with size 0, as a recording's last box never does).
+std::vector<TopBox> topLevelBoxes(int fileHandle)
 {
-    return QString::fromLocal8Bit(std::strerror(error));
-}
-
-int64_t fileLengthOf(int fileHandle)
-{
-    struct stat status;
-    return ::fstat(fileHandle, &status) == 0 ? int64_t(status.st_size) : -1;
-}
-
-// The top-level boxes that lie whole in the file, up to the first that does not.
-std::vector<TopBox> topLevelBoxes(int fileHandle, uint64_t length)
-{
+    MP4FileLayout layout;
+    MP4FileLayout::read(fileHandle, layout);
     std::vector<TopBox> boxes;
-    for (uint64_t at = 0; at < length;) {
-        BoxHeader header;
-        if (!readBoxHeaderAt(fileHandle, at, length, header) || header.toEnd ||
-            header.size < header.headerLength || header.size > length - at)
+    for (const TopBox& box : layout.boxes) {
+        if (box.toEnd)
             break;
-        boxes.push_back({at, header.size, header.type, header.headerLength});
-        at += header.size;
+        boxes.push_back(box);
     }
     return boxes;
 }
@@ -425,7 +407,7 @@ bool retype(int fileHandle, uint64_t offset, uint32_t type)
 bool renameTo(const QString& from, const QString& to, QString* why)
 {
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) < 0) {
-        *why = systemError(errno);
+        *why = Error::systemErrorText(errno);
         return false;
     }
     DurableFileOutput::syncFolderOf(to);
@@ -440,12 +422,12 @@ Result completeFinish(int fileHandle, const std::vector<TopBox>& boxes, uint64_t
     Result result;
     for (const TopBox& box : boxes) {
         if (box.type == Moof && box.end() <= moov && !retype(fileHandle, box.offset, Free)) {
-            result.message = systemError(errno);
+            result.message = Error::systemErrorText(errno);
             return result;
         }
     }
     if (!syncData(fileHandle)) {
-        result.message = systemError(errno);
+        result.message = Error::systemErrorText(errno);
         return result;
     }
     if (!renameTo(path, destination, &result.message))
@@ -462,8 +444,8 @@ Result keepFragmented(int fileHandle, const QString& path, const QString& destin
     Result result;
     if (::ftruncate(fileHandle, length) < 0 || !syncData(fileHandle) ||
         !renameTo(path, destination, &result.message)) {
-        result.message =
-            reason + QStringLiteral("; ") + (result.message.isEmpty() ? systemError(errno) : result.message);
+        result.message = reason + QStringLiteral("; ") +
+                         (result.message.isEmpty() ? Error::systemErrorText(errno) : result.message);
         return result;
     }
     result.outcome = Outcome::Fragmented;
@@ -517,11 +499,11 @@ int64_t MP4InPlaceFinisher::moovSizeBound(int64_t packets, int64_t fragments)
 
 bool MP4InPlaceFinisher::isInterruptedFinish(int fileHandle)
 {
-    const int64_t length = fileLengthOf(fileHandle);
+    const int64_t length = fileLength(fileHandle);
     if (length <= 0)
         return false;
     const ReadAheadScope readAhead(fileHandle);
-    return isInterrupted(fileHandle, topLevelBoxes(fileHandle, uint64_t(length)));
+    return isInterrupted(fileHandle, topLevelBoxes(fileHandle));
 }
 
 MP4InPlaceFinisher::Result MP4InPlaceFinisher::finish(int fileHandle, const QString& path,
@@ -529,7 +511,7 @@ MP4InPlaceFinisher::Result MP4InPlaceFinisher::finish(int fileHandle, const QStr
                                                       int64_t allocatedEnd)
 {
     Result result;
-    const int64_t length = fileLengthOf(fileHandle);
+    const int64_t length = fileLength(fileHandle);
     if (length <= 0) {
         result.message = QStringLiteral("it is empty");
         return result;
@@ -537,7 +519,7 @@ MP4InPlaceFinisher::Result MP4InPlaceFinisher::finish(int fileHandle, const QStr
     std::vector<TopBox> boxes;
     {
         const ReadAheadScope readAhead(fileHandle);
-        boxes = topLevelBoxes(fileHandle, uint64_t(length));
+        boxes = topLevelBoxes(fileHandle);
         if (isInterrupted(fileHandle, boxes))
             return completeFinish(fileHandle, boxes, onlyMoov(boxes)->offset, path, destination,
                                   movieSeconds(fileHandle, *onlyMoov(boxes)));
@@ -600,12 +582,12 @@ MP4InPlaceFinisher::Result MP4InPlaceFinisher::finish(int fileHandle, const QStr
     const uint64_t least = std::max(uint64_t(length), moovEnd + 8);
     if (!(writeTail(std::max(least, uint64_t(std::max<int64_t>(allocatedEnd, 0)))) || writeTail(least)) ||
         !syncData(fileHandle)) {
-        const QString reason = systemError(errno);
+        const QString reason = Error::systemErrorText(errno);
         return keepFragmented(fileHandle, path, destination, complete, reason, seconds);
     }
     // From here on the file is read through the new 'moov'.
     if (!retype(fileHandle, oldMoov, Free) || !syncData(fileHandle)) {
-        const QString reason = systemError(errno);
+        const QString reason = Error::systemErrorText(errno);
         if (!retype(fileHandle, oldMoov, Moov) || !syncData(fileHandle)) {
             result.message = reason;
             return result;

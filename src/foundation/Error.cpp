@@ -19,8 +19,13 @@ QString Error::localizedDescription() const
     if (!text.isEmpty())
         return text;
     if (mDomain == PosixDomain)
-        return QString::fromLocal8Bit(std::strerror(int(mCode)));
+        return systemErrorText(int(mCode));
     return QStringLiteral("The operation couldn’t be completed. (%1 error %2.)").arg(mDomain).arg(mCode);
+}
+
+QString Error::systemErrorText(int code)
+{
+    return QString::fromLocal8Bit(std::strerror(code));
 }
 
 namespace {
@@ -42,7 +47,8 @@ Error make(const QString& domain, qint64 code, const ErrorOrigin& origin)
 
 } // namespace
 
-std::optional<Error> errorForReturn(char type, qint64 value, bool isNull, int savedErrno, const ErrorOrigin& origin)
+std::optional<Error> errorForReturn(char type, qint64 value, bool isNull, int savedErrno,
+                                    const ErrorOrigin& origin)
 {
     switch (ReturnType(type)) {
     case ReturnType::Object:
@@ -64,8 +70,8 @@ std::optional<Error> errorForReturn(char type, qint64 value, bool isNull, int sa
         return value != 0 ? std::optional(make(Error::OSStatusDomain, value, origin)) : std::nullopt;
     }
     const char code[2] = {type, '\0'};
-    handleAssertionFailure("NSXErrorCodeType_Unknown: \"" + std::string(code) + "\"", sourceUnitName(__FILE__),
-                           __LINE__, __func__);
+    handleAssertionFailure("NSXErrorCodeType_Unknown: \"" + std::string(code) + "\"",
+                           sourceUnitName(__FILE__), __LINE__, __func__);
 }
 
 std::optional<Error> errorForResult(const void* pointer, const ErrorOrigin& origin)

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QVariantMap>
-
 #include <optional>
 
 namespace spindrel {
@@ -35,6 +34,8 @@ public:
 
     /// The description in the user info, or one made from domain and code.
     QString localizedDescription() const;
+    /// The system's words for an errno value.
+    static QString systemErrorText(int code);
 
     bool operator==(const Error&) const = default;
 
@@ -68,7 +69,8 @@ enum class ReturnType : char {
 /// The error for a call that returned `value`, read according to `type`, or nothing when the value
 /// means success. `value` holds the bits of the result (pointers as their address, `isNull` tells
 /// a null object or pointer). An unknown type code is a programming error.
-std::optional<Error> errorForReturn(char type, qint64 value, bool isNull, int savedErrno, const ErrorOrigin& origin);
+std::optional<Error> errorForReturn(char type, qint64 value, bool isNull, int savedErrno,
+                                    const ErrorOrigin& origin);
 
 std::optional<Error> errorForResult(const void* pointer, const ErrorOrigin& origin);
 std::optional<Error> errorForResult(const char* cString, const ErrorOrigin& origin);
@@ -79,8 +81,7 @@ std::optional<Error> errorForResult(long result, const ErrorOrigin& origin);
 std::optional<Error> errorForResult(short result, const ErrorOrigin& origin);
 
 /// Objects: anything comparable with nullptr (smart pointers, QObject pointers).
-template <typename T>
-std::optional<Error> errorForObject(const T& object, const ErrorOrigin& origin)
+template <typename T> std::optional<Error> errorForObject(const T& object, const ErrorOrigin& origin)
 {
     return errorForReturn(char(ReturnType::Object), 0, object == nullptr, 0, origin);
 }

@@ -1,5 +1,7 @@
 #include "tapes/Trash.h"
 
+#include "foundation/Error.h"
+
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
@@ -7,7 +9,6 @@
 #include <QStandardPaths>
 #include <QUrl>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,11 +20,6 @@ namespace {
 QString tr(const char* text)
 {
     return QCoreApplication::translate("spindrel::Trash", text);
-}
-
-QString systemError(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
 }
 
 /// The device of `path`, or of its nearest existing ancestor (a trash not made yet).
@@ -140,7 +136,7 @@ std::variant<Trash::Result, Error> Trash::moveToTrash(const QString& path)
     if (!makeTrashFolders(trash))
         return SP_ERROR_MESSAGE(
             tr("“%1” can’t be moved to the trash: the trash folder “%2” can’t be made (%3).")
-                .arg(file.fileName(), trash, systemError(errno)));
+                .arg(file.fileName(), trash, Error::systemErrorText(errno)));
 
     // Inside a volume's own trash the original place is written relative to the volume's top.
     QString originalPath = file.absoluteFilePath();
@@ -162,8 +158,8 @@ std::variant<Trash::Result, Error> Trash::moveToTrash(const QString& path)
         if (fd < 0 && errno == EEXIST)
             continue;
         if (fd < 0)
-            return SP_ERROR_MESSAGE(
-                tr("“%1” can’t be moved to the trash (%2).").arg(file.fileName(), systemError(errno)));
+            return SP_ERROR_MESSAGE(tr("“%1” can’t be moved to the trash (%2).")
+                                        .arg(file.fileName(), Error::systemErrorText(errno)));
         struct stat existing
         {
         };
@@ -177,15 +173,15 @@ std::variant<Trash::Result, Error> Trash::moveToTrash(const QString& path)
         ::close(fd);
         if (!written) {
             ::unlink(QFile::encodeName(infoPath).constData());
-            return SP_ERROR_MESSAGE(
-                tr("“%1” can’t be moved to the trash (%2).").arg(file.fileName(), systemError(writeError)));
+            return SP_ERROR_MESSAGE(tr("“%1” can’t be moved to the trash (%2).")
+                                        .arg(file.fileName(), Error::systemErrorText(writeError)));
         }
         if (::rename(QFile::encodeName(file.absoluteFilePath()).constData(),
                      QFile::encodeName(trashedPath).constData()) != 0) {
             const int renameError = errno;
             ::unlink(QFile::encodeName(infoPath).constData());
-            return SP_ERROR_MESSAGE(
-                tr("“%1” can’t be moved to the trash (%2).").arg(file.fileName(), systemError(renameError)));
+            return SP_ERROR_MESSAGE(tr("“%1” can’t be moved to the trash (%2).")
+                                        .arg(file.fileName(), Error::systemErrorText(renameError)));
         }
         return Result{trashedPath, infoPath};
     }
