@@ -57,7 +57,7 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
     auto* dismiss = new QToolButton(mMessageStrip);
     dismiss->setText(QStringLiteral("×"));
     dismiss->setToolTip(tr("Dismiss"));
-    connect(dismiss, &QToolButton::clicked, this, &DeckWindow::dismissMessage);
+    connect(dismiss, &QToolButton::clicked, this, [this] { dismissMessage(); });
     mMessageButton = new QPushButton(mMessageStrip);
     connect(mMessageButton, &QPushButton::clicked, this, [this] {
         const std::function<void()> action = mMessageAction;
@@ -110,6 +110,12 @@ void DeckWindow::dismissMessage()
     mMessageStrip->hide();
     mMessageLabel->clear();
     mMessageAction = {};
+}
+
+void DeckWindow::dismissMessage(const QString& message)
+{
+    if (!message.isEmpty() && this->message() == message)
+        dismissMessage();
 }
 
 void DeckWindow::placeMessage()

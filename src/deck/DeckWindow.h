@@ -46,6 +46,8 @@ public:
     QPushButton* messageAction() const;
     QString message() const;
     void dismissMessage();
+    /// Dismisses the message only while it is `message`: one shown since then stays up.
+    void dismissMessage(const QString& message);
 
 Q_SIGNALS:
     void drawerButtonPressed();

@@ -34,8 +34,7 @@ void SoundServerNotice::serverStateDidChange(VORLAudioHardware::ServerState stat
         break;
     case VORLAudioHardware::ServerState::Running:
         // Another failure shown since stays up; only our own message goes.
-        if (!mShownMessage.isEmpty() && mDeck.deckMessage() == mShownMessage)
-            mDeck.window()->dismissMessage();
+        mDeck.window()->dismissMessage(mShownMessage);
         mShownMessage.clear();
         // The device notice that comes with a returning server may have rebuilt it already.
         if (!mDeck.audioInputMeter())

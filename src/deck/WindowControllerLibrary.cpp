@@ -65,8 +65,7 @@ void WindowController::libraryFolderStateChanged(LibraryFolderWatch::State state
         // its tapes back, and the banner about it goes.
         if (mFolderBanner.isEmpty())
             return;
-        if (deckMessage() == mFolderBanner)
-            mWindow->dismissMessage();
+        mWindow->dismissMessage(mFolderBanner);
         mFolderBanner.clear();
         reloadLibrary();
         return;

@@ -168,24 +168,6 @@ TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAga
     EXPECT_EQ(states.last().at(0).value<State>(), State::Running);
 }
 
-TEST_F(SoundServerOutage, withoutAServerQueriesAnswerAtOnceAndAServerStartedLaterIsFound)
-{
-    // Only the first case of a process finds the hardware new; later ones make the server go.
-    server().kill();
-    QElapsedTimer clock;
-    clock.start();
-    EXPECT_TRUE(VORLAudioHardware::recordingDevices().isEmpty());
-    report("first query without a server", clock.elapsed());
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotRunning); }, 10000));
-    EXPECT_TRUE(VORLAudioHardware::defaultOutputDevice().sinkName().isEmpty());
-    EXPECT_FALSE(VORLAudioDevice(QStringLiteral("vmic")).serverReachable());
-
-    ASSERT_TRUE(server().start());
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
-    EXPECT_EQ(VORLAudioHardware::defaultOutputDevice().sinkName(), QStringLiteral("spk"));
-    EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("mic.monitor")));
-}
-
 TEST_F(SoundServerOutage, aServerStoppedBeforeTheFirstQueryHoldsItUpOnlyBriefly)
 {
     ASSERT_TRUE(server().start());

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -37,31 +36,6 @@ TEST(LibraryFolderWatchTest, TellsAFolderFromWhatCannotServeAsOne)
         QFile::setPermissions(folder,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
-}
-
-TEST(LibraryFolderWatchTest, ReportsEachChangeOnceAndNamesTheFolder)
-{
-    QTemporaryDir root;
-    const QString folder = root.filePath(QStringLiteral("Tapes"));
-    ASSERT_TRUE(QDir().mkpath(folder));
-    LibraryFolderWatch watch;
-    QSignalSpy changes(&watch, &LibraryFolderWatch::stateChanged);
-    watch.setFolder(folder);
-    ASSERT_TRUE(changes.wait(10000));
-    EXPECT_EQ(watch.state(), State::Available);
-    EXPECT_TRUE(watch.problemText().isEmpty());
-
-    ASSERT_TRUE(QDir(folder).removeRecursively());
-    ASSERT_TRUE(changes.wait(10000));
-    EXPECT_EQ(watch.state(), State::Missing);
-    EXPECT_TRUE(watch.problemText().contains(folder)) << watch.problemText().toStdString();
-
-    ASSERT_TRUE(QDir().mkpath(folder));
-    ASSERT_TRUE(changes.wait(10000));
-    EXPECT_EQ(watch.state(), State::Available);
-    // The once-a-second look finds nothing new, so nothing more is reported.
-    EXPECT_FALSE(changes.wait(2500));
-    EXPECT_EQ(changes.size(), 3);
 }
 
 } // namespace
