@@ -54,7 +54,13 @@ int runMeter(const QStringList& args)
     options.out().flush();
     QTimer timer;
     timer.setInterval(intervalMs);
+    int status = 0;
     QObject::connect(&timer, &QTimer::timeout, [&] {
+        if (const QString failure = meter->failure(); !failure.isEmpty()) {
+            status = options.fail(failure);
+            QCoreApplication::quit();
+            return;
+        }
         const auto [left, right] = meter->levels();
         options.out() << QStringLiteral("L %1 dB  R %2 dB\n").arg(left, 6, 'f', 1).arg(right, 6, 'f', 1);
         options.out().flush();
@@ -65,7 +71,7 @@ int runMeter(const QStringList& args)
     audiocommands::onInterrupt([] { QCoreApplication::quit(); });
     QCoreApplication::exec();
     meter->stop();
-    return 0;
+    return status;
 }
 
 } // namespace

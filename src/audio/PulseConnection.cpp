@@ -329,11 +329,11 @@ std::optional<PulseServerInfo> PulseConnection::serverInfo() const
     return query.info;
 }
 
-pa_stream* PulseConnection::connectStream(Direction direction, const char* name, const pa_sample_spec& format,
-                                          const std::vector<int>& channelPositions, const QString& device,
-                                          const pa_buffer_attr& attributes, unsigned flags,
-                                          const std::function<void(pa_stream*)>& callbacks,
-                                          QString* error) const
+pa_stream* PulseConnection::startStream(Direction direction, const char* name, const pa_sample_spec& format,
+                                        const std::vector<int>& channelPositions, const QString& device,
+                                        const pa_buffer_attr& attributes, unsigned flags,
+                                        const std::function<void(pa_stream*)>& callbacks,
+                                        QString* error) const
 {
     pa_channel_map map;
     if (channelPositions.size() == format.channels) {
@@ -348,7 +348,6 @@ pa_stream* PulseConnection::connectStream(Direction direction, const char* name,
         *error = pulseError(mContext);
         return nullptr;
     }
-    pa_stream_set_state_callback(stream, streamStateChanged, mMainloop);
     if (callbacks)
         callbacks(stream);
     const QByteArray deviceName = device.toUtf8();
@@ -357,32 +356,52 @@ pa_stream* PulseConnection::connectStream(Direction direction, const char* name,
                            ? pa_stream_connect_record(stream, target, &attributes, pa_stream_flags_t(flags))
                            : pa_stream_connect_playback(stream, target, &attributes, pa_stream_flags_t(flags),
                                                         nullptr, nullptr);
-    if (result == 0) {
-        const bool settled = waitUntil(
-            [stream] {
-                const pa_stream_state_t state = pa_stream_get_state(stream);
-                return state == PA_STREAM_READY || !PA_STREAM_IS_GOOD(state);
-            },
-            kAnswerTimeoutMs);
-        if (pa_stream_get_state(stream) == PA_STREAM_READY)
-            return stream;
-        if (!settled) {
-            *error = noAnswer();
-            clearStreamCallbacks(stream);
-            // Should the server answer after all, the stream it makes is let go at once.
-            pa_stream_set_state_callback(
-                stream,
-                [](pa_stream* late, void*) {
-                    if (pa_stream_get_state(late) == PA_STREAM_READY)
-                        pa_stream_disconnect(late);
-                },
-                nullptr);
-            pa_stream_unref(stream);
-            return nullptr;
-        }
-    }
+    if (result == 0)
+        return stream;
     *error = pulseError(mContext);
     clearStreamCallbacks(stream);
+    pa_stream_unref(stream);
+    return nullptr;
+}
+
+pa_stream* PulseConnection::connectStream(Direction direction, const char* name, const pa_sample_spec& format,
+                                          const std::vector<int>& channelPositions, const QString& device,
+                                          const pa_buffer_attr& attributes, unsigned flags,
+                                          const std::function<void(pa_stream*)>& callbacks,
+                                          QString* error) const
+{
+    pa_stream* stream = startStream(
+        direction, name, format, channelPositions, device, attributes, flags,
+        [this, &callbacks](pa_stream* made) {
+            pa_stream_set_state_callback(made, streamStateChanged, mMainloop);
+            if (callbacks)
+                callbacks(made);
+        },
+        error);
+    if (!stream)
+        return nullptr;
+    const bool settled = waitUntil(
+        [stream] {
+            const pa_stream_state_t state = pa_stream_get_state(stream);
+            return state == PA_STREAM_READY || !PA_STREAM_IS_GOOD(state);
+        },
+        kAnswerTimeoutMs);
+    if (pa_stream_get_state(stream) == PA_STREAM_READY)
+        return stream;
+    clearStreamCallbacks(stream);
+    if (!settled) {
+        *error = noAnswer();
+        // Should the server answer after all, the stream it makes is let go at once.
+        pa_stream_set_state_callback(
+            stream,
+            [](pa_stream* late, void*) {
+                if (pa_stream_get_state(late) == PA_STREAM_READY)
+                    pa_stream_disconnect(late);
+            },
+            nullptr);
+    } else {
+        *error = pulseError(mContext);
+    }
     pa_stream_unref(stream);
     return nullptr;
 }

@@ -106,7 +106,14 @@ public:
                              const std::vector<int>& channelPositions, const QString& device,
                              const pa_buffer_attr& attributes, unsigned flags,
                              const std::function<void(pa_stream*)>& callbacks, QString* error) const;
-    /// With the lock held: disconnects and releases a stream made by connectStream.
+    /// With the lock held: like connectStream, but returns as soon as the server has been asked,
+    /// without waiting for it. `callbacks` installs a state callback of its own, which hears
+    /// whether the stream gets going.
+    pa_stream* startStream(Direction direction, const char* name, const pa_sample_spec& format,
+                           const std::vector<int>& channelPositions, const QString& device,
+                           const pa_buffer_attr& attributes, unsigned flags,
+                           const std::function<void(pa_stream*)>& callbacks, QString* error) const;
+    /// With the lock held: disconnects and releases a stream made by connectStream or startStream.
     static void releaseStream(pa_stream*& stream);
 
     /// With the lock held (or on the loop's thread): asks for the server events of `mask` and

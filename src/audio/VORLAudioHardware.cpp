@@ -148,6 +148,13 @@ VORLAudioHardware::ServerState VORLAudioHardware::serverState() const
     return mState;
 }
 
+QString VORLAudioHardware::streamProblem()
+{
+    if (sharedInstance()->serverState() == ServerState::NotResponding)
+        return QStringLiteral("The sound server is not responding");
+    return {};
+}
+
 void VORLAudioHardware::waitForFirstAnswer(std::unique_lock<std::mutex>& lock) const
 {
     if (mState == ServerState::Unknown)

@@ -50,9 +50,9 @@ public:
 
     static constexpr int kFirstAnswerTimeoutMs = 1000;
     /// How long a server may owe an answer before it counts as not responding.
-    static constexpr int kNotRespondingMs = 2000;
+    static constexpr int kNotRespondingMs = 750;
     /// How often a lost server is looked for again, and a connected one asked for a sign of life.
-    static constexpr int kCheckIntervalMs = 1000;
+    static constexpr int kCheckIntervalMs = 250;
 
     /// The one instance; made on first use, which must be on the main thread, and which waits
     /// for the server's first answer like the queries do.
@@ -64,6 +64,9 @@ public:
 
     /// Like the queries, waits for the server's first answer (at most kFirstAnswerTimeoutMs).
     ServerState serverState() const;
+    /// Why no stream should be started now: the server has stopped answering (a stream would wait
+    /// on it). Empty otherwise.
+    static QString streamProblem();
 
     static VORLAudioDevice defaultInputDevice();
     static VORLAudioDevice defaultOutputDevice();

@@ -3,6 +3,7 @@
 #include "audio/AudioException.h"
 #include "audio/AudioFileReader.h"
 #include "audio/PulseConnection.h"
+#include "audio/VORLAudioHardware.h"
 #include "audio/VarispeedSource.h"
 #include "foundation/Log.h"
 
@@ -37,6 +38,11 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
     if (mPlaying)
         return true;
     mError.clear();
+    if (const QString problem = VORLAudioHardware::streamProblem(); !problem.isEmpty()) {
+        mError = problem;
+        logError(logSourceName(__FILE__), mError);
+        return false;
+    }
     if (!mConnection || !mConnection->isConnected()) {
         mConnection.reset();
         try {
@@ -65,17 +71,21 @@ bool VORLExtendedAudioFilePlayer::startFilePlaying()
     // A device the user chose keeps the stream: unplugged, playback stops rather than going on
     // somewhere else. The default output may follow the server to another device.
     const bool chosen = !mDevice.deviceUID().isEmpty() && mDevice.isPresent(VORLAudioDevice::Output);
-    mStream = mConnection->connectStream(
+    // Not waited for: a stream that fails to start stops playback like a lost device.
+    mStream = mConnection->startStream(
         PulseConnection::Direction::Playback, "Tape", format, {}, mDevice.sinkName(), attributes,
         PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING |
             (chosen ? PA_STREAM_DONT_MOVE : 0),
-        [this](pa_stream* stream) { pa_stream_set_write_callback(stream, &streamWrite, this); }, &error);
+        [this](pa_stream* stream) {
+            pa_stream_set_state_callback(stream, &streamStateChanged, this);
+            pa_stream_set_write_callback(stream, &streamWrite, this);
+        },
+        &error);
     if (!mStream) {
         mError = QStringLiteral("Could not play to %1: %2").arg(mDevice.deviceName(), error);
         logError(logSourceName(__FILE__), mError);
         return false;
     }
-    pa_stream_set_state_callback(mStream, &streamStateChanged, this);
     mPlaying = true;
     mWatchTimer.start();
     return true;

@@ -3,6 +3,7 @@
 #include "audio/AudioException.h"
 #include "audio/PulseConnection.h"
 #include "audio/RecordingPipeline.h"
+#include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "foundation/Log.h"
 
@@ -70,6 +71,10 @@ bool VORLExtendedAudioFileRecorder::startRecording()
     }
     endCaptureNow(); // a stop that is still collecting its last frames ends here
     mPipeline->waitUntilDrained();
+    if (const QString problem = VORLAudioHardware::streamProblem(); !problem.isEmpty()) {
+        fail(problem);
+        return false;
+    }
     if (!mConnection || !mConnection->isConnected()) {
         mConnection.reset();
         try {
@@ -96,14 +101,20 @@ bool VORLExtendedAudioFileRecorder::startRecording()
     QString error;
     mCaptureLost.store(false);
     mStopAtFrame.store(kNoStop);
-    mStream = mConnection->connectStream(
+    // Not waited for: the capture starts when the server has the stream ready, and a stream that
+    // fails to start ends the recording like a lost device.
+    mStream = mConnection->startStream(
         PulseConnection::Direction::Record, "Recording", format, positions, mDevice.sourceName(), attributes,
-        flags, [this](pa_stream* stream) { pa_stream_set_read_callback(stream, &streamRead, this); }, &error);
+        flags,
+        [this](pa_stream* stream) {
+            pa_stream_set_state_callback(stream, &streamStateChanged, this);
+            pa_stream_set_read_callback(stream, &streamRead, this);
+        },
+        &error);
     if (!mStream) {
         fail(QStringLiteral("Could not record from %1: %2").arg(mDevice.deviceName(), error));
         return false;
     }
-    pa_stream_set_state_callback(mStream, &streamStateChanged, this);
     const unsigned session = ++mSession;
     mPipeline->beginSession([this, session] { captureDrained(session); });
     mRecording = true;
