@@ -38,7 +38,6 @@ struct Fixture
                            QStringLiteral("22050"), QStringLiteral("-c:a"), QStringLiteral("aac"),
                            QStringLiteral("-b:a"), QStringLiteral("48k"), tapePath});
         Tape tape(tapePath);
-        tape.setCommitsWhenReleased(false);
         CassetteArtwork artwork(TapeCassette::valuesForTape(tape));
         picturePath = dir.filePath(QStringLiteral("cassette.png"));
         TapeMovie::newPixelBufferWithSize(QSize(1280, 720), artwork.thumbnail(2.0)).save(picturePath);
@@ -60,7 +59,6 @@ void reportRealTimeMultiple(benchmark::State& state)
 void BM_TapeMovieExport_60s(benchmark::State& state)
 {
     auto tape = std::make_shared<Tape>(fixture().tapePath);
-    tape->setCommitsWhenReleased(false);
     if (tape->duration() < tapeSeconds - 1.0) {
         state.SkipWithError("the 60-second tape could not be made (is ffmpeg installed?)");
         return;

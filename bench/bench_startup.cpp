@@ -100,8 +100,6 @@ void BM_LibraryScanAlone(benchmark::State& state)
     const QString library = libraryOf(int(state.range(0)));
     for (auto _ : state) {
         TapeLibraryArrayController scan(library);
-        for (const TapePtr& tape : scan.content())
-            tape->setCommitsWhenReleased(false);
         benchmark::DoNotOptimize(scan.content().size());
     }
 }

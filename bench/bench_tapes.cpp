@@ -82,7 +82,6 @@ void BM_LoadTapes(benchmark::State& state)
     for (auto _ : state) {
         for (const QString& path : files) {
             Tape tape(path);
-            tape.setCommitsWhenReleased(false);
             benchmark::DoNotOptimize(tape.duration());
         }
     }
@@ -109,8 +108,6 @@ void BM_ScanIntoModel(benchmark::State& state)
         auto controller = std::make_unique<TapeLibraryArrayController>(library().folder());
         benchmark::DoNotOptimize(controller->rowCount());
         state.PauseTiming(); // tearing down is not part of the scan
-        for (const TapePtr& tape : controller->content())
-            tape->setCommitsWhenReleased(false);
         controller.reset();
         state.ResumeTiming();
     }
@@ -120,8 +117,6 @@ void BM_FilterQuery(benchmark::State& state)
 {
     static TapeLibraryArrayController* controller = [] {
         auto* made = new TapeLibraryArrayController(library().folder());
-        for (const TapePtr& tape : made->content())
-            tape->setCommitsWhenReleased(false);
         return made;
     }();
     const QStringList queries{QStringLiteral("piano"), QStringLiteral("guitar take"),

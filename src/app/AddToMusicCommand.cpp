@@ -23,7 +23,6 @@ int runAddToMusic(const QStringList& args)
     int status = 0;
     for (const QString& path : options.positional()) {
         Tape tape(path);
-        tape.setCommitsWhenReleased(false);
         const auto result = playlist.addFile(path, tape.duration(), tape.title());
         if (std::holds_alternative<Error>(result))
             status = options.fail(std::get<Error>(result).localizedDescription());

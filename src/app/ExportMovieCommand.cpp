@@ -33,7 +33,6 @@ int runExportMovie(const QStringList& args)
         return *status;
 
     auto tape = std::make_shared<Tape>(path);
-    tape->setCommitsWhenReleased(false);
     TapeMovie movie(tape);
     movie.setFilename(out);
 

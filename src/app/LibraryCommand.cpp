@@ -40,20 +40,12 @@ QString tapeLine(const Tape& tape)
         .arg(tape.title(), QFileInfo(tape.filename()).fileName());
 }
 
-void lookOnly(const TapeLibraryArrayController& library)
-{
-    // Listing a library never writes into its files.
-    for (const TapePtr& tape : library.content())
-        tape->setCommitsWhenReleased(false);
-}
-
 int watch(TapeLibraryArrayController& library, CommandOptions& options)
 {
     QSet<QString> known;
     for (const TapePtr& tape : library.content())
         known.insert(tape->filename());
     QObject::connect(&library, &TapeLibraryArrayController::folderChanged, [&] {
-        lookOnly(library);
         QSet<QString> now;
         for (const TapePtr& tape : library.content()) {
             now.insert(tape->filename());
@@ -102,7 +94,6 @@ int runLibrary(const QStringList& args)
         options.fail(QStringLiteral("%1: no such folder; the library is empty").arg(folder));
 
     TapeLibraryArrayController library(folder);
-    lookOnly(library);
     if (options.isSet(QStringLiteral("query")))
         library.setFilterString(options.value(QStringLiteral("query")));
     if (options.isSet(QStringLiteral("watch")))
@@ -135,7 +126,6 @@ int runImport(const QStringList& args)
         LibraryFolder::setUp(folder);
     }
     TapeLibraryArrayController library(folder);
-    lookOnly(library);
     int status = 0;
     for (const QString& path : options.positional()) {
         const QFileInfo source(path);

@@ -24,7 +24,6 @@ int runProbe(const QStringList& args)
         return *status;
 
     Tape tape(path);
-    tape.setCommitsWhenReleased(false);
     if (tape.samplerate() == 0)
         return options.fail(QStringLiteral("%1: no movie header found; not a tape").arg(path));
 

@@ -116,10 +116,8 @@ int runRecord(const QStringList& args)
     QString error;
     std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = NewRecording::recorderForTape(
         *tape, quality, stereo, device, channels, defaults.boolForKey(K::SPLockRecordingSampleRate), &error);
-    if (!recorder) {
-        tape->setCommitsWhenReleased(false);
+    if (!recorder)
         return options.fail(error);
-    }
     QString failure;
     QObject::connect(
         recorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail,
@@ -128,7 +126,6 @@ int runRecord(const QStringList& args)
         const QString reason = recorder->errorString();
         recorder->recordFile()->closeFile();
         QFile::remove(tape->filename());
-        tape->setCommitsWhenReleased(false);
         return options.fail(reason);
     }
 

@@ -18,7 +18,6 @@ int runRenderCassette(const QStringList& args)
         return *status;
 
     Tape tape(path);
-    tape.setCommitsWhenReleased(false);
     CassetteArtwork artwork(TapeCassette::valuesForTape(tape));
     if (!artwork.coverArtImage().save(out, "PNG"))
         return options.fail(QStringLiteral("%1: could not be written").arg(out));

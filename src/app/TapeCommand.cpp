@@ -41,10 +41,8 @@ int runTape(const QStringList& args)
     }
 
     Tape tape(path);
-    if (tape.samplerate() == 0) {
-        tape.setCommitsWhenReleased(false);
+    if (tape.samplerate() == 0)
         return options.fail(QStringLiteral("%1: not a tape (no movie header)").arg(path));
-    }
     QString failure;
     QObject::connect(&tape, &Tape::errorOccurred,
                      [&failure](const Error& error) { failure = error.localizedDescription(); });
@@ -68,7 +66,6 @@ int runTape(const QStringList& args)
     }
     // A failed write keeps the file as it was, under its old name.
     const bool written = tape.commitAttributes();
-    tape.setCommitsWhenReleased(false);
     if (!written)
         return options.fail(failure.isEmpty() ? QStringLiteral("%1: the tags could not be written").arg(path)
                                               : failure);

@@ -35,20 +35,7 @@ Tape::Tape(const QString& filename, QObject* parent) : QObject(parent), mFilenam
     loadAttributes();
 }
 
-Tape::~Tape()
-{
-    if (!mCommitsWhenReleased)
-        return;
-    // Whoever listened may be going away too: a last commit reports nothing.
-    blockSignals(true);
-    try {
-        commitAttributes();
-    } catch (const std::exception& exception) {
-        logCaught(mFilename, exception.what());
-    } catch (...) {
-        logCaught(mFilename, "unknown exception while committing");
-    }
-}
+Tape::~Tape() = default;
 
 void Tape::loadAttributes()
 {

@@ -15,7 +15,8 @@ class QMimeData;
 namespace spindrel {
 
 /// One recording: an .m4a file and the metadata kept inside it as tags. The file is the only
-/// store; edits set a dirty flag per field and commitAttributes() writes exactly those back.
+/// store; edits set a dirty flag per field and commitAttributes() writes exactly those back. The
+/// file is written only then: whoever edits a tape commits it, and letting go of one never writes.
 class Tape : public QObject
 {
     Q_OBJECT
@@ -32,11 +33,7 @@ class Tape : public QObject
 public:
     /// Reads the tags and the audio headers at once; a file that cannot be read gives defaults.
     explicit Tape(const QString& filename, QObject* parent = nullptr);
-    /// Commits pending edits, so they are written whenever the last owner lets go.
     ~Tape() override;
-
-    /// Off for tapes that are only looked at (the command line's listings): release then writes nothing.
-    void setCommitsWhenReleased(bool commits) { mCommitsWhenReleased = commits; }
 
     void loadAttributes();
     /// Writes the dirty fields into the file in one step, renders new cover art when a visible
@@ -130,7 +127,6 @@ private:
     quint64 mBitrate = 0;
     quint64 mSamplerate = 0;
     bool mStereo = false;
-    bool mCommitsWhenReleased = true;
 
     bool mTitleDirty = false;
     bool mNotesDirty = false;

@@ -90,7 +90,6 @@ TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAnd
     EXPECT_EQ(QFileInfo(path).absolutePath(), mFolder.path());
 
     Tape tape(path);
-    tape.setCommitsWhenReleased(false);
     EXPECT_EQ(tape.title(), QStringLiteral("Untitled"));
     EXPECT_EQ(tape.tapeLetter().letter(), QStringLiteral("A"));
     EXPECT_EQ(tape.quality(), QStringLiteral("MQ"));
@@ -109,7 +108,6 @@ TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAnd
                      &path),
               0);
     Tape mono(path);
-    mono.setCommitsWhenReleased(false);
     EXPECT_FALSE(mono.stereo());
     EXPECT_EQ(mono.samplerate(), 22050u) << "the low quality's rate";
     EXPECT_NEAR(mono.duration(), 1.0, 0.15);

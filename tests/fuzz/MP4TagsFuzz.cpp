@@ -56,7 +56,6 @@ void loadTape(const QString& path)
 {
     try {
         Tape tape(path);
-        tape.setCommitsWhenReleased(false);
         if (tapeCaughtAnException)
             fail("loading the tape raised an exception");
         // The probe once more, outside the tape's own guard.

@@ -13,7 +13,6 @@ TapePtr TestTapes::welcomeTape()
     if (!QFile::copy(source, file))
         return nullptr;
     auto tape = std::make_shared<Tape>(file);
-    tape->setCommitsWhenReleased(false);
     return tape;
 }
 

@@ -45,7 +45,6 @@ protected:
         if (!mediatools::makeTape(path, seconds, sampleRate, channels))
             return nullptr;
         auto tape = std::make_shared<Tape>(path);
-        tape->setCommitsWhenReleased(false);
         return tape;
     }
 
@@ -231,7 +230,6 @@ TEST_F(TapeMovieTest, SetUpFailuresReachTheCompletionBlock)
     ASSERT_TRUE(mediatools::makeTape(notATape, 1.0));
     QFile::resize(notATape, 40);
     auto unreadableTape = std::make_shared<Tape>(notATape);
-    unreadableTape->setCommitsWhenReleased(false);
     TapeMovie unreadable(unreadableTape);
     exportMovie(unreadable);
     ASSERT_EQ(mRecord.completions.size(), 1u);

@@ -92,7 +92,6 @@ protected:
         const QString path = mDir.filePath(QStringLiteral("kitchen.m4a"));
         ASSERT_TRUE(mediatools::makeTape(path, 2.0));
         mTape = std::make_shared<Tape>(path);
-        mTape->setCommitsWhenReleased(false);
         mTape->setTitle(QStringLiteral("Kitchen session"));
         mTape->setNotes(QStringLiteral("Two takes"));
         mWindow->setTape(mTape);
@@ -179,7 +178,6 @@ TEST_F(YouTubeWindowTest, ControlsFollowTheTapeAndTheSignIn)
     EXPECT_EQ(mWindow->categoryPopUp()->itemText(2), QStringLiteral("22"));
 
     auto quiet = std::make_shared<Tape>(mTape->filename());
-    quiet->setCommitsWhenReleased(false);
     quiet->setNotes(QString());
     mWindow->setTape(quiet);
     EXPECT_EQ(mWindow->descriptionTextView()->toPlainText(),
@@ -444,8 +442,6 @@ TEST(SharingServices, SubmenuListsYouTubeThenITunesAndPerformsForEveryTape)
 {
     auto first = std::make_shared<Tape>(QStringLiteral("/nonexistent/first.m4a"));
     auto second = std::make_shared<Tape>(QStringLiteral("/nonexistent/second.m4a"));
-    first->setCommitsWhenReleased(false);
-    second->setCommitsWhenReleased(false);
     first->setTitle(QStringLiteral("First"));
     QList<TapePtr> toYouTube;
     QList<TapePtr> toITunes;

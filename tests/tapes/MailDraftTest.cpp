@@ -62,7 +62,6 @@ protected:
     MailDraft draftForTape(const QString& title)
     {
         Tape tape(mTapePath);
-        tape.setCommitsWhenReleased(false);
         tape.setTitle(title);
         return MailDraft::forTape(tape);
     }

@@ -150,8 +150,6 @@ TEST_F(TapeLibraryTest, ScanListsRegularFilesOnlyAndNeverWaitsOnAFifo)
             soundFiles << QFileInfo(file).fileName();
         soundFiles.sort();
         library.checkRecordingDirectory();
-        for (const TapePtr& tape : library.content())
-            tape->setCommitsWhenReleased(false);
     }));
     close(socket);
     close(live);
@@ -322,7 +320,6 @@ TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
     EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList({"take.m4a"}));
     // The first of the two same-named files wins.
     Tape imported(path(QStringLiteral("take.m4a")));
-    imported.setCommitsWhenReleased(false);
     EXPECT_EQ(imported.quality(), QStringLiteral("LQ"));
 }
 
@@ -335,7 +332,6 @@ TEST_F(TapeLibraryTest, TrashDropsTheTapeEvenWhenItsFileVanishedWithTheFailureLo
     EXPECT_FALSE(library.moveTapeToTrash(library.arrangedObjects().last()));
     EXPECT_FALSE(QFile::exists(path(QStringLiteral("bin.m4a"))));
     ASSERT_EQ(library.content().size(), 1);
-    library.content().first()->setCommitsWhenReleased(false);
     ASSERT_TRUE(QFile::remove(path(QStringLiteral("gone.m4a"))));
 
     QStringList logged;
@@ -380,7 +376,6 @@ TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesA
     TapeLibraryArrayController library(folder());
     ASSERT_EQ(library.content().size(), 1);
     const TapePtr tape = library.content().first();
-    tape->setCommitsWhenReleased(false);
     EXPECT_EQ(tape->title(), QStringLiteral("Untitled"));
     EXPECT_LT(std::abs(tape->date().secsTo(QDateTime::currentDateTime())), 120);
     EXPECT_EQ(QFileInfo(tape->filename()).fileName(),
@@ -394,6 +389,4 @@ TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesA
     live->closeFile();
     library.checkRecordingDirectory();
     EXPECT_EQ(library.content().size(), 2);
-    for (const TapePtr& each : library.content())
-        each->setCommitsWhenReleased(false);
 }

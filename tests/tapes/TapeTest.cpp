@@ -148,7 +148,6 @@ TEST_F(TapeTest, ProbeAgreesWithFFprobeInEveryPreset)
             SCOPED_TRACE(quality.toStdString() + (stereo ? " stereo" : " mono"));
             const QString path = tapePath(QStringLiteral("probe.m4a"), {quality, stereo, 2.5});
             Tape tape(path);
-            tape.setCommitsWhenReleased(false);
             const QJsonObject stream = ffprobe(path);
             const double sampleRate = stream.value(QStringLiteral("sample_rate")).toString().toDouble();
             EXPECT_EQ(double(tape.samplerate()), sampleRate);
@@ -208,6 +207,16 @@ TEST_F(TapeTest, UntaggedFileLoadsWithDefaultsAndCommitsWithoutRenaming)
 TEST_F(TapeTest, CommittedTitleRenamesAndEveryFieldReadsBack)
 {
     const QString path = tapePath();
+    const QByteArray before = readFile(path);
+    {
+        // Only a commit writes: an edited tape let go leaves its file as it was.
+        Tape dropped(path);
+        dropped.setTitle(QStringLiteral("never written"));
+        ASSERT_TRUE(dropped.dirty());
+    }
+    EXPECT_EQ(files(), QStringList({QFileInfo(path).fileName()}));
+    EXPECT_EQ(readFile(path), before);
+
     Tape tape(path);
     tape.setTitle(QStringLiteral("a/b:c"));
     tape.setNotes(QStringLiteral("first line\nsecond line"));
@@ -222,7 +231,6 @@ TEST_F(TapeTest, CommittedTitleRenamesAndEveryFieldReadsBack)
     EXPECT_EQ(files(), QStringList({QStringLiteral("[2012-03-04] a_b_c.m4a")}));
 
     Tape again(renamed);
-    again.setCommitsWhenReleased(false);
     EXPECT_EQ(again.title(), QStringLiteral("a/b:c"));
     EXPECT_EQ(again.notes(), QStringLiteral("first line\nsecond line"));
     EXPECT_EQ(again.date(), march4);
@@ -263,21 +271,17 @@ TEST_F(TapeTest, MissingFileCommitsNothingAndBadFilesLoadWithDefaults)
     EXPECT_TRUE(tape.titleDirty());
     EXPECT_TRUE(tape.tapeLetterDirty());
     EXPECT_TRUE(files().isEmpty());
-    tape.setCommitsWhenReleased(false);
 
     Tape never(mDir.filePath(QStringLiteral("never.m4a")));
-    never.setCommitsWhenReleased(false);
     EXPECT_TRUE(files().isEmpty()) << "loading must not create the file";
 
     // Files that are not or no longer whole MPEG-4 load with defaults.
     const QString truncated = tapePath(QStringLiteral("cut.m4a"));
     QFile::resize(truncated, QFileInfo(truncated).size() / 2);
     Tape cut(truncated);
-    cut.setCommitsWhenReleased(false);
     EXPECT_EQ(cut.tapeLetter().letter(), QStringLiteral("A"));
     QFile::resize(truncated, 40);
     Tape bogus(truncated);
-    bogus.setCommitsWhenReleased(false);
     EXPECT_EQ(bogus.duration(), 0.0);
     EXPECT_TRUE(bogus.title().isNull());
 
@@ -310,7 +314,6 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
 
         ASSERT_TRUE(writeFile(cutPath, whole).size() > 0);
         Tape full(cutPath);
-        full.setCommitsWhenReleased(false);
         const Loaded expected(full);
         ASSERT_EQ(expected.title, QStringLiteral("Cut"));
         ASSERT_GT(expected.duration, 0.9);
@@ -352,8 +355,9 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
             std::optional<Loaded> loaded;
             EXPECT_NO_THROW({
                 Tape tape(cutPath);
-                // Two release as the deck's tapes do, committing their default letter.
-                tape.setCommitsWhenReleased(cut == 0 || cut == mvhd.end());
+                // Two commit as the deck commits every tape, storing their default letter.
+                if (cut == 0 || cut == mvhd.end())
+                    tape.commitAttributes();
                 loaded.emplace(tape);
             });
             ASSERT_TRUE(loaded);
@@ -416,7 +420,6 @@ TEST_F(TapeTest, LargeMdatBeforeMoovIsProbedAndItsTagsRead)
               0);
 
     Tape tape(path);
-    tape.setCommitsWhenReleased(false);
     EXPECT_EQ(tape.duration(), duration);
     EXPECT_EQ(tape.samplerate(), 44100u);
     EXPECT_EQ(tape.quality(), QStringLiteral("HQ"));
@@ -447,8 +450,6 @@ TEST_F(TapeTest, IdentityDescriptionAndDragForm)
     const QString path = tapePath();
     Tape a(path);
     Tape b(path);
-    a.setCommitsWhenReleased(false);
-    b.setCommitsWhenReleased(false);
     EXPECT_TRUE(a.isEqualToTape(b));
     EXPECT_EQ(qHash(a), qHash(b));
     const auto mime = a.mimeData();
@@ -460,7 +461,6 @@ TEST(TapeESDSTest, DescriptorWalk)
 {
     QTemporaryDir dir;
     Tape tape(dir.filePath(QStringLiteral("none.m4a")));
-    tape.setCommitsWhenReleased(false);
     const auto esds = [](const char* hex) { return QByteArray::fromHex(hex); };
     // Real descriptors are read in the probe test; a one-byte size form is not recognised.
     tape.parseESDS(esds("00000000 03808080 22 0001 00 04808080 14 40 15 000000 00030d40 0000bb80 "
