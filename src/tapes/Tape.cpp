@@ -4,6 +4,7 @@
 #include "MP4Tags/PositionedIO.h"
 #include "foundation/Log.h"
 #include "tapes/DateParser.h"
+#include "tapes/RecordedQualityTag.h"
 #include "tapes/TapeCassette.h"
 #include "tapes/TapeLetterTag.h"
 #include "tapes/TapeQuality.h"
@@ -55,6 +56,7 @@ void Tape::loadAttributes()
                 if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
                     storeDate(*date);
             }
+            mRecordedQuality = readRecordedQuality(*tags).value_or(QString());
             if (auto letter = readTapeLetter(*tags))
                 mTapeLetter = *letter;
             else
@@ -90,7 +92,8 @@ bool Tape::commitAttributes()
     const bool date = mDateDirty;
     const bool artist = mArtistDirty;
     const bool letter = mTapeLetterDirty;
-    if (!(title || notes || date || artist || letter))
+    const bool quality = mQualityDirty;
+    if (!(title || notes || date || artist || letter || quality))
         return true;
 
     // One write for the whole commit: the file gets every edit or none.
@@ -107,6 +110,8 @@ bool Tape::commitAttributes()
         tags->setCoverArt(renderCoverArt());
     if (letter)
         writeTapeLetter(*tags, mTapeLetter);
+    if (quality)
+        writeRecordedQuality(*tags, mRecordedQuality);
     if (!tags->save()) {
         // The flags stay, so a later commit tries again; the file keeps its name.
         Q_EMIT commitFailed(tags->errorString());
@@ -117,6 +122,7 @@ bool Tape::commitAttributes()
     clearFlag(mDateDirty);
     clearFlag(mArtistDirty);
     clearFlag(mTapeLetterDirty);
+    clearFlag(mQualityDirty);
     if (mTitleDirty) {
         if (auto error = renameFile(mTitle))
             Q_EMIT errorOccurred(*error);
@@ -207,12 +213,14 @@ void Tape::setTapeLetter(const TapeLetter& letter)
 void Tape::setQuality(const QString& quality)
 {
     mQuality = quality;
+    mRecordedQuality = quality;
+    markDirty(mQualityDirty);
     Q_EMIT headersChanged();
 }
 
 bool Tape::dirty() const
 {
-    return mTitleDirty || mNotesDirty || mDateDirty || mArtistDirty || mTapeLetterDirty;
+    return mTitleDirty || mNotesDirty || mDateDirty || mArtistDirty || mTapeLetterDirty || mQualityDirty;
 }
 
 void Tape::markDirty(bool& flag)

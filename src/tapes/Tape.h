@@ -72,7 +72,8 @@ public:
     void setDate(const QDateTime& date);
     void setArtist(const QString& artist);
     void setTapeLetter(const TapeLetter& letter);
-    /// The quality a recording is made in, before its file can tell.
+    /// The quality a recording is made in. It shows at once, and the next commit stores it in the
+    /// file, where it outweighs what the audio suggests.
     void setQuality(const QString& quality);
 
     bool titleDirty() const { return mTitleDirty; }
@@ -123,6 +124,7 @@ private:
     QString mArtist;
     TapeLetter mTapeLetter;
     QString mQuality;
+    QString mRecordedQuality; // as stored by the recorder; empty for other files
     double mDuration = 0.0;
     quint64 mBitrate = 0;
     quint64 mSamplerate = 0;
@@ -133,6 +135,7 @@ private:
     bool mDateDirty = false;
     bool mArtistDirty = false;
     bool mTapeLetterDirty = false;
+    bool mQualityDirty = false;
 };
 
 using TapePtr = std::shared_ptr<Tape>;

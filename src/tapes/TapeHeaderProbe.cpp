@@ -33,6 +33,13 @@ quint32 wordAt(const QByteArray& bytes, qsizetype at)
     return qFromBigEndian<quint32>(bytes.constData() + at);
 }
 
+bool isAudioRate(quint32 rate)
+{
+    static constexpr quint32 rates[] = {8000,  11025, 12000, 16000, 22050, 24000,  32000,
+                                        44100, 48000, 64000, 88200, 96000, 176400, 192000};
+    return std::find(std::begin(rates), std::end(rates), rate) != std::end(rates);
+}
+
 quint8 byteAt(const QByteArray& bytes, qsizetype at)
 {
     return at >= 0 && at < bytes.size() ? quint8(bytes.at(at)) : 0;
@@ -198,12 +205,16 @@ void Tape::parseMP4FileHeaders(int fileHandle)
         return;
     mDuration = double(float(duration) / float(timescale));
     mSamplerate = timescale;
+    auto mdhd = child(fileHandle, moov, fourCC("trak"));
+    for (const uint32_t type : {fourCC("mdia"), fourCC("mdhd")})
+        mdhd = child(fileHandle, mdhd, type);
+    const QByteArray media = mdhd ? contentOf(fileHandle, *mdhd) : QByteArray();
+    const quint32 mediaTimescale = wordAt(media, wordAt(media, 0) == 0 ? 12 : 20);
+    // Our own files count the movie in samples; others mostly in milliseconds, and then the
+    // track's own clock (or, below, the sample entry) tells the rate.
+    if (!isAudioRate(mSamplerate) && isAudioRate(mediaTimescale))
+        mSamplerate = mediaTimescale;
     if (duration == 0 && child(fileHandle, moov, fourCC("mvex"))) {
-        auto mdhd = child(fileHandle, moov, fourCC("trak"));
-        for (const uint32_t type : {fourCC("mdia"), fourCC("mdhd")})
-            mdhd = child(fileHandle, mdhd, type);
-        const QByteArray media = mdhd ? contentOf(fileHandle, *mdhd) : QByteArray();
-        const quint32 mediaTimescale = wordAt(media, wordAt(media, 0) == 0 ? 12 : 20);
         if (mediaTimescale > 0)
             mDuration =
                 double(fragmentedDuration(fileHandle, moov, moov->end, uint64_t(length))) / mediaTimescale;
@@ -218,11 +229,28 @@ void Tape::parseMP4FileHeaders(int fileHandle)
         return;
     }
 
-    if (const auto mp4a = anywhere(fileHandle, stsd->content, stsd->end, fourCC("mp4a"))) {
+    const auto mp4a = anywhere(fileHandle, stsd->content, stsd->end, fourCC("mp4a"));
+    const auto alac = mp4a ? std::nullopt : anywhere(fileHandle, stsd->content, stsd->end, fourCC("alac"));
+    if (const auto& entry = mp4a ? mp4a : alac) {
+        // An audio sample entry: channel count at 16, the rate (16.16 fixed point) at 24.
+        const QByteArray head = contentOf(
+            fileHandle, Extent{entry->offset, entry->content, std::min(entry->end, entry->content + 28)});
+        if (head.size() >= 18)
+            mStereo = qFromBigEndian<quint16>(head.constData() + 16) >= 2;
+        if (const quint32 entryRate = wordAt(head, 24) >> 16; !isAudioRate(mSamplerate) && entryRate > 0)
+            mSamplerate = entryRate;
+    }
+    if (mp4a) {
         if (const auto esds = anywhere(fileHandle, mp4a->content, mp4a->end, fourCC("esds")))
             parseESDS(contentOf(fileHandle, *esds));
+        mQuality = TapeQuality::lossyQualityForBitrate(mBitrate, mStereo);
+    } else if (alac) {
+        mQuality = TapeQuality::qualityNames().first();
+    } else {
+        mQuality = TapeQuality::qualityForBitrate(mBitrate, sampleRate(), mStereo);
     }
-    mQuality = TapeQuality::qualityForBitrate(mBitrate, sampleRate(), mStereo);
+    if (TapeQuality::presetForQuality(mRecordedQuality))
+        mQuality = mRecordedQuality; // what the recorder was set to, silent or not
     Q_EMIT headersChanged();
 }
 

@@ -77,4 +77,17 @@ QString TapeQuality::qualityForBitrate(uint64_t bitrate, uint64_t /*sampleRate*/
     return lossless.bitrate < bitrate ? presetTable()[0].first : presetTable()[2].first;
 }
 
+QString TapeQuality::lossyQualityForBitrate(uint64_t bitrate, bool stereo)
+{
+    const QString windowed = qualityForBitrate(bitrate, 0, stereo);
+    if (presetForQuality(windowed)->bitrate > 0)
+        return windowed;
+    const auto distance = [bitrate](const QualityPreset& preset) {
+        return preset.bitrate > bitrate ? preset.bitrate - bitrate : bitrate - preset.bitrate;
+    };
+    const auto& medium = presetTable()[1];
+    const auto& low = presetTable()[2];
+    return distance(medium.second) < distance(low.second) ? medium.first : low.first;
+}
+
 } // namespace spindrel

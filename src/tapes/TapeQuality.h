@@ -34,8 +34,11 @@ public:
     static uint32_t bitrateForQuality(const QString& quality);
 
     /// The quality whose window holds bitrate (the windows are halved for mono); any other
-    /// non-zero rate is "HQ". The sample rate does not take part.
+    /// non-zero rate is "HQ". The sample rate does not take part. For audio of unknown coding.
     static QString qualityForBitrate(uint64_t bitrate, uint64_t sampleRate, bool stereo);
+    /// For lossy audio, never "HQ": the quality whose window holds bitrate (halved for mono), else
+    /// the one whose target bit rate is nearest.
+    static QString lossyQualityForBitrate(uint64_t bitrate, bool stereo);
 };
 
 } // namespace spindrel

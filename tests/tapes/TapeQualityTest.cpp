@@ -39,6 +39,13 @@ TEST(TapeQualityTest, MeasuredBitRatesClassifyByWindow)
     expect("MQ", false, {56000, 64000, 200000});
     expect("LQ", false, {15000, 40000});
     expect("HQ", false, {0, 14999, 40001, 48000, 55999, 200001});
+    // Lossy audio is never lossless: outside the windows the nearest target wins.
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(96000, true), QStringLiteral("MQ"));
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(80001, true), QStringLiteral("LQ"));
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(0, true), QStringLiteral("LQ"));
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(uint64_t(1) << 40, true), QStringLiteral("MQ"));
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(48000, false), QStringLiteral("LQ"));
+    EXPECT_EQ(TapeQuality::lossyQualityForBitrate(64000, false), QStringLiteral("MQ"));
     // The sample rate takes no part.
     EXPECT_EQ(TapeQuality::qualityForBitrate(48000, 0, true), QStringLiteral("LQ"));
     EXPECT_EQ(TapeQuality::qualityForBitrate(48000, 96000, true), QStringLiteral("LQ"));
