@@ -3,8 +3,6 @@
 #include "MP4Tags/MP4Tags.h"
 #include "MP4Tags/MP4TestFiles.h"
 
-#include <QBuffer>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
@@ -183,18 +181,6 @@ QByteArray withUdtaTerminator(QByteArray file)
     if (mediaFollows)
         shiftChunkOffsets(file, 4);
     return file;
-}
-
-QByteArray coverPng()
-{
-    QImage image(24, 16, QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            image.setPixel(x, y, qRgb(x * 10, y * 15, (x * y * 7) % 256));
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return buffer.data();
 }
 
 std::string json(const QJsonValue& value)

@@ -3,9 +3,7 @@
 #include "MP4Tags/MP4TestFiles.h"
 #include "foundation/Log.h"
 
-#include <QBuffer>
 #include <QFile>
-#include <QImage>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <map>
@@ -25,16 +23,6 @@ QList<quint64> shifted(QList<quint64> offsets, qint64 delta)
     for (quint64& offset : offsets)
         offset += delta;
     return offsets;
-}
-
-QByteArray pngImage()
-{
-    QImage image(6, 4, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return buffer.data();
 }
 
 class MP4TagsTest : public ::testing::Test
@@ -110,7 +98,7 @@ TEST_P(MP4TagsRoundTrip, EveryTagReadsTheSameInFFprobeAndTagLib)
         {&MP4Tags::setReleaseDate, &MP4Tags::releaseDate, "date", "\251day",
          QStringLiteral("2024-03-05 10:20:30 +0100")},
     };
-    const QByteArray cover = pngImage();
+    const QByteArray cover = coverPng();
     {
         auto tags = MP4Tags::fromFile(path);
         for (const auto& text : texts)

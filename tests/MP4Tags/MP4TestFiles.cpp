@@ -1,6 +1,8 @@
 #include "MP4Tags/MP4TestFiles.h"
 
+#include <QBuffer>
 #include <QFile>
+#include <QImage>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QtEndian>
@@ -187,6 +189,18 @@ void shiftChunkOffsets(QByteArray& file, qint64 delta)
 QList<quint64> chunkOffsets(const QByteArray& file)
 {
     return trackChunkOffsets(file).value(0);
+}
+
+QByteArray coverPng()
+{
+    QImage image(24, 16, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, qRgb(x * 10, y * 15, (x * y * 7) % 256));
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return buffer.data();
 }
 
 QJsonObject probeTags(const QString& path)

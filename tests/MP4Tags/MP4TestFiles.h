@@ -70,6 +70,9 @@ inline quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
 /// The entries of the first track's 'stco' or 'co64'.
 QList<quint64> chunkOffsets(const QByteArray& file);
 
+/// A small PNG of varied pixels, as cover art.
+QByteArray coverPng();
+
 QJsonObject probeTags(const QString& path);
 /// ffprobe's format, streams and chapters.
 QJsonObject probeFile(const QString& path);

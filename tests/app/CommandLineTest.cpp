@@ -1,4 +1,5 @@
 // The headless commands, run as a user runs them: the built binary in a temporary library.
+#include "CommandRun.h"
 #include "app/LibraryFolder.h"
 #include "tapes/TapeTestFiles.h"
 
@@ -9,42 +10,20 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
 
-namespace {
-
-struct Result
-{
-    int status;
-    QString out;
-    QString err;
-};
-
-Result run(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(SPINDREL_BINARY), arguments);
-    process.waitForFinished(60000);
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-} // namespace
-
 TEST(CommandLineTest, TagsWriteInPlaceAndReadBackAsJson)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("t.m4a"));
     ASSERT_TRUE(makeTapeFile(path));
-    const Result set = run({QStringLiteral("tags"), path, QStringLiteral("--set-title"),
-                            QStringLiteral("Über"), QStringLiteral("--set-lyrics"),
-                            QStringLiteral("two\nlines"), QStringLiteral("--set-letter"), QStringLiteral("K"),
-                            QStringLiteral("--set-color"), QStringLiteral("5"), QStringLiteral("--json")});
+    const CommandRun set = runSpindrel(words("tags") << path << words("--set-title Über --set-lyrics")
+                                                     << QStringLiteral("two\nlines")
+                                                     << words("--set-letter K --set-color 5 --json"));
     ASSERT_EQ(set.status, 0) << set.err.toStdString();
     const QJsonObject json = QJsonDocument::fromJson(set.out.toUtf8()).object();
     EXPECT_EQ(json.value(QStringLiteral("title")).toString(), QStringLiteral("Über"));
@@ -62,18 +41,18 @@ TEST(CommandLineTest, BadInputSaysWhatWentWrongAndFails)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("plain text, no atoms");
     file.close();
-    Result result = run({QStringLiteral("tags"), text, QStringLiteral("--set-title"), QStringLiteral("T")});
+    CommandRun result = runSpindrel(words("tags") << text << words("--set-title T"));
     EXPECT_NE(result.status, 0);
     EXPECT_TRUE(result.err.contains(QStringLiteral("not an MPEG-4 file"))) << result.err.toStdString();
     QFile check(text);
     ASSERT_TRUE(check.open(QIODevice::ReadOnly));
     EXPECT_EQ(check.readAll(), QByteArray("plain text, no atoms"));
 
-    result = run({QStringLiteral("probe"), dir.filePath(QStringLiteral("missing.m4a"))});
+    result = runSpindrel({QStringLiteral("probe"), dir.filePath(QStringLiteral("missing.m4a"))});
     EXPECT_NE(result.status, 0);
     EXPECT_TRUE(result.err.contains(QStringLiteral("no such file")));
-    EXPECT_EQ(run({QStringLiteral("tags")}).status, 2);
-    EXPECT_EQ(run({QStringLiteral("no-such-command")}).status, 2);
+    EXPECT_EQ(runSpindrel({QStringLiteral("tags")}).status, 2);
+    EXPECT_EQ(runSpindrel({QStringLiteral("no-such-command")}).status, 2);
 }
 
 TEST(CommandLineTest, TapeCommitsAndRenamesThenLibraryListsAndSearches)
@@ -81,29 +60,27 @@ TEST(CommandLineTest, TapeCommitsAndRenamesThenLibraryListsAndSearches)
     QTemporaryDir dir;
     ASSERT_TRUE(makeTapeFile(dir.filePath(QStringLiteral("a.m4a"))));
     ASSERT_TRUE(makeTapeFile(dir.filePath(QStringLiteral("b.m4a")), {QStringLiteral("MQ"), true, 1.0}));
-    Result result =
-        run({QStringLiteral("tape"), dir.filePath(QStringLiteral("a.m4a")), QStringLiteral("--title"),
-             QStringLiteral("Piano lesson"), QStringLiteral("--date"), QStringLiteral("2012-03-04")});
+    CommandRun result =
+        runSpindrel(words("tape") << dir.filePath(QStringLiteral("a.m4a")) << words("--title")
+                                  << QStringLiteral("Piano lesson") << words("--date 2012-03-04"));
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_EQ(result.out.trimmed(), dir.filePath(QStringLiteral("[2012-03-04] Piano lesson.m4a")));
-    run({QStringLiteral("tape"), dir.filePath(QStringLiteral("b.m4a")), QStringLiteral("--title"),
-         QStringLiteral("Guitar"), QStringLiteral("--date"), QStringLiteral("2013-01-01")});
+    runSpindrel(words("tape") << dir.filePath(QStringLiteral("b.m4a"))
+                              << words("--title Guitar --date 2013-01-01"));
 
-    result =
-        run({QStringLiteral("library"), QStringLiteral("--folder"), dir.path(), QStringLiteral("--json")});
+    result = runSpindrel(words("library --folder") << dir.path() << words("--json"));
     ASSERT_EQ(result.status, 0);
     const QJsonArray tapes = QJsonDocument::fromJson(result.out.toUtf8()).array();
     ASSERT_EQ(tapes.size(), 2);
     EXPECT_EQ(tapes.at(0).toObject().value(QStringLiteral("title")).toString(), QStringLiteral("Guitar"));
     EXPECT_EQ(tapes.at(1).toObject().value(QStringLiteral("quality")).toString(), QStringLiteral("LQ"));
 
-    result = run({QStringLiteral("library"), QStringLiteral("--folder"), dir.path(),
-                  QStringLiteral("--query"), QStringLiteral("quality:mq")});
+    result = runSpindrel(words("library --folder") << dir.path() << words("--query quality:mq"));
     EXPECT_EQ(result.out.count(QLatin1Char('\n')), 1);
     EXPECT_TRUE(result.out.contains(QStringLiteral("Guitar")));
 
     const QString png = dir.filePath(QStringLiteral("c.png"));
-    result = run(
+    result = runSpindrel(
         {QStringLiteral("render-cassette"), dir.filePath(QStringLiteral("[2013-01-01] Guitar.m4a")), png});
     EXPECT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_EQ(QImage(png).size(), QSize(880, 560));
@@ -138,30 +115,30 @@ TEST(CommandLineTest, FileOperationsTrashListAndExportWithoutLosingFiles)
     ASSERT_TRUE(other.open(QIODevice::WriteOnly));
     other.write("other");
     other.close();
-    const Result refused = run({QStringLiteral("export"), tape, copy});
+    const CommandRun refused = runSpindrel({QStringLiteral("export"), tape, copy});
     EXPECT_EQ(refused.status, 1);
     EXPECT_TRUE(refused.err.contains(QStringLiteral("--force"))) << refused.err.toStdString();
     EXPECT_EQ(QFileInfo(copy).size(), 5);
-    const Result forced = run({QStringLiteral("export"), tape, copy, QStringLiteral("--force")});
+    const CommandRun forced = runSpindrel({QStringLiteral("export"), tape, copy, QStringLiteral("--force")});
     EXPECT_EQ(forced.status, 0) << forced.err.toStdString();
     EXPECT_EQ(QFileInfo(copy).size(), QFileInfo(tape).size());
 
     const QString playlist = dir.filePath(QStringLiteral("Spindrel.m3u8"));
     for (int i = 0; i < 2; ++i) {
-        const Result added =
-            run({QStringLiteral("add-to-music"), tape, QStringLiteral("--playlist"), playlist});
+        const CommandRun added =
+            runSpindrel({QStringLiteral("add-to-music"), tape, QStringLiteral("--playlist"), playlist});
         EXPECT_EQ(added.status, 0) << added.err.toStdString();
     }
     QFile list(playlist);
     ASSERT_TRUE(list.open(QIODevice::ReadOnly));
     EXPECT_EQ(list.readAll(), "#EXTM3U\n#EXTINF:2,take\n" + tape.toUtf8() + '\n');
 
-    const Result trashed = run({QStringLiteral("trash"), tape});
+    const CommandRun trashed = runSpindrel({QStringLiteral("trash"), tape});
     EXPECT_EQ(trashed.status, 0) << trashed.err.toStdString();
     EXPECT_FALSE(QFileInfo::exists(tape));
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("data/Trash/files/take.m4a"))));
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("data/Trash/info/take.m4a.trashinfo"))));
-    const Result again = run({QStringLiteral("trash"), tape});
+    const CommandRun again = runSpindrel({QStringLiteral("trash"), tape});
     EXPECT_EQ(again.status, 1);
     EXPECT_TRUE(again.err.contains(QStringLiteral("no longer exists")));
     qputenv("XDG_DATA_HOME", savedDataHome);

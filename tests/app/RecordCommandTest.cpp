@@ -1,5 +1,6 @@
 // spindrel record, run as a user runs it, recording what plays into the test input.
 #include "MP4Tags/MP4Tags.h"
+#include "RecordCommandFixture.h"
 #include "audio/DecodeCheck.h"
 #include "audio/RecordingRecovery.h"
 #include "tapes/Tape.h"
@@ -12,8 +13,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -23,68 +22,22 @@ using namespace spindrel::test;
 
 namespace {
 
-class RecordCommandTest : public ::testing::Test
+class RecordCommandTest : public RecordCommandFixture
 {
 protected:
-    void SetUp() override
-    {
-        // The command reads the user's settings: give it settings of its own.
-        QSettings settings(mFolder.filePath(QStringLiteral("config/Spindrel/Spindrel.conf")),
-                           QSettings::IniFormat);
-        settings.setValue(QStringLiteral("TapeAuthor"), QStringLiteral("Command Author"));
-        settings.sync();
-        const QString tone = mFolder.filePath(QStringLiteral("tone.wav"));
-        ASSERT_EQ(runProgram(QStringLiteral("sox"),
-                             {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("44100"),
-                              QStringLiteral("-c"), QStringLiteral("2"), tone, QStringLiteral("synth"),
-                              QStringLiteral("8"), QStringLiteral("sine"), QStringLiteral("330")}),
-                  0);
-        mTone.start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
-        ASSERT_TRUE(mTone.waitForStarted());
-    }
+    void SetUp() override { playIntoTheInput(QStringLiteral("8 sine 330")); }
 
-    void TearDown() override
+    CommandRun record(const QStringList& arguments)
     {
-        mTone.kill();
-        mTone.waitForFinished();
+        return runSpindrel(QStringList{QStringLiteral("record")} + arguments, environment());
     }
-
-    int record(const QStringList& arguments, QString* out = nullptr, QString* err = nullptr)
-    {
-        return run(QStringList{QStringLiteral("record")} + arguments, out, err);
-    }
-
-    void startProgram(QProcess& process, const QStringList& arguments)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), mFolder.filePath(QStringLiteral("config")));
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(SPINDREL_BINARY), arguments);
-    }
-
-    int run(const QStringList& arguments, QString* out = nullptr, QString* err = nullptr)
-    {
-        QProcess process;
-        startProgram(process, arguments);
-        EXPECT_TRUE(process.waitForFinished(60000));
-        if (out)
-            *out = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-        if (err)
-            *err = QString::fromUtf8(process.readAllStandardError());
-        return process.exitCode();
-    }
-
-    QTemporaryDir mFolder;
-    QProcess mTone;
 };
 
 TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAndPrintsItsPath)
 {
-    QString path;
-    ASSERT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1.5"), QStringLiteral("--quality"),
-                      QStringLiteral("MQ"), QStringLiteral("--folder"), mFolder.path()},
-                     &path),
-              0);
+    CommandRun made = record(words("--seconds 1.5 --quality MQ --folder") << mFolder.path());
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    QString path = made.out.trimmed();
     EXPECT_EQ(QFileInfo(path).fileName(), QDate::currentDate().toString(QStringLiteral("[yyyy-MM-dd] ")) +
                                               QStringLiteral("Untitled.m4a"));
     EXPECT_EQ(QFileInfo(path).absolutePath(), mFolder.path());
@@ -102,11 +55,9 @@ TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAnd
     EXPECT_FALSE(tags->coverArt().value_or(QByteArray()).isEmpty());
 
     // Mono on a chosen device and channel.
-    ASSERT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1"), QStringLiteral("--mono"),
-                      QStringLiteral("--device"), QStringLiteral("vmic"), QStringLiteral("--channels"),
-                      QStringLiteral("1"), QStringLiteral("--folder"), mFolder.path()},
-                     &path),
-              0);
+    made = record(words("--seconds 1 --mono --device vmic --channels 1 --folder") << mFolder.path());
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    path = made.out.trimmed();
     Tape mono(path);
     EXPECT_FALSE(mono.stereo());
     EXPECT_EQ(mono.samplerate(), 22050u) << "the low quality's rate";
@@ -115,23 +66,14 @@ TEST_F(RecordCommandTest, RecordsAnUntitledTapeOfTheAskedLengthInStereoOrMonoAnd
 
 TEST_F(RecordCommandTest, BadRequestsSayWhatIsWrongAndRecordNothing)
 {
-    QString err;
-    EXPECT_EQ(
-        record({QStringLiteral("--seconds"), QStringLiteral("0"), QStringLiteral("--folder"), mFolder.path()},
-               nullptr, &err),
-        2);
-    EXPECT_TRUE(err.contains(QStringLiteral("--seconds"))) << err.toStdString();
-    EXPECT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1"), QStringLiteral("--quality"),
-                      QStringLiteral("XQ"), QStringLiteral("--folder"), mFolder.path()}),
-              2);
-    EXPECT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1"), QStringLiteral("--device"),
-                      QStringLiteral("no-such-device"), QStringLiteral("--folder"), mFolder.path()},
-                     nullptr, &err),
-              1);
-    EXPECT_TRUE(err.contains(QStringLiteral("no-such-device"))) << err.toStdString();
-    EXPECT_EQ(record({QStringLiteral("--seconds"), QStringLiteral("1"), QStringLiteral("--folder"),
-                      mFolder.filePath(QStringLiteral("missing"))}),
-              1);
+    CommandRun refused = record(words("--seconds 0 --folder") << mFolder.path());
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(refused.err.contains(QStringLiteral("--seconds"))) << refused.err.toStdString();
+    EXPECT_EQ(record(words("--seconds 1 --quality XQ --folder") << mFolder.path()).status, 2);
+    refused = record(words("--seconds 1 --device no-such-device --folder") << mFolder.path());
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.err.contains(QStringLiteral("no-such-device"))) << refused.err.toStdString();
+    EXPECT_EQ(record(words("--seconds 1 --folder") << mFolder.filePath(QStringLiteral("missing"))).status, 1);
     EXPECT_TRUE(QDir(mFolder.path()).entryList({QStringLiteral("*.m4a")}).isEmpty());
 }
 
@@ -140,9 +82,9 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
     const QString library = mFolder.filePath(QStringLiteral("library"));
     ASSERT_TRUE(QDir().mkpath(library));
     QProcess recording;
-    startProgram(recording,
-                 {QStringLiteral("record"), QStringLiteral("--seconds"), QStringLiteral("60"),
-                  QStringLiteral("--quality"), QStringLiteral("MQ"), QStringLiteral("--folder"), library});
+    recording.setProcessEnvironment(environment());
+    recording.start(QStringLiteral(SPINDREL_BINARY), words("record --seconds 60 --quality MQ --folder")
+                                                         << library);
     ASSERT_TRUE(recording.waitForStarted());
     // The clock starts once sound is reaching the file: the server takes a while to deliver.
     QString inProgress;
@@ -157,11 +99,10 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
         << "the recording never reached the disk";
 
     // Listing the library meanwhile neither shows nor touches the recording going on.
-    QString listed;
-    ASSERT_EQ(run({QStringLiteral("library"), QStringLiteral("--folder"), library, QStringLiteral("--json")},
-                  &listed),
-              0);
-    EXPECT_TRUE(QJsonDocument::fromJson(listed.toUtf8()).array().isEmpty()) << listed.toStdString();
+    const QStringList listing = words("library --folder") << library << words("--json");
+    CommandRun listed = runSpindrel(listing, environment());
+    ASSERT_EQ(listed.status, 0);
+    EXPECT_TRUE(QJsonDocument::fromJson(listed.out.toUtf8()).array().isEmpty()) << listed.out.toStdString();
     EXPECT_TRUE(QFileInfo::exists(inProgress));
 
     QThread::msleep(5000);
@@ -169,11 +110,10 @@ TEST_F(RecordCommandTest, ARecordingKilledMidwayIsATapeTheNextTimeTheLibraryIsLo
     ASSERT_TRUE(recording.waitForFinished(5000));
     ASSERT_TRUE(QFileInfo::exists(inProgress));
 
-    ASSERT_EQ(run({QStringLiteral("library"), QStringLiteral("--folder"), library, QStringLiteral("--json")},
-                  &listed),
-              0);
-    const QJsonArray tapes = QJsonDocument::fromJson(listed.toUtf8()).array();
-    ASSERT_EQ(tapes.size(), 1) << listed.toStdString();
+    listed = runSpindrel(listing, environment());
+    ASSERT_EQ(listed.status, 0);
+    const QJsonArray tapes = QJsonDocument::fromJson(listed.out.toUtf8()).array();
+    ASSERT_EQ(tapes.size(), 1) << listed.out.toStdString();
     const QJsonObject tape = tapes.first().toObject();
     EXPECT_EQ(tape.value(QStringLiteral("title")).toString(), QStringLiteral("Untitled"));
     EXPECT_EQ(tape.value(QStringLiteral("quality")).toString(), QStringLiteral("MQ"));

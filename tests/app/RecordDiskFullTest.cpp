@@ -1,5 +1,6 @@
 // A disk that fills up, or fails, under spindrel record: the take stops at once and what was
 // written is a tape, also when the library is loaded on the full disk after a crash.
+#include "RecordCommandFixture.h"
 #include "audio/DecodeCheck.h"
 #include "audio/RecordingRecovery.h"
 
@@ -9,23 +10,13 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
 
 namespace {
-
-struct CommandRun
-{
-    int status = -1;
-    QString out;
-    QString err;
-};
 
 QString readText(const QString& path)
 {
@@ -38,55 +29,25 @@ QJsonArray tapesIn(const QString& json)
     return QJsonDocument::fromJson(json.toUtf8()).array();
 }
 
-class RecordDiskFullTest : public ::testing::Test
+class RecordDiskFullTest : public RecordCommandFixture
 {
 protected:
     void SetUp() override
     {
-        // The command reads the user's settings: give it settings of its own.
-        QSettings settings(mFolder.filePath(QStringLiteral("config/Spindrel/Spindrel.conf")),
-                           QSettings::IniFormat);
-        settings.setValue(QStringLiteral("TapeAuthor"), QStringLiteral("Command Author"));
-        settings.sync();
         ASSERT_TRUE(QDir().mkpath(mDisk));
         ASSERT_TRUE(QDir().mkpath(mOut));
-        const QString tone = mFolder.filePath(QStringLiteral("tone.wav"));
-        QProcess sox;
-        sox.start(QStringLiteral("sox"),
-                  {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("44100"), QStringLiteral("-c"),
-                   QStringLiteral("2"), tone, QStringLiteral("synth"), QStringLiteral("40"),
-                   QStringLiteral("pinknoise"), QStringLiteral("vol"), QStringLiteral("0.3")});
-        ASSERT_TRUE(sox.waitForFinished(30000));
-        ASSERT_EQ(sox.exitCode(), 0);
-        mTone.start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
-        ASSERT_TRUE(mTone.waitForStarted());
-    }
-
-    void TearDown() override
-    {
-        mTone.kill();
-        mTone.waitForFinished();
-    }
-
-    QProcessEnvironment environment() const
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), mFolder.filePath(QStringLiteral("config")));
-        environment.insert(QStringLiteral("SPINDREL"), QStringLiteral(SPINDREL_BINARY));
-        environment.insert(QStringLiteral("D"), mDisk);
-        environment.insert(QStringLiteral("OUT"), mOut);
-        return environment;
+        playIntoTheInput(QStringLiteral("40 pinknoise vol 0.3"));
     }
 
     CommandRun run(const QString& program, const QStringList& arguments, int timeoutMs = 120000) const
     {
-        QProcess process;
-        process.setProcessEnvironment(environment());
-        process.start(program, arguments);
-        EXPECT_TRUE(process.waitForFinished(timeoutMs)) << program.toStdString();
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                QString::fromUtf8(process.readAllStandardOutput()).trimmed(),
-                QString::fromUtf8(process.readAllStandardError())};
+        QProcessEnvironment scripts = environment();
+        scripts.insert(QStringLiteral("SPINDREL"), QStringLiteral(SPINDREL_BINARY));
+        scripts.insert(QStringLiteral("D"), mDisk);
+        scripts.insert(QStringLiteral("OUT"), mOut);
+        CommandRun result = runCommand(program, arguments, scripts, timeoutMs);
+        result.out = result.out.trimmed(); // a printed path
+        return result;
     }
 
     /// Runs the shell script in a mount namespace of its own, where $D is a file system of 1 MB
@@ -97,15 +58,11 @@ protected:
             QStringLiteral("mount -t tmpfs -o size=1m none \"$D\" || exit 90; "
                            "head -c $(( (1024 - %1) * 1024 )) /dev/zero > \"$D/.filler\" || exit 91; ")
                 .arg(freeKB);
-        return run(QStringLiteral("unshare"),
-                   {QStringLiteral("-Urm"), QStringLiteral("sh"), QStringLiteral("-c"), setUp + script},
-                   timeoutMs);
+        return run(QStringLiteral("unshare"), words("-Urm sh -c") << setUp + script, timeoutMs);
     }
 
-    QTemporaryDir mFolder;
     QString mDisk = mFolder.filePath(QStringLiteral("Music"));
     QString mOut = mFolder.filePath(QStringLiteral("out"));
-    QProcess mTone;
 };
 
 // The one tape a run left, copied out of its disk: a whole file that every reader takes.
@@ -193,13 +150,11 @@ TEST_F(RecordDiskFullTest, WriteAndSyncErrorsStopTheRecordingAndKeepWhatIsOnTheD
         const QString folder =
             mFolder.filePath(QString::fromLatin1(fault.injection).section(QLatin1Char(':'), 0, 0));
         ASSERT_TRUE(QDir().mkpath(folder));
-        const CommandRun recorded =
-            run(QStringLiteral("strace"),
-                {QStringLiteral("-f"), QStringLiteral("-qq"), QStringLiteral("-o"),
-                 QStringLiteral("/dev/null"), QStringLiteral("-e"),
-                 QStringLiteral("inject=") + QLatin1String(fault.injection), QStringLiteral(SPINDREL_BINARY),
-                 QStringLiteral("record"), QStringLiteral("--seconds"), QStringLiteral("20"),
-                 QStringLiteral("--quality"), QStringLiteral("MQ"), QStringLiteral("--folder"), folder});
+        const CommandRun recorded = run(QStringLiteral("strace"),
+                                        words("-f -qq -o /dev/null -e")
+                                            << QStringLiteral("inject=") + QLatin1String(fault.injection)
+                                            << QStringLiteral(SPINDREL_BINARY)
+                                            << words("record --seconds 20 --quality MQ --folder") << folder);
         EXPECT_EQ(recorded.status, 1) << recorded.err.toStdString();
         EXPECT_TRUE(recorded.err.contains(QLatin1String(fault.reason))) << recorded.err.toStdString();
         EXPECT_TRUE(recorded.err.contains(QStringLiteral("“%1”").arg(QFileInfo(folder).fileName())))
@@ -213,8 +168,7 @@ TEST_F(RecordDiskFullTest, WriteAndSyncErrorsStopTheRecordingAndKeepWhatIsOnTheD
         EXPECT_EQ(topLevelAtoms(recorded.out).contains(QStringLiteral("moof")), !fault.ordinary);
 
         const CommandRun library =
-            run(QStringLiteral(SPINDREL_BINARY),
-                {QStringLiteral("library"), QStringLiteral("--folder"), folder, QStringLiteral("--json")});
+            run(QStringLiteral(SPINDREL_BINARY), words("library --folder") << folder << words("--json"));
         const QJsonArray tapes = tapesIn(library.out);
         ASSERT_EQ(tapes.size(), 1) << library.out.toStdString();
         EXPECT_NEAR(tapes.first().toObject().value(QStringLiteral("duration")).toDouble(), seconds, 0.1);

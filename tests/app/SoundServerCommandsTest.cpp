@@ -1,39 +1,15 @@
 // The audio commands as a user runs them, on a sound server of the test's own that is missing,
 // stopped or running.
+#include "CommandRun.h"
 #include "audio/PrivateSoundServer.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
 #include <gtest/gtest.h>
 #include <iostream>
 
 using namespace spindrel::test;
 
 namespace {
-
-struct Result
-{
-    bool finished = false;
-    int status = -1;
-    QString out;
-    QString err;
-};
-
-Result run(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(SPINDREL_BINARY), arguments);
-    Result result;
-    result.finished = process.waitForFinished(30000);
-    if (!result.finished) {
-        process.kill();
-        process.waitForFinished();
-    }
-    result.status = process.exitCode();
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
-}
 
 // Figures for the report, not for asserting: a busy machine may take its time.
 void report(const char* what, qint64 ms)
@@ -48,7 +24,7 @@ TEST(SoundServerCommands, WithoutAServerTheyFailAtOnceAndSayWhy)
     server.use();
     QElapsedTimer clock;
     clock.start();
-    const Result devices = run({QStringLiteral("devices")});
+    const CommandRun devices = runSpindrel({QStringLiteral("devices")});
     report("spindrel devices without a server", clock.elapsed());
     ASSERT_TRUE(devices.finished);
     EXPECT_EQ(devices.status, 1);
@@ -56,11 +32,11 @@ TEST(SoundServerCommands, WithoutAServerTheyFailAtOnceAndSayWhy)
         << devices.err.toStdString();
     EXPECT_TRUE(devices.out.isEmpty()) << devices.out.toStdString();
 
-    const Result json = run({QStringLiteral("devices"), QStringLiteral("--json")});
+    const CommandRun json = runSpindrel({QStringLiteral("devices"), QStringLiteral("--json")});
     EXPECT_EQ(json.status, 1);
     EXPECT_TRUE(json.out.isEmpty()) << json.out.toStdString();
 
-    const Result meter = run({QStringLiteral("meter"), QStringLiteral("--count"), QStringLiteral("1")});
+    const CommandRun meter = runSpindrel(words("meter --count 1"));
     ASSERT_TRUE(meter.finished);
     EXPECT_EQ(meter.status, 1);
     EXPECT_TRUE(meter.err.contains(QStringLiteral("sound server"))) << meter.err.toStdString();
@@ -76,9 +52,9 @@ TEST(SoundServerCommands, AStoppedServerMakesThemGiveUpAndARunningOneIsListed)
         HangGuard guard(server, 20000);
         QElapsedTimer clock;
         clock.start();
-        const Result devices = run({QStringLiteral("devices")});
+        const CommandRun devices = runSpindrel({QStringLiteral("devices")});
         report("spindrel devices on a stopped server", clock.elapsed());
-        const Result meter = run({QStringLiteral("meter"), QStringLiteral("--count"), QStringLiteral("1")});
+        const CommandRun meter = runSpindrel(words("meter --count 1"));
         ASSERT_FALSE(guard.finish()) << "a command waited on the stopped server";
         EXPECT_EQ(devices.status, 1);
         EXPECT_TRUE(devices.err.contains(QStringLiteral("the sound server does not answer")))
@@ -88,7 +64,7 @@ TEST(SoundServerCommands, AStoppedServerMakesThemGiveUpAndARunningOneIsListed)
     }
 
     server.resume();
-    const Result devices = run({QStringLiteral("devices")});
+    const CommandRun devices = runSpindrel({QStringLiteral("devices")});
     EXPECT_EQ(devices.status, 0) << devices.err.toStdString();
     EXPECT_TRUE(devices.out.contains(QStringLiteral("* vmic"))) << devices.out.toStdString();
     EXPECT_TRUE(devices.out.contains(QStringLiteral("* spk"))) << devices.out.toStdString();

@@ -1,6 +1,7 @@
 // A growing title edit of a large tape whose tags come before its audio, killed at each write,
 // sync, truncation, copy and rename it makes, and running out of disk for real: afterwards the file
 // has the old title or the new one and every packet of its audio.
+#include "CommandRun.h"
 #include "MP4Tags/MP4Tags.h"
 
 #include <QDir>
@@ -8,47 +9,37 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+using namespace spindrel::test;
+
 namespace {
 
-struct Result
+// Editing 14 MB under strace takes its time on a busy machine.
+CommandRun run(const QString& program, const QStringList& arguments)
 {
-    bool finished = false; // exited by itself with status 0
-    QByteArray output;
-};
-
-Result run(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, arguments);
-    if (!process.waitForFinished(300000))
-        process.kill();
-    return {process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0, process.readAll()};
+    return runCommand(program, arguments, QProcessEnvironment::systemEnvironment(), 300000);
 }
 
-QByteArray packetDigest(const QString& path)
+QString packetDigest(const QString& path)
 {
-    const Result result =
-        run(QStringLiteral("ffmpeg"),
-            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-             QStringLiteral("-map"), QStringLiteral("0"), QStringLiteral("-c"), QStringLiteral("copy"),
-             QStringLiteral("-f"), QStringLiteral("md5"), QStringLiteral("-")});
-    return result.finished ? result.output.trimmed() : QByteArray();
+    const CommandRun result =
+        run(QStringLiteral("ffmpeg"), words("-v error -i") << path << words("-map 0 -c copy -f md5 -"));
+    return result.status == 0 ? result.out.trimmed() : QString();
 }
 
 QString titleOf(const QString& path)
 {
-    const Result result =
-        run(QStringLiteral(SPINDREL_BINARY), {QStringLiteral("tags"), path, QStringLiteral("--json")});
-    const QByteArray json = result.output.mid(result.output.indexOf('{'));
-    return QJsonDocument::fromJson(json).object().value(QLatin1String("title")).toString();
+    const QString output =
+        run(QStringLiteral(SPINDREL_BINARY), {QStringLiteral("tags"), path, QStringLiteral("--json")}).out;
+    return QJsonDocument::fromJson(output.mid(output.indexOf(u'{')).toUtf8())
+        .object()
+        .value(QLatin1String("title"))
+        .toString();
 }
 
-Result editTitle(const QString& path, const QString& title, const QStringList& strace = {})
+CommandRun editTitle(const QString& path, const QString& title, const QStringList& strace = {})
 {
     QStringList arguments{QStringLiteral(SPINDREL_BINARY), QStringLiteral("tags"), path,
                           QStringLiteral("--set-title"), title};
@@ -66,13 +57,11 @@ protected:
         static QTemporaryDir folder;
         static const QString path = [] {
             const QString made = folder.filePath(QStringLiteral("tape.m4a"));
-            const Result result = run(
-                QStringLiteral("ffmpeg"),
-                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-                 QStringLiteral("-i"), QStringLiteral("anoisesrc=d=90:c=pink:r=44100:a=0.3"),
-                 QStringLiteral("-ac"), QStringLiteral("2"), QStringLiteral("-c:a"), QStringLiteral("alac"),
-                 QStringLiteral("-movflags"), QStringLiteral("+faststart"), made});
-            return result.finished ? made : QString();
+            const CommandRun result = run(QStringLiteral("ffmpeg"),
+                                          words("-v error -f lavfi -i anoisesrc=d=90:c=pink:r=44100:a=0.3 "
+                                                "-ac 2 -c:a alac -movflags +faststart")
+                                              << made);
+            return result.status == 0 ? made : QString();
         }();
         return path;
     }
@@ -92,7 +81,7 @@ protected:
 TEST_F(TagEditCrashTest, AKillAtAnyStepLeavesTheOldOrTheNewTitleAndEveryPacket)
 {
     ASSERT_FALSE(tape().isEmpty());
-    const QByteArray packets = packetDigest(tape());
+    const QString packets = packetDigest(tape());
     ASSERT_FALSE(packets.isEmpty());
     const QString base = mDir.filePath(QStringLiteral("base.m4a.orig"));
     const QString newTitle = QStringLiteral("A title long enough to make the tags grow, and then some more");
@@ -102,7 +91,7 @@ TEST_F(TagEditCrashTest, AKillAtAnyStepLeavesTheOldOrTheNewTitleAndEveryPacket)
         SCOPED_TRACE(oldTitle.isEmpty() ? "written anew" : "in place");
         copyTo(tape(), base);
         if (!oldTitle.isEmpty()) {
-            ASSERT_TRUE(editTitle(base, oldTitle).finished);
+            ASSERT_EQ(editTitle(base, oldTitle).status, 0);
         }
         int kills = 0;
         for (const char* call :
@@ -111,14 +100,13 @@ TEST_F(TagEditCrashTest, AKillAtAnyStepLeavesTheOldOrTheNewTitleAndEveryPacket)
                 SCOPED_TRACE(
                     QStringLiteral("killed at %1 #%2").arg(QLatin1String(call)).arg(n).toStdString());
                 copyTo(base, mPath);
-                const Result edit = editTitle(
+                const CommandRun edit = editTitle(
                     mPath, newTitle,
-                    {QStringLiteral("-f"), QStringLiteral("-qq"), QStringLiteral("-o"),
-                     QStringLiteral("/dev/null"), QStringLiteral("-e"),
-                     QStringLiteral("inject=%1:signal=KILL:when=%2").arg(QLatin1String(call)).arg(n)});
+                    words("-f -qq -o /dev/null -e")
+                        << QStringLiteral("inject=%1:signal=KILL:when=%2").arg(QLatin1String(call)).arg(n));
                 const QString title = titleOf(mPath);
                 EXPECT_EQ(packetDigest(mPath), packets);
-                if (edit.finished) {
+                if (edit.status == 0) {
                     EXPECT_EQ(title, newTitle); // the edit made fewer such calls than n
                     break;
                 }
@@ -131,7 +119,7 @@ TEST_F(TagEditCrashTest, AKillAtAnyStepLeavesTheOldOrTheNewTitleAndEveryPacket)
         }
         EXPECT_GE(kills, 6);
         copyTo(base, mPath);
-        ASSERT_TRUE(editTitle(mPath, newTitle).finished);
+        ASSERT_EQ(editTitle(mPath, newTitle).status, 0);
         EXPECT_EQ(titleOf(mPath), newTitle);
         EXPECT_EQ(packetDigest(mPath), packets);
     }
@@ -140,7 +128,7 @@ TEST_F(TagEditCrashTest, AKillAtAnyStepLeavesTheOldOrTheNewTitleAndEveryPacket)
 TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudio)
 {
     ASSERT_FALSE(tape().isEmpty());
-    const QByteArray packets = packetDigest(tape());
+    const QString packets = packetDigest(tape());
     // A file system with room for the tape and 2 MB more: writing it anew cannot fit.
     const QString script =
         QStringLiteral(
@@ -151,25 +139,19 @@ TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudi
             .arg(mDir.path())
             .arg(QFileInfo(tape()).size() / 1024 + 2048)
             .arg(tape(), QStringLiteral(SPINDREL_BINARY));
-    const Result full = run(QStringLiteral("unshare"),
-                            {QStringLiteral("-Urm"), QStringLiteral("sh"), QStringLiteral("-c"), script});
-    EXPECT_TRUE(full.output.contains("edit=failed")) << full.output.toStdString();
-    EXPECT_TRUE(full.output.contains("the disk is full")) << full.output.toStdString();
-    EXPECT_TRUE(full.output.contains("file=same")) << full.output.toStdString();
-    EXPECT_TRUE(full.output.trimmed().endsWith("\nt.m4a")) << full.output.toStdString();
+    const CommandRun full = run(QStringLiteral("unshare"), words("-Urm sh -c") << script);
+    EXPECT_TRUE(full.out.contains(QStringLiteral("edit=failed"))) << full.out.toStdString();
+    EXPECT_TRUE(full.err.contains(QStringLiteral("the disk is full"))) << full.err.toStdString();
+    EXPECT_TRUE(full.out.contains(QStringLiteral("file=same"))) << full.out.toStdString();
+    EXPECT_TRUE(full.out.trimmed().endsWith(QStringLiteral("\nt.m4a"))) << full.out.toStdString();
 
     // Tags last and a cover that outgrows the room left: the copy of the tags at the end of the
     // file cannot be finished, and what it had written goes again.
     const QString last = mDir.filePath(QStringLiteral("last.m4a"));
     const QString cover = mDir.filePath(QStringLiteral("cover.png"));
-    ASSERT_TRUE(
-        run(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"),
-                                       tape(), QStringLiteral("-c"), QStringLiteral("copy"), last})
-            .finished);
-    ASSERT_TRUE(run(QStringLiteral("convert"),
-                    {QStringLiteral("-size"), QStringLiteral("400x400"), QStringLiteral("xc:"),
-                     QStringLiteral("+noise"), QStringLiteral("Random"), cover})
-                    .finished);
+    ASSERT_EQ(
+        run(QStringLiteral("ffmpeg"), words("-v error -i") << tape() << words("-c copy") << last).status, 0);
+    ASSERT_EQ(run(QStringLiteral("convert"), words("-size 400x400 xc: +noise Random") << cover).status, 0);
     const QString lastScript =
         QStringLiteral(
             "set -e; d=%1/small2; mkdir -p $d; mount -t tmpfs -o size=%2k tmpfs $d; cp %3 $d/t.m4a; "
@@ -178,20 +160,17 @@ TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudi
             .arg(mDir.path())
             .arg(QFileInfo(last).size() / 1024 + 32)
             .arg(last, QStringLiteral(SPINDREL_BINARY), cover);
-    const Result lastFull = run(QStringLiteral("unshare"), {QStringLiteral("-Urm"), QStringLiteral("sh"),
-                                                            QStringLiteral("-c"), lastScript});
-    EXPECT_TRUE(lastFull.output.contains("edit=failed")) << lastFull.output.toStdString();
-    EXPECT_TRUE(lastFull.output.contains("file=same")) << lastFull.output.toStdString();
+    const CommandRun lastFull = run(QStringLiteral("unshare"), words("-Urm sh -c") << lastScript);
+    EXPECT_TRUE(lastFull.out.contains(QStringLiteral("edit=failed"))) << lastFull.out.toStdString();
+    EXPECT_TRUE(lastFull.out.contains(QStringLiteral("file=same"))) << lastFull.out.toStdString();
 
     // An I/O error on a sync in the middle of an edit in place is reported, and the file is whole.
     copyTo(tape(), mPath);
-    ASSERT_TRUE(editTitle(mPath, QStringLiteral("First title")).finished);
-    const Result failing = editTitle(mPath, QStringLiteral("A longer title than the first one"),
-                                     {QStringLiteral("-f"), QStringLiteral("-qq"), QStringLiteral("-o"),
-                                      QStringLiteral("/dev/null"), QStringLiteral("-e"),
-                                      QStringLiteral("inject=fdatasync:error=EIO:when=2")});
-    EXPECT_FALSE(failing.finished);
-    EXPECT_TRUE(failing.output.contains("Input/output error")) << failing.output.toStdString();
+    ASSERT_EQ(editTitle(mPath, QStringLiteral("First title")).status, 0);
+    const CommandRun failing = editTitle(mPath, QStringLiteral("A longer title than the first one"),
+                                         words("-f -qq -o /dev/null -e inject=fdatasync:error=EIO:when=2"));
+    EXPECT_NE(failing.status, 0);
+    EXPECT_TRUE(failing.err.contains(QStringLiteral("Input/output error"))) << failing.err.toStdString();
     EXPECT_EQ(packetDigest(mPath), packets);
     const QString title = titleOf(mPath);
     EXPECT_TRUE(title == QStringLiteral("First title") ||

@@ -72,7 +72,6 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
 
     // An unplugged device that was stored: usable as the default, but not found in the list.
     const VORLAudioDevice unplugged(QStringLiteral("usb-headset-that-is-gone"));
-    EXPECT_EQ(unplugged.deviceUID(), QStringLiteral("usb-headset-that-is-gone"));
     EXPECT_EQ(unplugged.deviceName(), input.deviceName());
     EXPECT_EQ(unplugged.sourceName(), QStringLiteral("vmic"));
     EXPECT_EQ(unplugged.sinkName(), QStringLiteral("spk"));
@@ -80,12 +79,7 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
     EXPECT_FALSE(unplugged.isPresent(VORLAudioDevice::Input));
     EXPECT_FALSE(VORLAudioHardware::recordingDevices().contains(unplugged));
 
-    const quint32 id = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic"));
-    EXPECT_NE(id, 0u);
-    EXPECT_EQ(VORLAudioHardware::deviceUIDForDeviceID(id, VORLAudioDevice::Input), QStringLiteral("vmic"));
-    const quint32 sinkID = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("spk"));
-    EXPECT_EQ(VORLAudioHardware::deviceUIDForDeviceID(sinkID, VORLAudioDevice::Output),
-              QStringLiteral("spk"));
+    EXPECT_NE(VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic")), 0u);
     EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QString()), 0u);
     EXPECT_EQ(VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("usb-headset-that-is-gone")), 0u);
 

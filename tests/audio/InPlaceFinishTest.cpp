@@ -3,6 +3,7 @@
 #include "AudioTestSupport.h"
 #include "DecodeCheck.h"
 #include "MP4Tags/MP4Tags.h"
+#include "MP4Tags/MP4TestFiles.h"
 #include "RecordingTestFiles.h"
 #include "audio/MP4InPlaceFinisher.h"
 #include "audio/MP4Remuxer.h"
@@ -12,7 +13,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <QtEndian>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -44,20 +44,11 @@ MP4InPlaceFinisher::Result finishInPlace(const QString& path, const QString& des
 // the fragment's header is whole, its audio is not.
 void tearLastFragment(const QString& path)
 {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    const QByteArray bytes = file.readAll();
-    qsizetype lastMdat = -1;
-    for (qsizetype at = 0; at + 8 <= bytes.size();) {
-        const uint32_t size = qFromBigEndian<uint32_t>(bytes.constData() + at);
-        if (size < 8)
-            break;
-        if (bytes.mid(at + 4, 4) == "mdat")
-            lastMdat = at;
-        at += size;
-    }
+    qint64 lastMdat = -1;
+    for (const mp4test::BoxAt& box : mp4test::boxesIn(mp4test::readFile(path)))
+        lastMdat = box.type == "mdat" ? box.offset : lastMdat;
     ASSERT_GT(lastMdat, 0);
-    ASSERT_TRUE(file.resize(lastMdat + 8 + 100));
+    ASSERT_TRUE(QFile::resize(path, lastMdat + 8 + 100));
 }
 
 // The ordinary file the remux makes of a copy of the recording, and its length in seconds.
@@ -182,15 +173,13 @@ TEST(InPlaceFinish, aFinishInterruptedAfterItsMoovIsCompletedAndOtherFilesAreLef
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     const QByteArray bytes = file.readAll();
     int restored = 0;
-    for (qsizetype at = 0; at + 8 <= bytes.size();) {
-        const uint32_t size = qFromBigEndian<uint32_t>(bytes.constData() + at);
+    for (const mp4test::BoxAt& box : mp4test::boxesIn(bytes)) {
         // The free boxes that hold a fragment header are the ones right before the audio.
-        if (bytes.mid(at + 4, 4) == "free" && bytes.mid(at + size + 4, 4) == "mdat") {
-            file.seek(at + 4);
+        if (box.type == "free" && bytes.mid(box.offset + box.size + 4, 4) == "mdat") {
+            file.seek(box.offset + 4);
             file.write("moof");
             ++restored;
         }
-        at += size;
     }
     file.close();
     ASSERT_GE(restored, 3);

@@ -37,7 +37,6 @@ protected:
 TEST_F(NoSoundServer, devicesAreEmptyRecordingFailsClearlyAndMetersRaise)
 {
     const VORLAudioDevice device(QStringLiteral("vmic"));
-    EXPECT_EQ(device.deviceUID(), QStringLiteral("vmic"));
     EXPECT_TRUE(device.deviceName().isEmpty());
     EXPECT_EQ(device.numberOfChannelsForDirection(VORLAudioDevice::Input), 0u);
     EXPECT_FALSE(device.canRecordStereo());

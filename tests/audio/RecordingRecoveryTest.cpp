@@ -3,6 +3,7 @@
 
 #include "AudioTestSupport.h"
 #include "DecodeCheck.h"
+#include "MP4Tags/MP4TestFiles.h"
 #include "RecordingTestFiles.h"
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
@@ -21,21 +22,12 @@ namespace {
 using Outcome = RecordingRecovery::Outcome;
 
 // Where each complete fragment ends: the ends of the 'mdat' boxes.
-std::vector<int64_t> fragmentEnds(const QString& path)
+std::vector<int64_t> fragmentEnds(const QByteArray& bytes)
 {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
     std::vector<int64_t> ends;
-    for (qsizetype at = 0; at + 8 <= bytes.size();) {
-        const uint32_t size = (uint32_t(uchar(bytes[at])) << 24) | (uint32_t(uchar(bytes[at + 1])) << 16) |
-                              (uint32_t(uchar(bytes[at + 2])) << 8) | uint32_t(uchar(bytes[at + 3]));
-        if (size < 8 || at + size > bytes.size())
-            break;
-        if (bytes.mid(at + 4, 4) == "mdat")
-            ends.push_back(at + size);
-        at += size;
-    }
+    for (const mp4test::BoxAt& box : mp4test::boxesIn(bytes))
+        if (box.type == "mdat" && box.offset + box.size <= bytes.size())
+            ends.push_back(box.offset + box.size);
     return ends;
 }
 
@@ -111,10 +103,8 @@ TEST(RecordingRecovery, aFileCutAtAnyByteKeepsEveryCompleteFragment)
 {
     QTemporaryDir dir;
     const QString whole = leaveCrashedRecording(dir, QStringLiteral("whole.m4a"), "LQ", 2.5);
-    QFile wholeFile(whole);
-    ASSERT_TRUE(wholeFile.open(QIODevice::ReadOnly));
-    const QByteArray bytes = wholeFile.readAll();
-    const std::vector<int64_t> ends = fragmentEnds(whole);
+    const QByteArray bytes = mp4test::readFile(whole);
+    const std::vector<int64_t> ends = fragmentEnds(bytes);
     ASSERT_GE(ends.size(), 3u);
     EXPECT_EQ(RecordingRecovery::recoverableLength(whole), ends.back());
 

@@ -29,7 +29,6 @@ TEST(StreamDescription, completionFillsThePacketLayoutOfKnownFormatsOnly)
 
 TEST(RecordingPresets, unknownQualitiesAndTheUnlockedLosslessRate)
 {
-    EXPECT_EQ(RecordingPresets::qualities(), (QStringList{"HQ", "MQ", "LQ"}));
     EXPECT_EQ(RecordingPresets::sampleRateForQuality(QStringLiteral("unknown")), 0u);
     EXPECT_TRUE(RecordingPresets::streamDescriptionForQuality(QStringLiteral("unknown"), true).isAAC());
     const auto open = RecordingPresets::streamDescriptionForQuality(QStringLiteral("HQ"), false, false);

@@ -31,15 +31,3 @@ TEST(DurationFormatterTest, EveryStyleWritesItsOwnForm)
         EXPECT_EQ(DurationFormatter::durationToString(c.seconds, c.style), QString::fromUtf8(c.text));
     }
 }
-
-TEST(DurationFormatterTest, CompactIsTheDefaultAndNumbersFormatAsCells)
-{
-    EXPECT_EQ(DurationFormatter::durationToString(3725), QStringLiteral("1h2m5s"));
-    EXPECT_EQ(DurationFormatter::stringForObjectValue(3725.6), QStringLiteral("1h2m5s"));
-    EXPECT_EQ(DurationFormatter::stringForObjectValue(61), QStringLiteral("1m1s"));
-    EXPECT_EQ(DurationFormatter::stringForObjectValue(QStringLiteral("12")), QStringLiteral("12s"));
-    EXPECT_TRUE(DurationFormatter::stringForObjectValue(QStringLiteral("twelve")).isNull());
-    EXPECT_TRUE(DurationFormatter::stringForObjectValue(QVariant()).isNull());
-    // Out of the 32-bit range the value is clamped rather than wrapped.
-    EXPECT_FALSE(DurationFormatter::stringForObjectValue(1e12).startsWith(QLatin1Char('-')));
-}

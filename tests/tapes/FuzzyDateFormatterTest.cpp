@@ -52,14 +52,3 @@ TEST(FuzzyDateFormatterTest, OnlyTheDayOfTheYearCounts)
     EXPECT_TRUE(formatter.stringFromDate(at(2012, 12, 31, 18, 0), QDate(2013, 1, 1))
                     .startsWith(QStringLiteral("Yesterday ")));
 }
-
-TEST(FuzzyDateFormatterTest, TheSharedInstanceReadsAgainstTheClock)
-{
-    const QDateTime now = QDateTime::currentDateTime();
-    EXPECT_TRUE(FuzzyDateFormatter::shared().stringFromDate(now).startsWith(QStringLiteral("Today")));
-    EXPECT_TRUE(
-        FuzzyDateFormatter::shared().stringFromDate(now.addDays(-1)).startsWith(QStringLiteral("Yesterday")));
-    const QDateTime twoDaysAgo = now.addDays(-2);
-    EXPECT_EQ(FuzzyDateFormatter::shared().stringFromDate(twoDaysAgo),
-              FuzzyDateFormatter::shared().plainString(twoDaysAgo));
-}

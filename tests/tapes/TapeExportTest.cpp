@@ -1,13 +1,12 @@
 #include "tapes/TapeExport.h"
 
 #include "TapeTestFiles.h"
+#include "audio/RecordingTestFiles.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -60,21 +59,13 @@ TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)
     const QString source = write(QStringLiteral("tape.m4a"), QByteArray(256 * 1024, 'x'));
     const QString destination = write(QStringLiteral("old.m4a"), "old contents");
 
-    // A file-size limit makes writes fail part-way, as a full disk does.
-    struct rlimit saved
+    std::optional<Error> error, fresh;
     {
-    };
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    auto* previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit limited = saved;
-    limited.rlim_cur = 64 * 1024;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const std::optional<Error> error =
-        TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace);
-    const std::optional<Error> fresh =
-        TapeExport::exportFile(source, mDir.filePath(QStringLiteral("new.m4a")));
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previousHandler);
+        // Writes fail part-way, as on a full disk.
+        const FileSizeLimit full(64 * 1024);
+        error = TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace);
+        fresh = TapeExport::exportFile(source, mDir.filePath(QStringLiteral("new.m4a")));
+    }
 
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("old.m4a")));

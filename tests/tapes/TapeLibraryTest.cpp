@@ -1,5 +1,6 @@
 #include "TapeTestFiles.h"
-#include "audio/RecordingPresets.h"
+#include "audio/RecordingRecovery.h"
+#include "audio/RecordingTestFiles.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "foundation/Log.h"
 #include "tapes/TapeLibraryArrayController.h"
@@ -346,32 +347,13 @@ TEST_F(TapeLibraryTest, TrashDropsTheTapeEvenWhenItsFileVanishedWithTheFailureLo
                   "(ERROR) TapeLibraryArrayController_TapeOperations : performFileOperation failed!!!!")});
 }
 
-namespace {
-
-std::unique_ptr<VORLExtendedAudioFile> startRecording(const QString& path, double seconds)
-{
-    auto file = std::make_unique<VORLExtendedAudioFile>(
-        path, RecordingPresets::streamDescriptionForQuality(QStringLiteral("LQ"), false), 48000, 44100.0);
-    std::vector<float> tone(size_t(seconds * 44100.0));
-    for (size_t i = 0; i < tone.size(); ++i)
-        tone[i] = float(0.5 * std::sin(2.0 * M_PI * 440.0 * double(i) / 44100.0));
-    EXPECT_TRUE(file->writeFrames(tone.data(), tone.size()));
-    return file;
-}
-
-} // namespace
-
 TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesALiveOneAlone)
 {
     // What a killed recorder leaves: its in-progress file, unlocked, without an ending.
-    QTemporaryDir scratch;
-    const QString killedPath = scratch.filePath(QStringLiteral("killed.m4a"));
-    auto killed = startRecording(killedPath, 2.0);
-    ASSERT_TRUE(QFile::copy(RecordingRecovery::inProgressPath(killedPath),
-                            path(QStringLiteral("0C8A.m4a") + RecordingRecovery::inProgressSuffix())));
-    killed->closeFile();
+    leaveCrashedRecording(mDir, QStringLiteral("0C8A.m4a"), "LQ", 2.0);
     // A recording still going on in the folder.
-    auto live = startRecording(path(QStringLiteral("live.m4a")), 1.0);
+    auto live = openRecording(path(QStringLiteral("live.m4a")), "LQ");
+    feedTone(*live, 1.0);
 
     TapeLibraryArrayController library(folder());
     ASSERT_EQ(library.content().size(), 1);

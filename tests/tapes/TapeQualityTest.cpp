@@ -1,28 +1,8 @@
 #include "tapes/TapeQuality.h"
 
-#include "AssertionText.h"
-#include "foundation/Assertion.h"
-
 #include <gtest/gtest.h>
 
 using namespace spindrel;
-
-TEST(TapeQualityTest, PresetsByIndexAndRatesLockedOrNot)
-{
-    EXPECT_EQ(TapeQuality::qualityForIndex(2), QStringLiteral("LQ"));
-    for (const int32_t index : {3, -1, INT32_MIN})
-        EXPECT_EQ(test::assertionFrom([&] { TapeQuality::qualityForIndex(index); }),
-                  "Asking for qualty outside range")
-            << index;
-    // Lossless follows the device unless the rate is locked.
-    EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("HQ")), 0u);
-    EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("HQ"), true), 44100u);
-    for (const bool locked : {false, true}) {
-        EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("LQ"), locked), 22050u);
-        EXPECT_EQ(TapeQuality::sampleRateForQuality(QStringLiteral("XQ"), locked), 0u);
-    }
-    EXPECT_EQ(TapeQuality::bitrateForQuality(QStringLiteral("lq")), 0u);
-}
 
 TEST(TapeQualityTest, MeasuredBitRatesClassifyByWindow)
 {

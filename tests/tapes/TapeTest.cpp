@@ -1,6 +1,7 @@
 #include "tapes/Tape.h"
 
 #include "MP4Tags/MP4Tags.h"
+#include "MP4Tags/MP4TestFiles.h"
 #include "TapeTestFiles.h"
 #include "foundation/Log.h"
 #include "tapes/TapeLetterTag.h"
@@ -15,9 +16,7 @@
 #include <QMimeData>
 #include <QSet>
 #include <QUrl>
-#include <QtEndian>
 #include <gtest/gtest.h>
-#include <initializer_list>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -48,75 +47,22 @@ QJsonObject ffprobe(const QString& path)
     return QJsonDocument::fromJson(json).object().value(QStringLiteral("streams")).toArray().at(0).toObject();
 }
 
-/// An atom found in a file's bytes: where it starts, its header's length and its whole size.
-struct AtomAt
-{
-    qsizetype offset = -1;
-    qsizetype header = 8;
-    qsizetype size = 0;
-    qsizetype end() const { return offset + size; }
-};
-
-/// The first atom of the type in [start, end), following 32- and 64-bit sizes; offset -1 if none.
-AtomAt findAtom(const QByteArray& bytes, qsizetype start, qsizetype end, const char* type)
-{
-    for (qsizetype p = start; p + 8 <= end;) {
-        const bool meta = bytes.mid(p + 4, 4) == "meta"; // a version word before its children
-        AtomAt atom{p, meta ? 12 : 8, qsizetype(qFromBigEndian<quint32>(bytes.constData() + p))};
-        if (atom.size == 1 && p + 16 <= end) {
-            atom.header = 16;
-            atom.size = qsizetype(qFromBigEndian<quint64>(bytes.constData() + p + 8));
-        }
-        if (atom.size < atom.header)
-            break;
-        if (bytes.mid(p + 4, 4) == type)
-            return atom;
-        p += atom.size;
-    }
-    return {};
-}
-
-/// The atom at the end of a path of types from the top level, e.g. {"moov", "mvhd"}.
-AtomAt findPath(const QByteArray& bytes, std::initializer_list<const char*> path)
-{
-    AtomAt atom{0, 0, bytes.size()};
-    for (const char* type : path) {
-        atom = findAtom(bytes, atom.offset + atom.header, atom.end(), type);
-        if (atom.offset < 0)
-            break;
-    }
-    return atom;
-}
-
-QByteArray bigEndian32(quint32 value)
-{
-    QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
 /// The file as a long recording ends: the same audio with 'mdat' in the 64-bit size form (size 1,
 /// the size after the type) before 'moov', so everything after the header moves 8 bytes on and
 /// the chunk offsets with it. Empty when the file is not laid out that way.
-QByteArray withLargeMdat(const QByteArray& file)
+QByteArray withLargeMdat(QByteArray file)
 {
-    const AtomAt mdat = findPath(file, {"mdat"});
-    const AtomAt moov = findPath(file, {"moov"});
-    if (mdat.offset < 0 || moov.offset < mdat.offset)
+    const mp4test::BoxAt mdat = mp4test::topLevelBox(file, "mdat");
+    if (mdat.offset < 0 || mp4test::topLevelBox(file, "moov").offset < mdat.offset)
         return {};
-    QByteArray large(8, '\0');
-    qToBigEndian(quint64(mdat.size + 8), large.data());
-    QByteArray result = file.left(mdat.offset) + bigEndian32(1) + "mdat" + large + file.mid(mdat.offset + 8);
-    const AtomAt stco = findPath(result, {"moov", "trak", "mdia", "minf", "stbl", "stco"});
-    if (stco.offset < 0)
-        return {};
-    const qsizetype entries = stco.offset + stco.header + 8;
-    const quint32 count = qFromBigEndian<quint32>(result.constData() + entries - 4);
-    for (quint32 i = 0; i < count; ++i) {
-        char* entry = result.data() + entries + 4 * qsizetype(i);
-        qToBigEndian(qFromBigEndian<quint32>(entry) + 8, entry);
-    }
-    return result;
+    file.replace(mdat.offset, 8, QByteArray(mp4test::be32(1) + "mdat" + mp4test::be64(mdat.size + 8)));
+    mp4test::shiftChunkOffsets(file, 8);
+    return file;
+}
+
+qint64 endOf(const mp4test::Span& atom)
+{
+    return atom.offset + atom.size;
 }
 
 /// What a tape loaded, as one value to compare field by field.
@@ -229,6 +175,8 @@ TEST_F(TapeTest, CommittedTitleRenamesAndEveryFieldReadsBack)
     EXPECT_EQ(again.tapeLetter().colorScheme()->colorName(), QStringLiteral("green"));
     EXPECT_FALSE(again.dirty());
     EXPECT_TRUE(again.isEqualToTape(tape));
+    EXPECT_EQ(qHash(again), qHash(tape));
+    EXPECT_EQ(again.mimeData()->urls(), QList<QUrl>{QUrl::fromLocalFile(renamed)}) << "dragged as its file";
 
     auto tags = MP4Tags::fromFile(renamed);
     EXPECT_EQ(tags->artist(), QStringLiteral("Maria"));
@@ -309,30 +257,32 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
         ASSERT_GT(expected.duration, 0.9);
         ASSERT_EQ(expected.color, QStringLiteral("blue"));
 
-        const AtomAt moov = findPath(whole, {"moov"});
-        const AtomAt mvhd = findPath(whole, {"moov", "mvhd"});
-        const AtomAt mdat = findPath(whole, {"mdat"});
+        const mp4test::Span moov = mp4test::findAtom(whole, {"moov"});
+        const mp4test::Span mvhd = mp4test::findAtom(whole, {"moov", "mvhd"});
+        const mp4test::Span mdat = mp4test::findAtom(whole, {"mdat"});
         ASSERT_GE(mvhd.offset, 0);
         ASSERT_GE(mdat.offset, 0);
         ASSERT_EQ(moov.offset < mdat.offset, moovFirst);
 
-        const AtomAt cover = findPath(whole, {"moov", "udta", "meta", "ilst", "covr", "data"});
+        const mp4test::Span cover =
+            mp4test::findAtom(whole, {"moov", "udta", "meta", "ilst", "covr", "data"});
         ASSERT_GE(cover.offset, 0);
 
         // Every 37 bytes through the headers: the atoms before the audio, the 'moov' and, in a
         // file whose 'moov' comes last, the end of the audio before it. The cover's PNG bytes are
         // crossed in longer steps, as no atom starts inside them.
         const auto step = [&](qsizetype at) {
-            const bool insideImage = at > cover.offset + 64 && at < cover.end() - 64;
+            const bool insideImage = at > cover.offset + 64 && at < endOf(cover) - 64;
             return insideImage ? 1999 : 37;
         };
         QList<qsizetype> cuts;
         for (qsizetype cut = 0; cut < mdat.offset + 8 * 37; cut += step(cut))
             cuts << cut;
-        for (qsizetype cut = std::max<qsizetype>(moov.offset - 4 * 37, 0); cut < moov.end(); cut += step(cut))
+        for (qsizetype cut = std::max<qsizetype>(moov.offset - 4 * 37, 0); cut < endOf(moov);
+             cut += step(cut))
             cuts << cut;
-        cuts << moov.offset << moov.offset + 8 << mvhd.offset + 27 << mvhd.offset + 28 << mvhd.end()
-             << moov.end() - 1;
+        cuts << moov.offset << moov.offset + 8 << mvhd.offset + 27 << mvhd.offset + 28 << endOf(mvhd)
+             << endOf(moov) - 1;
 
         QStringList caught;
         const LogSink previous = setLogSink([&](const QString& line) {
@@ -346,7 +296,7 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
             EXPECT_NO_THROW({
                 Tape tape(cutPath);
                 // Two commit as the deck commits every tape, storing their default letter.
-                if (cut == 0 || cut == mvhd.end())
+                if (cut == 0 || cut == endOf(mvhd))
                     tape.commitAttributes();
                 loaded.emplace(tape);
             });
@@ -360,7 +310,7 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
             EXPECT_TRUE(loaded->samplerate == 0 || loaded->samplerate == expected.samplerate);
             EXPECT_TRUE(loaded->quality.isEmpty() || loaded->quality == expected.quality);
             // The movie header's timescale and duration end 20 bytes into its content.
-            const qsizetype lengthKnown = mvhd.offset + mvhd.header + 20;
+            const qsizetype lengthKnown = mvhd.offset + 8 + 20;
             if (cut < lengthKnown) {
                 EXPECT_EQ(loaded->duration, 0.0);
                 EXPECT_EQ(loaded->samplerate, 0u);
@@ -369,7 +319,7 @@ TEST_F(TapeTest, FilesCutShortAnywhereInTheirHeadersLoadWhatCanBeRead)
                 EXPECT_EQ(loaded->duration, expected.duration);
                 EXPECT_EQ(loaded->samplerate, expected.samplerate);
             }
-            if (cut < moov.end()) {
+            if (cut < endOf(moov)) {
                 EXPECT_TRUE(loaded->title.isNull());
                 EXPECT_EQ(loaded->letter, QStringLiteral("A"));
                 EXPECT_EQ(loaded->color, QStringLiteral("red"));
@@ -403,7 +353,7 @@ TEST_F(TapeTest, LargeMdatBeforeMoovIsProbedAndItsTagsRead)
     ASSERT_FALSE(large.isEmpty());
     const QString path = writeFile(mDir.filePath(QStringLiteral("long.m4a")), large);
     ASSERT_FALSE(path.isEmpty());
-    ASSERT_EQ(readFile(path).mid(findPath(large, {"mdat"}).offset, 8), bigEndian32(1) + "mdat");
+    ASSERT_EQ(readFile(path).mid(mp4test::topLevelBox(large, "mdat").offset, 8), mp4test::be32(1) + "mdat");
     // The rewritten file is sound: ffmpeg decodes all of it.
     EXPECT_NEAR(ffprobe(path).value(QStringLiteral("duration")).toString().toDouble(), duration, 0.05);
     EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-xerror", "-i", path, "-f", "null", "-"}),
@@ -433,18 +383,6 @@ TEST_F(TapeTest, FailedRenameReportsAndKeepsThePath)
     EXPECT_FALSE(errors.first().localizedDescription().isEmpty());
     EXPECT_EQ(MP4Tags::fromFile(path)->title(), QString(300, QLatin1Char('x')))
         << "the title tag is written first";
-}
-
-TEST_F(TapeTest, IdentityDescriptionAndDragForm)
-{
-    const QString path = tapePath();
-    Tape a(path);
-    Tape b(path);
-    EXPECT_TRUE(a.isEqualToTape(b));
-    EXPECT_EQ(qHash(a), qHash(b));
-    const auto mime = a.mimeData();
-    ASSERT_EQ(mime->urls().size(), 1);
-    EXPECT_EQ(mime->urls().first(), QUrl::fromLocalFile(path));
 }
 
 TEST(TapeESDSTest, DescriptorWalk)

@@ -2,11 +2,9 @@
 
 #include <QApplication>
 #include <QMessageBox>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -150,16 +148,6 @@ TEST_F(UpdaterTest, TheStartCheckFollowsCheckAtStartup)
     updater.checkAtStartupIfEnabled(true);
     ASSERT_TRUE(none.wait(5000));
     EXPECT_EQ(server.requests, 2);
-}
-
-TEST(UpdaterLaunchCountTest, TheFirstThreeLaunchesDoNotCheckAtStart)
-{
-    QTemporaryDir dir;
-    QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
-    const QVariantMap quiet{{QStringLiteral("SUCheckAtStartup"), false}};
-    for (int launch = 1; launch <= 5; ++launch)
-        EXPECT_EQ(Updater::launchDefaults(settings), launch <= 3 ? quiet : QVariantMap()) << launch;
-    EXPECT_EQ(settings.value(QStringLiteral("LaunchCount")).toInt(), 5);
 }
 
 } // namespace
