@@ -31,8 +31,8 @@ namespace K = DefaultsKeys;
 WindowController::WindowController(DeckPreferences& preferences, QObject* parent)
     : QObject(parent), mPreferences(preferences)
 {
-    awakeFromNib();
-    windowDidLoad();
+    buildDeck();
+    placeWindowAndConnectAudio();
 }
 
 WindowController::~WindowController()
@@ -51,7 +51,7 @@ WindowController::~WindowController()
     delete mStatusItemMenu;
 }
 
-void WindowController::awakeFromNib()
+void WindowController::buildDeck()
 {
     mTapeArrayController = std::make_unique<TapeLibraryArrayController>(mPreferences.tapeLibraryPath());
     mFSM = std::make_unique<WindowControllerContext>(*this);
@@ -82,7 +82,7 @@ void WindowController::awakeFromNib()
     connect(qApp, &QCoreApplication::aboutToQuit, this, &WindowController::windowWillClose);
 }
 
-void WindowController::windowDidLoad()
+void WindowController::placeWindowAndConnectAudio()
 {
     mWindow->resize(closedWidth, mWindow->sizeHint().height());
     if (const QScreen* screen = mWindow->screen()) {
