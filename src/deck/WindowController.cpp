@@ -15,13 +15,13 @@
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeBoxSearchField.h"
 #include "hud/TapeView.h"
+#include "tapes/RecordingDefaults.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QApplication>
 #include <QMenu>
 #include <QScreen>
 #include <QTimer>
-#include <pwd.h>
 #include <unistd.h>
 
 namespace spindrel {
@@ -162,14 +162,10 @@ void WindowController::buildTransportStrip()
 
 QVariantMap WindowController::deckDefaults()
 {
-    return {
-        {K::RecordingIsStereo, true},
-        {K::RecordingQuality, QStringLiteral("LQ")},
-        {K::PlaybackVolume, 0.0},
-        {K::EnableSoftwarePlaythrough, false},
-        {K::RecordDeviceChannels, QVariantList{0, 1}},
-        {K::TapeAuthor, systemFullUserName()},
-    };
+    QVariantMap defaults = RecordingDefaults::deckValues();
+    defaults.insert(K::PlaybackVolume, 0.0);
+    defaults.insert(K::EnableSoftwarePlaythrough, false);
+    return defaults;
 }
 
 void WindowController::registerDefaults()
@@ -252,13 +248,7 @@ void WindowController::sendEvent(void (WindowControllerContext::*event)())
 
 QString WindowController::systemFullUserName()
 {
-    if (const passwd* entry = getpwuid(getuid())) {
-        // The full name is the first field of the comment ("Jane Doe,Room 1,...").
-        const QString gecos = QString::fromLocal8Bit(entry->pw_gecos ? entry->pw_gecos : "");
-        const QString name = gecos.section(QLatin1Char(','), 0, 0).trimmed();
-        return name.isEmpty() ? QString::fromLocal8Bit(entry->pw_name) : name;
-    }
-    return qEnvironmentVariable("USER");
+    return RecordingDefaults::systemFullUserName();
 }
 
 QString WindowController::systemOutputDeviceUID()
