@@ -175,7 +175,8 @@ CommandLine::Command recordCommand()
     return {QStringLiteral("record"),
             QStringLiteral(
                 "--seconds N [--quality LQ|MQ|HQ] [--mono] [--device UID] [--channels 2,3] [--folder DIR]"),
-            QStringLiteral("records a tape from the input as the deck does and prints its path"), runRecord};
+            QStringLiteral("records a tape from the input as the deck does and prints its path"), runRecord,
+            CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel
