@@ -4,15 +4,4 @@ namespace spindrel {
 
 PTHotKeyBackend::~PTHotKeyBackend() = default;
 
-void PTHotKeyBackend::installEventHandler(EventHandler handler)
-{
-    mEventHandler = std::move(handler);
-}
-
-void PTHotKeyBackend::sendEvent(const PTHotKeyEvent& event)
-{
-    if (mEventHandler)
-        mEventHandler(event);
-}
-
 } // namespace spindrel

@@ -50,12 +50,13 @@ PTHotKeyCenter::PTHotKeyCenter(std::unique_ptr<PTHotKeyBackend> backend, QObject
 {
     connect(mBackend.get(), &PTHotKeyBackend::availabilityChanged, this,
             &PTHotKeyCenter::availabilityChanged);
+    connect(mBackend.get(), &PTHotKeyBackend::activated, this, &PTHotKeyCenter::hotKeyActivated);
 }
 
 PTHotKeyCenter::~PTHotKeyCenter()
 {
     for (auto& [id, hotKey] : mHotKeys) {
-        mBackend->unregisterHotKey({kPTHotKeySignature, id});
+        mBackend->unregisterHotKey(id);
         hotKey->setHotKeyID(0);
     }
 }
@@ -68,15 +69,11 @@ bool PTHotKeyCenter::registerHotKey(const std::shared_ptr<PTHotKey>& hotKey)
     if (!hotKey->keyCombo().isValidHotKeyCombo())
         return true;
 
-    const PTHotKeyID hotKeyID{kPTHotKeySignature, ++mHotKeyCount};
-    if (!mBackend->registerHotKey(hotKeyID, hotKey->identifier(), hotKey->name(), hotKey->keyCombo()))
+    const uint32_t id = ++mHotKeyCount;
+    if (!mBackend->registerHotKey(id, hotKey->identifier(), hotKey->name(), hotKey->keyCombo()))
         return false;
-    hotKey->setHotKeyID(hotKeyID.id);
-    mHotKeys[hotKeyID.id] = hotKey;
-    if (!mEventHandlerInstalled) {
-        mBackend->installEventHandler([this](const PTHotKeyEvent& event) { sendEvent(event); });
-        mEventHandlerInstalled = true;
-    }
+    hotKey->setHotKeyID(id);
+    mHotKeys[id] = hotKey;
     return true;
 }
 
@@ -87,7 +84,7 @@ void PTHotKeyCenter::unregisterHotKey(const std::shared_ptr<PTHotKey>& hotKey)
     const auto it = mHotKeys.find(hotKey->hotKeyID());
     if (it == mHotKeys.end() || it->second != hotKey)
         return;
-    mBackend->unregisterHotKey({kPTHotKeySignature, it->first});
+    mBackend->unregisterHotKey(it->first);
     mHotKeys.erase(it);
     hotKey->setHotKeyID(0);
 }
@@ -108,18 +105,14 @@ std::shared_ptr<PTHotKey> PTHotKeyCenter::hotKeyWithIdentifier(const QString& id
     return nullptr;
 }
 
-void PTHotKeyCenter::sendEvent(const PTHotKeyEvent& event)
+void PTHotKeyCenter::hotKeyActivated(uint32_t id, bool pressed)
 {
-    SP_ASSERT(event.eventClass == kPTEventClassKeyboard, "Unknown event class");
-    SP_ASSERT(event.hotKeyID.signature == kPTHotKeySignature && event.hotKeyID.id != 0, "Invalid hot key id");
-    SP_ASSERT(event.eventKind == kPTEventHotKeyPressed || event.eventKind == kPTEventHotKeyReleased,
-              "Unknown event kind");
     // A press can still be on its way when its hot key has just been unregistered.
-    const auto it = mHotKeys.find(event.hotKeyID.id);
+    const auto it = mHotKeys.find(id);
     if (it == mHotKeys.end())
         return;
     const std::shared_ptr<PTHotKey> hotKey = it->second;
-    if (event.eventKind == kPTEventHotKeyPressed)
+    if (pressed)
         hotKeyDown(*hotKey);
     else
         hotKeyUp(*hotKey);

@@ -33,10 +33,6 @@ public:
     QList<std::shared_ptr<PTHotKey>> allHotKeys() const;
     std::shared_ptr<PTHotKey> hotKeyWithIdentifier(const QString& identifier) const;
 
-    /// Dispatches one desktop event; events that cannot come from a registered hot key are
-    /// programming errors.
-    void sendEvent(const PTHotKeyEvent& event);
-
     Availability availability() const { return mBackend->availability(); }
     /// Empty while hot keys work; else the sentence the preferences show.
     QString availabilityText() const;
@@ -53,13 +49,13 @@ Q_SIGNALS:
     void availabilityChanged();
 
 private:
+    void hotKeyActivated(uint32_t id, bool pressed);
     void hotKeyDown(PTHotKey& hotKey);
     void hotKeyUp(PTHotKey& hotKey);
 
     std::unique_ptr<PTHotKeyBackend> mBackend;
     std::map<uint32_t, std::shared_ptr<PTHotKey>> mHotKeys;
     uint32_t mHotKeyCount = 0;
-    bool mEventHandlerInstalled = false;
     bool mInvocationsSuspended = false;
 };
 

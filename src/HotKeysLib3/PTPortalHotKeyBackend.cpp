@@ -54,9 +54,9 @@ PTPortalHotKeyBackend::PTPortalHotKeyBackend(const QDBusConnection& bus) : mBus(
         return;
     }
     mBus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
-                 SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+                 SLOT(shortcutActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     mBus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Deactivated"), this,
-                 SLOT(deactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+                 SLOT(shortcutDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
 
     // The interface is there when its version property answers.
     QDBusMessage get = QDBusMessage::createMethodCall(
@@ -85,22 +85,22 @@ void PTPortalHotKeyBackend::setAvailability(Availability availability)
         scheduleBind();
 }
 
-bool PTPortalHotKeyBackend::registerHotKey(const PTHotKeyID& hotKeyID, const QString& identifier,
-                                           const QString& name, const PTKeyCombo& keyCombo)
+bool PTPortalHotKeyBackend::registerHotKey(uint32_t id, const QString& identifier, const QString& name,
+                                           const PTKeyCombo& keyCombo)
 {
     if (mAvailability == Availability::Unavailable)
         return false;
-    for (const auto& [id, registration] : mRegistrations)
+    for (const auto& [registered, registration] : mRegistrations)
         if (registration.identifier == identifier || registration.keyCombo == keyCombo)
             return false;
-    mRegistrations[hotKeyID.id] = {identifier, name, keyCombo};
+    mRegistrations[id] = {identifier, name, keyCombo};
     scheduleBind();
     return true;
 }
 
-void PTPortalHotKeyBackend::unregisterHotKey(const PTHotKeyID& hotKeyID)
+void PTPortalHotKeyBackend::unregisterHotKey(uint32_t id)
 {
-    if (mRegistrations.erase(hotKeyID.id))
+    if (mRegistrations.erase(id))
         scheduleBind();
 }
 
@@ -224,28 +224,28 @@ void PTPortalHotKeyBackend::bindShortcutsResponse(uint response, const QVariantM
     Q_EMIT shortcutsBound(response);
 }
 
-void PTPortalHotKeyBackend::sendShortcutEvent(const QDBusObjectPath& session, const QString& identifier,
-                                              uint32_t kind)
+void PTPortalHotKeyBackend::announceShortcut(const QDBusObjectPath& session, const QString& identifier,
+                                             bool pressed)
 {
     if (session.path() != mSessionHandle || mSessionHandle.isEmpty())
         return;
     for (const auto& [id, registration] : mRegistrations)
         if (registration.identifier == identifier) {
-            sendEvent({kPTEventClassKeyboard, kind, {kPTHotKeySignature, id}});
+            Q_EMIT activated(id, pressed);
             return;
         }
 }
 
-void PTPortalHotKeyBackend::activated(const QDBusObjectPath& session, const QString& identifier, qulonglong,
-                                      const QVariantMap&)
+void PTPortalHotKeyBackend::shortcutActivated(const QDBusObjectPath& session, const QString& identifier,
+                                              qulonglong, const QVariantMap&)
 {
-    sendShortcutEvent(session, identifier, kPTEventHotKeyPressed);
+    announceShortcut(session, identifier, true);
 }
 
-void PTPortalHotKeyBackend::deactivated(const QDBusObjectPath& session, const QString& identifier, qulonglong,
-                                        const QVariantMap&)
+void PTPortalHotKeyBackend::shortcutDeactivated(const QDBusObjectPath& session, const QString& identifier,
+                                                qulonglong, const QVariantMap&)
 {
-    sendShortcutEvent(session, identifier, kPTEventHotKeyReleased);
+    announceShortcut(session, identifier, false);
 }
 
 } // namespace spindrel

@@ -34,9 +34,9 @@ public:
 
     QString name() const override { return QStringLiteral("GlobalShortcuts portal"); }
     Availability availability() const override { return mAvailability; }
-    bool registerHotKey(const PTHotKeyID& hotKeyID, const QString& identifier, const QString& name,
+    bool registerHotKey(uint32_t id, const QString& identifier, const QString& name,
                         const PTKeyCombo& keyCombo) override;
-    void unregisterHotKey(const PTHotKeyID& hotKeyID) override;
+    void unregisterHotKey(uint32_t id) override;
 
     /// The portal's trigger text for a combination ("CTRL+SHIFT+7").
     static QString preferredTrigger(const PTKeyCombo& keyCombo);
@@ -50,10 +50,10 @@ Q_SIGNALS:
 private Q_SLOTS:
     void createSessionResponse(uint response, const QVariantMap& results);
     void bindShortcutsResponse(uint response, const QVariantMap& results);
-    void activated(const QDBusObjectPath& session, const QString& identifier, qulonglong timestamp,
-                   const QVariantMap& options);
-    void deactivated(const QDBusObjectPath& session, const QString& identifier, qulonglong timestamp,
-                     const QVariantMap& options);
+    void shortcutActivated(const QDBusObjectPath& session, const QString& identifier, qulonglong timestamp,
+                           const QVariantMap& options);
+    void shortcutDeactivated(const QDBusObjectPath& session, const QString& identifier, qulonglong timestamp,
+                             const QVariantMap& options);
 
 private:
     struct Registration
@@ -71,7 +71,7 @@ private:
     QString requestPath(const QString& token) const;
     bool subscribeResponse(const QString& path, const char* slot);
     void unsubscribeResponse(const QString& path, const char* slot);
-    void sendShortcutEvent(const QDBusObjectPath& session, const QString& identifier, uint32_t kind);
+    void announceShortcut(const QDBusObjectPath& session, const QString& identifier, bool pressed);
 
     QDBusConnection mBus;
     Availability mAvailability = Availability::Pending;

@@ -156,7 +156,7 @@ std::vector<uint16_t> PTX11HotKeyBackend::lockVariants() const
     return variants;
 }
 
-bool PTX11HotKeyBackend::registerHotKey(const PTHotKeyID& hotKeyID, const QString& identifier, const QString&,
+bool PTX11HotKeyBackend::registerHotKey(uint32_t id, const QString& identifier, const QString&,
                                         const PTKeyCombo& keyCombo)
 {
     if (!mConnection)
@@ -167,7 +167,7 @@ bool PTX11HotKeyBackend::registerHotKey(const PTHotKeyID& hotKeyID, const QStrin
         logError(source(), QStringLiteral("no key for the hot key ") + identifier);
         return false;
     }
-    const Grab grab{hotKeyID.id, static_cast<uint8_t>(keycode), x11ModifiersForCombo(keyCombo), false};
+    const Grab grab{id, static_cast<uint8_t>(keycode), x11ModifiersForCombo(keyCombo), false};
     // A second grab of our own would silently share the key: refuse it as the X server refuses others.
     for (const Grab& other : mGrabs)
         if (other.keycode == grab.keycode && other.modifiers == grab.modifiers)
@@ -195,10 +195,10 @@ bool PTX11HotKeyBackend::registerHotKey(const PTHotKeyID& hotKeyID, const QStrin
     return true;
 }
 
-void PTX11HotKeyBackend::unregisterHotKey(const PTHotKeyID& hotKeyID)
+void PTX11HotKeyBackend::unregisterHotKey(uint32_t id)
 {
     for (auto it = mGrabs.begin(); it != mGrabs.end(); ++it) {
-        if (it->hotKeyID == hotKeyID.id) {
+        if (it->hotKeyID == id) {
             ungrab(*it);
             mGrabs.erase(it);
             // Wait until the server has done it: another program may grab the key right after.
@@ -262,9 +262,9 @@ void PTX11HotKeyBackend::processEvents()
         free(event);
         // Sent after the loop over the grabs: the action may register or unregister hot keys.
         if (pressed)
-            sendEvent({kPTEventClassKeyboard, kPTEventHotKeyPressed, {kPTHotKeySignature, pressed}});
+            Q_EMIT activated(pressed, true);
         if (released)
-            sendEvent({kPTEventClassKeyboard, kPTEventHotKeyReleased, {kPTHotKeySignature, released}});
+            Q_EMIT activated(released, false);
     }
 }
 

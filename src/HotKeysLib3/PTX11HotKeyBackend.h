@@ -24,9 +24,9 @@ public:
 
     QString name() const override { return QStringLiteral("X11"); }
     Availability availability() const override;
-    bool registerHotKey(const PTHotKeyID& hotKeyID, const QString& identifier, const QString& name,
+    bool registerHotKey(uint32_t id, const QString& identifier, const QString& name,
                         const PTKeyCombo& keyCombo) override;
-    void unregisterHotKey(const PTHotKeyID& hotKeyID) override;
+    void unregisterHotKey(uint32_t id) override;
 
     /// The X11 modifier mask a stored combination is grabbed with (without lock modifiers).
     uint16_t x11ModifiersForCombo(const PTKeyCombo& keyCombo) const;

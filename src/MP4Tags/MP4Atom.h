@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/FourCC.h"
+
 #include <QByteArray>
 #include <QString>
 #include <cstdint>
@@ -11,14 +13,6 @@ class MP4Atom;
 class MP4FileAtom;
 class MP4MemoryAtom;
 using MP4AtomPtr = std::shared_ptr<MP4Atom>;
-
-/// A four-character code as one big-endian number: fourCC("moov") == 0x6D6F6F76. The copyright
-/// sign of iTunes item codes is the single byte 0xA9: fourCC("\xA9nam").
-constexpr uint32_t fourCC(const char (&code)[5])
-{
-    return uint32_t(uint8_t(code[0])) << 24 | uint32_t(uint8_t(code[1])) << 16 |
-           uint32_t(uint8_t(code[2])) << 8 | uint32_t(uint8_t(code[3]));
-}
 
 /// An MPEG-4 box: a 32-bit big-endian size (header included), a four-character type, then content.
 /// Atoms are read and edited in the 32-bit size form; searches step over the 64-bit form (size 1)

@@ -29,6 +29,12 @@ bool CommandLine::handles(const QStringList& arguments) const
            (!first.startsWith(QLatin1Char('-')) && !QFileInfo::exists(first));
 }
 
+CommandLine::Needs CommandLine::needs(const QStringList& arguments) const
+{
+    const Command* command = find(arguments.value(1));
+    return command ? command->needs : Needs::Core;
+}
+
 int CommandLine::run(const QStringList& arguments) const
 {
     QTextStream out(stdout);

@@ -85,7 +85,7 @@ CommandLine::Command exportMovieCommand()
 {
     return {QStringLiteral("export-movie"), QStringLiteral("FILE OUT.mov"),
             QStringLiteral("render the tape as an H.264 movie of its cassette with its audio"),
-            runExportMovie};
+            runExportMovie, CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

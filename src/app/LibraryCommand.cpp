@@ -154,13 +154,14 @@ CommandLine::Command libraryCommand()
         QStringLiteral("library"), QStringLiteral("[--folder DIR] [--query Q] [--json] [--watch]"),
         QStringLiteral("list the tapes newest first (date, length, quality, colour, letter, title, file); "
                        "--watch prints additions and removals as they happen"),
-        runLibrary};
+        runLibrary, CommandLine::Needs::Painting};
 }
 
 CommandLine::Command importCommand()
 {
     return {QStringLiteral("import"), QStringLiteral("FILE... [--folder DIR]"),
-            QStringLiteral("copy files into the library (names already there are skipped)"), runImport};
+            QStringLiteral("copy files into the library (names already there are skipped)"), runImport,
+            CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

@@ -46,30 +46,26 @@ void AppController::buildMainMenu()
     controls->addAction(tr("Next Tape"), QKeySequence(tr("Ctrl+Up")), deck, &WindowController::nextTape);
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
-    // Each item names its action so the menu can be validated against the deck in one place.
     const QList<QPair<QString, void (WindowController::*)(QObject*)>> tapeItems{
-        {QStringLiteral("revealInFinder"), &WindowController::revealInFinder},
-        {QStringLiteral("moveTapeToTrash"), &WindowController::moveTapeToTrash},
-        {QStringLiteral("emailTape"), &WindowController::emailTape},
-        {QStringLiteral("sendToMusicLibrary"), &WindowController::sendToMusicLibrary},
+        {tr("Reveal Tape in Finder"), &WindowController::revealInFinder},
+        {tr("Move Tape to Trash"), &WindowController::moveTapeToTrash},
+        {tr("Email Tape…"), &WindowController::emailTape},
+        {tr("Add Tape to Music Library"), &WindowController::sendToMusicLibrary},
     };
-    const QStringList tapeTexts{tr("Reveal Tape in Finder"), tr("Move Tape to Trash"), tr("Email Tape…"),
-                                tr("Add Tape to Music Library")};
-    QList<QPair<QAction*, QString>> validated{{exportItem, QStringLiteral("exportTape")}};
-    for (qsizetype i = 0; i < tapeItems.size(); ++i) {
-        const auto action = tapeItems.at(i).second;
-        QAction* item =
-            mTapeMenu->addAction(tapeTexts.at(i), deck, [deck, action] { (deck->*action)(nullptr); });
-        validated.append({item, tapeItems.at(i).first});
+    // The items that work on the selected tape, enabled together.
+    QList<QAction*> tapeActions{exportItem};
+    for (const auto& item : tapeItems) {
+        const auto action = item.second;
+        tapeActions << mTapeMenu->addAction(item.first, deck, [deck, action] { (deck->*action)(nullptr); });
     }
     mTapeMenu->addAction(tr("Reveal Library in Finder"), deck, &WindowController::revealLibraryInFinder);
     mTapeMenu->addSeparator();
     mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
                          &WindowController::discloseTapes);
 
-    auto validate = [deck, validated] {
-        for (const auto& [item, action] : validated)
-            item->setEnabled(deck->validateAction(action));
+    auto validate = [deck, tapeActions] {
+        for (QAction* item : tapeActions)
+            item->setEnabled(deck->canOperateOnSelectedTape());
     };
     connect(mTapeMenu, &QMenu::aboutToShow, this, validate);
     connect(file, &QMenu::aboutToShow, this, validate);

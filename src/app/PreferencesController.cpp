@@ -5,6 +5,7 @@
 #include "app/UserDefaults.h"
 #include "audio/VORLAudioHardware.h"
 #include "deck/DefaultsKeys.h"
+#include "tapes/RecordingDefaults.h"
 
 #include <QCoreApplication>
 
@@ -46,16 +47,17 @@ PreferencesController& PreferencesController::sharedInstance()
 
 QVariantMap PreferencesController::preferenceDefaults()
 {
-    return {
+    QVariantMap defaults{
         {K::PlaySoundEffects, true},
         {K::ShowNSStatusItem, true},
         {K::EnableHotKeys, true},
-        {K::SPLockRecordingSampleRate, true},
         // Command and Shift with 7, 8 and 9 of a US layout.
         {K::RecordHotKey, hotKeyCombo(26, 768)},
         {K::PauseHotKey, hotKeyCombo(28, 768)},
         {K::StopHotKey, hotKeyCombo(25, 768)},
     };
+    defaults.insert(RecordingDefaults::preferenceValues());
+    return defaults;
 }
 
 void PreferencesController::registerPreferenceDefaults(UserDefaults& defaults, const QString& libraryPath)

@@ -2,15 +2,13 @@
 #include "app/CommandLine.h"
 #include "app/CommandOptions.h"
 #include "app/LibraryFolder.h"
-#include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
 #include "audio/RecordingPresets.h"
 #include "audio/RecordingRecovery.h"
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFile.h"
-#include "deck/DefaultsKeys.h"
-#include "deck/NewRecording.h"
-#include "deck/WindowController.h"
+#include "tapes/NewRecording.h"
+#include "tapes/RecordingDefaults.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QCoreApplication>
@@ -64,8 +62,8 @@ int runRecord(const QStringList& args)
 
     // The deck's settings, where the command line does not say otherwise.
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.registerDefaults(PreferencesController::preferenceDefaults());
-    defaults.registerDefaults(WindowController::deckDefaults());
+    defaults.registerDefaults(RecordingDefaults::preferenceValues());
+    defaults.registerDefaults(RecordingDefaults::deckValues());
 
     const QString quality = options.isSet(QStringLiteral("quality"))
                                 ? options.value(QStringLiteral("quality"))
@@ -112,7 +110,7 @@ int runRecord(const QStringList& args)
     TapeLibraryArrayController::recoverInterruptedRecordings(folder);
 
     const TapePtr tape = NewRecording::tapeForRecording(
-        folder, WindowController::newTitle(), defaults.objectForKey(K::TapeAuthor).toString(), quality);
+        folder, NewRecording::newTitle(), defaults.objectForKey(K::TapeAuthor).toString(), quality);
     QString error;
     std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = NewRecording::recorderForTape(
         *tape, quality, stereo, device, channels, defaults.boolForKey(K::SPLockRecordingSampleRate), &error);
@@ -174,7 +172,8 @@ CommandLine::Command recordCommand()
     return {QStringLiteral("record"),
             QStringLiteral(
                 "--seconds N [--quality LQ|MQ|HQ] [--mono] [--device UID] [--channels 2,3] [--folder DIR]"),
-            QStringLiteral("records a tape from the input as the deck does and prints its path"), runRecord};
+            QStringLiteral("records a tape from the input as the deck does and prints its path"), runRecord,
+            CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

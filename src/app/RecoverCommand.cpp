@@ -55,7 +55,7 @@ CommandLine::Command recoverCommand()
     return {QStringLiteral("recover"), QStringLiteral("[--folder DIR]"),
             QStringLiteral("turn recordings that a crash interrupted into tapes (this also happens whenever "
                            "the library is loaded)"),
-            runRecover};
+            runRecover, CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

@@ -30,7 +30,8 @@ int runRenderCassette(const QStringList& args)
 CommandLine::Command renderCassetteCommand()
 {
     return {QStringLiteral("render-cassette"), QStringLiteral("FILE OUT.png"),
-            QStringLiteral("draw the tape's cassette as a PNG at scale 2.0"), runRenderCassette};
+            QStringLiteral("draw the tape's cassette as a PNG at scale 2.0"), runRenderCassette,
+            CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

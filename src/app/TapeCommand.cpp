@@ -85,7 +85,7 @@ CommandLine::Command tapeCommand()
         QStringLiteral("tape"),
         QStringLiteral("FILE [--title T] [--notes N] [--date D] [--artist A] [--letter X] [--color N]"),
         QStringLiteral("edit a tape, commit it (cover art, rename after the title) and print its new path"),
-        runTape};
+        runTape, CommandLine::Needs::Painting};
 }
 
 } // namespace spindrel

@@ -3,10 +3,24 @@
 #include "app/Translations.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QTimer>
+#include <vector>
+
+namespace {
+
+int runCommand(const spindrel::CommandLine& commandLine, const QStringList& arguments)
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Spindrel"));
+    QCoreApplication::setApplicationName(QStringLiteral("Spindrel"));
+    spindrel::Translations::install();
+    return commandLine.run(arguments);
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -16,13 +30,21 @@ int main(int argc, char** argv)
 
     spindrel::CommandLine commandLine;
     if (commandLine.handles(arguments)) {
-        // Commands draw (cover art) but never show a window.
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        QGuiApplication app(argc, argv);
-        QCoreApplication::setOrganizationName(QStringLiteral("Spindrel"));
-        QCoreApplication::setApplicationName(QStringLiteral("Spindrel"));
-        spindrel::Translations::install();
-        return commandLine.run(arguments);
+        if (commandLine.needs(arguments) == spindrel::CommandLine::Needs::Core) {
+            QCoreApplication app(argc, argv);
+            return runCommand(commandLine, arguments);
+        }
+        // Painting takes a GUI application but no display: unless a platform is asked for, the
+        // offscreen one. Given as an argument, so that programs the command starts do not inherit it.
+        std::vector<char*> guiArgv(argv, argv + argc);
+        char platformOption[] = "-platform";
+        char offscreen[] = "offscreen";
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            guiArgv.insert(guiArgv.begin() + 1, {platformOption, offscreen});
+        int guiArgc = int(guiArgv.size());
+        guiArgv.push_back(nullptr);
+        QGuiApplication app(guiArgc, guiArgv.data());
+        return runCommand(commandLine, arguments);
     }
 
     QApplication app(argc, argv);

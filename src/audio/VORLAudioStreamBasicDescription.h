@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/FourCC.h"
+
 #include <cstdint>
 
 namespace spindrel {
@@ -21,15 +23,9 @@ struct AudioStreamBasicDescription
 };
 static_assert(sizeof(AudioStreamBasicDescription) == 40);
 
-constexpr uint32_t fourCharCode(const char (&code)[5])
-{
-    return uint32_t(uint8_t(code[0])) << 24 | uint32_t(uint8_t(code[1])) << 16 |
-           uint32_t(uint8_t(code[2])) << 8 | uint32_t(uint8_t(code[3]));
-}
-
-constexpr uint32_t kAudioFormatMPEG4AAC = fourCharCode("aac ");
-constexpr uint32_t kAudioFormatAppleLossless = fourCharCode("alac");
-constexpr uint32_t kAudioFormatLinearPCM = fourCharCode("lpcm");
+constexpr uint32_t kAudioFormatMPEG4AAC = fourCC("aac ");
+constexpr uint32_t kAudioFormatAppleLossless = fourCC("alac");
+constexpr uint32_t kAudioFormatLinearPCM = fourCC("lpcm");
 
 /// Apple Lossless flags: the bit depth of the source samples.
 constexpr uint32_t kAppleLosslessFormatFlag_16BitSourceData = 1;

@@ -15,13 +15,13 @@
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeBoxSearchField.h"
 #include "hud/TapeView.h"
+#include "tapes/RecordingDefaults.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QApplication>
 #include <QMenu>
 #include <QScreen>
 #include <QTimer>
-#include <pwd.h>
 #include <unistd.h>
 
 namespace spindrel {
@@ -31,8 +31,8 @@ namespace K = DefaultsKeys;
 WindowController::WindowController(DeckPreferences& preferences, QObject* parent)
     : QObject(parent), mPreferences(preferences)
 {
-    awakeFromNib();
-    windowDidLoad();
+    buildDeck();
+    placeWindowAndConnectAudio();
 }
 
 WindowController::~WindowController()
@@ -51,7 +51,7 @@ WindowController::~WindowController()
     delete mStatusItemMenu;
 }
 
-void WindowController::awakeFromNib()
+void WindowController::buildDeck()
 {
     mTapeArrayController = std::make_unique<TapeLibraryArrayController>(mPreferences.tapeLibraryPath());
     mFSM = std::make_unique<WindowControllerContext>(*this);
@@ -82,7 +82,7 @@ void WindowController::awakeFromNib()
     connect(qApp, &QCoreApplication::aboutToQuit, this, &WindowController::windowWillClose);
 }
 
-void WindowController::windowDidLoad()
+void WindowController::placeWindowAndConnectAudio()
 {
     mWindow->resize(closedWidth, mWindow->sizeHint().height());
     if (const QScreen* screen = mWindow->screen()) {
@@ -162,14 +162,10 @@ void WindowController::buildTransportStrip()
 
 QVariantMap WindowController::deckDefaults()
 {
-    return {
-        {K::RecordingIsStereo, true},
-        {K::RecordingQuality, QStringLiteral("LQ")},
-        {K::PlaybackVolume, 0.0},
-        {K::EnableSoftwarePlaythrough, false},
-        {K::RecordDeviceChannels, QVariantList{0, 1}},
-        {K::TapeAuthor, systemFullUserName()},
-    };
+    QVariantMap defaults = RecordingDefaults::deckValues();
+    defaults.insert(K::PlaybackVolume, 0.0);
+    defaults.insert(K::EnableSoftwarePlaythrough, false);
+    return defaults;
 }
 
 void WindowController::registerDefaults()
@@ -252,13 +248,7 @@ void WindowController::sendEvent(void (WindowControllerContext::*event)())
 
 QString WindowController::systemFullUserName()
 {
-    if (const passwd* entry = getpwuid(getuid())) {
-        // The full name is the first field of the comment ("Jane Doe,Room 1,...").
-        const QString gecos = QString::fromLocal8Bit(entry->pw_gecos ? entry->pw_gecos : "");
-        const QString name = gecos.section(QLatin1Char(','), 0, 0).trimmed();
-        return name.isEmpty() ? QString::fromLocal8Bit(entry->pw_name) : name;
-    }
-    return qEnvironmentVariable("USER");
+    return RecordingDefaults::systemFullUserName();
 }
 
 QString WindowController::systemOutputDeviceUID()

@@ -119,9 +119,9 @@ public:
     /// The share button's menu for the loaded tape, listed afresh each time.
     QMenu* shareMenu();
     void shareButtonPressed();
-    /// Whether a menu item with this action may be used now: the tape operations need a
-    /// selected tape with a file and no recording under way.
-    bool validateAction(const QString& action) const;
+    /// Whether the tape operations (reveal, trash, export, mail, music library, share) may be
+    /// used now: they need a selected tape with a file and no recording under way.
+    bool canOperateOnSelectedTape() const;
 
     // What the file operations use; tests put their own in place.
     void setFileBrowser(FileBrowser browser) { mFileBrowser = std::move(browser); }
@@ -261,8 +261,10 @@ Q_SIGNALS:
 
 private:
     // Set-up (WindowController.cpp).
-    void awakeFromNib();
-    void windowDidLoad();
+    /// The window, the library and the transport, wired together; loads the newest tape.
+    void buildDeck();
+    /// Where the window goes, what listens to the audio hardware, and the keyboard focus.
+    void placeWindowAndConnectAudio();
     void buildTransportStrip();
     void observeHUD();
     void bindTapeView();

@@ -180,16 +180,10 @@ TapePtr WindowController::tapeToOperateOn(QObject* sender) const
     return mSelectedTape;
 }
 
-bool WindowController::validateAction(const QString& action) const
+bool WindowController::canOperateOnSelectedTape() const
 {
-    static const QStringList tapeActions{QStringLiteral("revealInFinder"), QStringLiteral("moveTapeToTrash"),
-                                         QStringLiteral("exportTape"), QStringLiteral("emailTape"),
-                                         QStringLiteral("sendToMusicLibrary")};
-    if (tapeActions.contains(action)) {
-        const bool recording = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
-        return mSelectedTape && !mSelectedTape->filename().isEmpty() && !recording;
-    }
-    return true;
+    const bool recording = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
+    return mSelectedTape && !mSelectedTape->filename().isEmpty() && !recording;
 }
 
 void WindowController::presentError(const QString& message)

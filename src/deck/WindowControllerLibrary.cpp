@@ -36,11 +36,11 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
         revealLibraryInFinder();
         return;
     case TapeBoxView::RevealTapeInFinder:
-        if (clicked && validateAction(QStringLiteral("revealInFinder")))
+        if (clicked && canOperateOnSelectedTape())
             revealInFinder(clicked);
         return;
     case TapeBoxView::MoveTapeToTrash:
-        if (clicked && validateAction(QStringLiteral("moveTapeToTrash")))
+        if (clicked && canOperateOnSelectedTape())
             moveTapeToTrash(clicked);
         return;
     case TapeBoxView::SendToYouTube:
@@ -48,11 +48,11 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
             sendTapeToYouTube(tape);
         return;
     case TapeBoxView::EmailTape:
-        if (clicked && validateAction(QStringLiteral("emailTape")))
+        if (clicked && canOperateOnSelectedTape())
             emailTape(clicked);
         return;
     case TapeBoxView::AddTapeToMusicLibrary:
-        if (clicked && validateAction(QStringLiteral("sendToMusicLibrary")))
+        if (clicked && canOperateOnSelectedTape())
             sendToMusicLibrary(clicked);
         return;
     }

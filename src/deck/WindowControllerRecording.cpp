@@ -2,7 +2,6 @@
 #include "audio/VORLExtendedAudioFile.h"
 #include "deck/DeckPreferences.h"
 #include "deck/DefaultsKeys.h"
-#include "deck/NewRecording.h"
 #include "deck/TapeBoxViewController.h"
 #include "deck/WindowController.h"
 #include "foundation/Assertion.h"
@@ -10,6 +9,7 @@
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
+#include "tapes/NewRecording.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QEventLoop>
@@ -28,7 +28,7 @@ QString WindowController::newFilename()
 
 QString WindowController::newTitle()
 {
-    return tr("Untitled");
+    return NewRecording::newTitle();
 }
 
 void WindowController::startRecordingAudio()

@@ -43,7 +43,7 @@ QMenu* WindowController::shareMenu()
 void WindowController::shareButtonPressed()
 {
     // A tape still being recorded is not finished enough to share.
-    if (!validateAction(QStringLiteral("exportTape")))
+    if (!canOperateOnSelectedTape())
         return;
     const QRectF button = mTapeView->mapFromCassette(TapeView::shareButtonRect());
     shareMenu()->popup(mTapeView->mapToGlobal(button.bottomLeft().toPoint()));

@@ -71,7 +71,7 @@ YouTubeWindowController::YouTubeWindowController(std::shared_ptr<YouTubeService>
     buildProgressView();
     buildCompleteView();
     connect(this, &YouTubeWindowController::tapeChanged, this, &YouTubeWindowController::refreshControls);
-    windowDidLoad();
+    connectToService();
 }
 
 YouTubeWindowController::~YouTubeWindowController()
@@ -82,7 +82,7 @@ YouTubeWindowController::~YouTubeWindowController()
         mVideoUploadTicket->cancel();
 }
 
-void YouTubeWindowController::windowDidLoad()
+void YouTubeWindowController::connectToService()
 {
     mCheckingPasswordProgressIndicator->hide();
     mLoginFailedLabel->hide();

@@ -104,7 +104,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void windowDidLoad();
+    /// Follows the sign-in, restores a stored one and starts fetching the categories.
+    void connectToService();
     void refreshSignInControls();
     void buildSettingsView();
     void buildProgressView();

@@ -23,7 +23,7 @@ TEST(StreamDescription, completionFillsThePacketLayoutOfKnownFormatsOnly)
               24);
 
     AudioStreamBasicDescription unknown;
-    unknown.mFormatID = fourCharCode("abcd");
+    unknown.mFormatID = fourCC("abcd");
     EXPECT_FALSE(VORLAudioStreamBasicDescription::completeStreamDescription(unknown));
 }
 

@@ -3,6 +3,7 @@
 #include "audio/VORLExtendedAudioFileRecorder.h"
 #include "tapes/Tape.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <memory>
 
@@ -12,7 +13,11 @@ namespace spindrel {
 /// fresh UUID with its first metadata, and the recorder writing its file.
 class NewRecording
 {
+    Q_DECLARE_TR_FUNCTIONS(NewRecording)
+
 public:
+    /// The title of a tape just recorded: "Untitled".
+    static QString newTitle();
     /// A fresh UUID with the extension "m4a": 36 characters, a dot and "m4a".
     static QString newFilename();
     /// A tape for a new file in `folder`: title "Untitled", empty notes, the current date, the

@@ -1,4 +1,4 @@
-#include "deck/NewRecording.h"
+#include "tapes/NewRecording.h"
 
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
@@ -7,6 +7,11 @@
 #include <QFileInfo>
 
 namespace spindrel {
+
+QString NewRecording::newTitle()
+{
+    return tr("Untitled");
+}
 
 QString NewRecording::newFilename()
 {

@@ -1,0 +1,55 @@
+# The core libraries build, run and test without a display: the command line and the model tests
+# use them under a QCoreApplication or QGuiApplication. spindrel_check_widget_free(TARGETS ...)
+# stops the configuration when one of them links Qt6::Widgets, itself or through a PUBLIC
+# dependency of any depth. Call it once every target is defined.
+
+# Sets `out` to the chain "a -> b -> Qt6::Widgets" by which `name` reaches the widgets, or to "".
+function(_spindrel_widgets_chain name visited out)
+    if(name MATCHES "^Qt6?::Widgets$")
+        set(${out} "${name}" PARENT_SCOPE)
+        return()
+    endif()
+    set(${out} "" PARENT_SCOPE)
+    if(NOT TARGET ${name} OR name IN_LIST visited)
+        return()
+    endif()
+    list(APPEND visited ${name})
+    get_target_property(aliased ${name} ALIASED_TARGET)
+    if(aliased)
+        set(name ${aliased})
+    endif()
+    get_target_property(dependencies ${name} INTERFACE_LINK_LIBRARIES)
+    if(NOT dependencies)
+        set(dependencies "")
+    endif()
+    foreach(dependency IN LISTS dependencies)
+        # The private dependencies of a static library are listed for the final link only.
+        if(dependency MATCHES "^\\$<LINK_ONLY:")
+            continue()
+        endif()
+        _spindrel_widgets_chain("${dependency}" "${visited}" chain)
+        if(chain)
+            set(${out} "${name} -> ${chain}" PARENT_SCOPE)
+            return()
+        endif()
+    endforeach()
+endfunction()
+
+function(spindrel_check_widget_free)
+    cmake_parse_arguments(C "" "" "TARGETS" ${ARGN})
+    foreach(target IN LISTS C_TARGETS)
+        # Everything the target itself links (PRIVATE too), then what its dependencies pass on.
+        get_target_property(direct ${target} LINK_LIBRARIES)
+        if(NOT direct)
+            set(direct "")
+        endif()
+        foreach(dependency IN LISTS direct)
+            _spindrel_widgets_chain("${dependency}" "${target}" chain)
+            if(chain)
+                message(FATAL_ERROR "The core library '${target}' links Qt6::Widgets (${target} -> ${chain}). "
+                                    "Core libraries stay free of widgets; put widget code in hud, deck, "
+                                    "sharing_window or app.")
+            endif()
+        endforeach()
+    endforeach()
+endfunction()
