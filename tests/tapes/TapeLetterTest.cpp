@@ -1,6 +1,6 @@
 #include "tapes/TapeLetter.h"
 
-#include "foundation/Assertion.h"
+#include "AssertionText.h"
 #include "tapes/TapeColorScheme.h"
 
 #include <gtest/gtest.h>
@@ -52,7 +52,12 @@ TEST(TapeLetterTest, CopiesShareTheSchemeButNextColorSchemeMakesItsOwn)
     EXPECT_FALSE(next.sharesColorSchemeWith(original));
 
     const auto scheme = original.colorScheme();
-    EXPECT_THROW(original.setColorScheme(nullptr), InternalInconsistency);
+    EXPECT_EQ(test::failedCheckFrom([&] { original.setColorScheme(nullptr); }),
+              "Invalid parameter not satisfying: colorScheme");
     EXPECT_EQ(original.colorScheme(), scheme);
-    EXPECT_THROW(TapeLetter(QStringLiteral("D"), nullptr), InternalInconsistency);
+    std::shared_ptr<TapeColorScheme> made;
+    EXPECT_EQ(test::failedCheckFrom([&] { made = TapeLetter(QStringLiteral("D"), nullptr).colorScheme(); }),
+              "Invalid parameter not satisfying: colorScheme");
+    ASSERT_NE(made, nullptr) << "a letter always has a colour";
+    EXPECT_EQ(made->colorName(), TapeColorScheme::colorSchemeWithIndex(0)->colorName());
 }

@@ -1,7 +1,6 @@
 #include "tapes/TapeQuality.h"
 
 #include "AssertionText.h"
-#include "foundation/Assertion.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,7 @@ TEST(TapeQualityTest, PresetsByIndexAndRatesLockedOrNot)
 {
     EXPECT_EQ(TapeQuality::qualityForIndex(2), QStringLiteral("LQ"));
     for (const int32_t index : {3, -1, INT32_MIN})
-        EXPECT_EQ(test::assertionFrom([&] { TapeQuality::qualityForIndex(index); }),
+        EXPECT_EQ(test::failedCheckFrom([&] { EXPECT_TRUE(TapeQuality::qualityForIndex(index).isNull()); }),
                   "Asking for qualty outside range")
             << index;
     // Lossless follows the device unless the rate is locked.
