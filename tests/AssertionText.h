@@ -1,7 +1,9 @@
 #pragma once
 
 #include "foundation/Assertion.h"
+#include "foundation/Log.h"
 
+#include <QStringList>
 #include <string>
 
 namespace spindrel::test {
@@ -13,6 +15,24 @@ template <typename Call> std::string assertionFrom(Call&& call)
         call();
     } catch (const InternalInconsistency& failure) {
         return failure.description();
+    }
+    return "(none)";
+}
+
+/// The description of the first failed check the call reports (with failed checks made
+/// non-fatal for the call), or "(none)" when it reports none.
+template <typename Call> std::string failedCheckFrom(Call&& call)
+{
+    QStringList lines;
+    const LogSink previousSink = setLogSink([&](const QString& line) { lines << line; });
+    const bool wasFatal = failedChecksAreFatal();
+    setFailedChecksAreFatal(false);
+    call();
+    setFailedChecksAreFatal(wasFatal);
+    setLogSink(previousSink);
+    for (const QString& line : lines) {
+        if (line.startsWith(QLatin1String("*** Assertion failure in ")))
+            return line.section(QStringLiteral(": "), 1).toStdString();
     }
     return "(none)";
 }

@@ -51,15 +51,18 @@ void SMCFSMContext::pushState(SMCState* state)
         trace("PUSH TO STATE: ", state);
 }
 
-void SMCFSMContext::popState()
+bool SMCFSMContext::popState()
 {
-    if (mStateStack == nullptr)
-        handleAssertionFailure("Popping empty state stack", kRuntimeUnit, kEmptyPopLine, "popState");
+    if (mStateStack == nullptr) {
+        reportFailedCheck("Popping empty state stack", kRuntimeUnit, kEmptyPopLine, "popState");
+        return false;
+    }
     std::unique_ptr<SMCStateEntry> top = std::move(mStateStack);
     mState = top->state();
     mStateStack = top->takeNext();
     if (mDebugFlag)
         trace("POP TO STATE : ", mState);
+    return true;
 }
 
 void SMCFSMContext::emptyStateStack()

@@ -39,8 +39,8 @@ public:
     /// entry actions are the caller's to run.
     void pushState(SMCState* state);
     /// Resumes the most recently saved state. An empty stack is a programming error: it is
-    /// reported through the assertion handler and nothing changes.
-    void popState();
+    /// reported as a failed check, nothing changes and the answer is false.
+    bool popState();
     /// Discards every saved state without entering any of them.
     void emptyStateStack();
     bool isStateStackEmpty() const { return mStateStack == nullptr; }

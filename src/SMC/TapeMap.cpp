@@ -68,9 +68,9 @@ void TapeMap_Idle::rec(WindowControllerContext& context)
 {
     pushTo(context, TapeMap::Recording(), [](WindowControllerOwner& owner) {
         owner.clearButtons();
-        owner.setSelectedButton(1);
-        owner.setSelectedButton(0);
-        owner.playSoundEffect(1);
+        owner.setSelectedButton(TransportButton::Play);
+        owner.setSelectedButton(TransportButton::Record);
+        owner.playSoundEffect(SoundEffect::ButtonPress);
     });
 }
 
@@ -105,8 +105,8 @@ void TapeMap_TapeStopped::play(WindowControllerContext& context)
 {
     pushTo(context, TapeMap::Playing(), [](WindowControllerOwner& owner) {
         owner.clearButtons();
-        owner.playSoundEffect(1);
-        owner.setSelectedButton(1);
+        owner.playSoundEffect(SoundEffect::ButtonPress);
+        owner.setSelectedButton(TransportButton::Play);
         owner.setPlaybackSpeed(1.0);
     });
 }
@@ -166,18 +166,19 @@ void TapeMap_Playing::play(WindowControllerContext& context)
 void TapeMap_Playing::stop(WindowControllerContext& context)
 {
     popBack(context, [](WindowControllerOwner& owner) {
-        owner.playSoundEffect(2);
+        owner.playSoundEffect(SoundEffect::ButtonClear);
         owner.clearButtons();
     });
 }
 
 void TapeMap_Playing::tapeChosen(WindowControllerContext& context)
 {
-    popBack(context, [](WindowControllerOwner& owner) {
-        owner.playSoundEffect(2);
+    const bool popped = popBack(context, [](WindowControllerOwner& owner) {
+        owner.playSoundEffect(SoundEffect::ButtonClear);
         owner.clearButtons();
     });
-    context.tapeChosen();
+    if (popped)
+        context.tapeChosen();
 }
 
 void TapeMap_Playing::rec(WindowControllerContext& context)
@@ -234,11 +235,12 @@ void TapeMap_Recording::Exit(WindowControllerContext& context)
 // tapeChosen so the finished recording, now selected, is loaded.
 void TapeMap_Recording::stop(WindowControllerContext& context)
 {
-    popBack(context, [](WindowControllerOwner& owner) {
+    const bool popped = popBack(context, [](WindowControllerOwner& owner) {
         owner.clearButtons();
-        owner.playSoundEffect(2);
+        owner.playSoundEffect(SoundEffect::ButtonClear);
     });
-    context.tapeChosen();
+    if (popped)
+        context.tapeChosen();
 }
 
 void TapeMap_Recording::pauseDown(WindowControllerContext& context)
@@ -268,16 +270,16 @@ void TapeMap_Paused::Entry(WindowControllerContext& context)
 {
     WindowControllerOwner& owner = context.owner();
     owner.stopPlayAnimation();
-    owner.playSoundEffect(6);
-    owner.setSelectedButton(5);
+    owner.playSoundEffect(SoundEffect::PausePress);
+    owner.setSelectedButton(TransportButton::Pause);
 }
 
 void TapeMap_Paused::Exit(WindowControllerContext& context)
 {
     WindowControllerOwner& owner = context.owner();
     owner.startPlayAnimation();
-    owner.playSoundEffect(7);
-    owner.clearSelectedButton(5);
+    owner.playSoundEffect(SoundEffect::PauseRelease);
+    owner.clearSelectedButton(TransportButton::Pause);
 }
 
 void TapeMap_Paused::pauseUp(WindowControllerContext& context)

@@ -39,25 +39,30 @@ template <typename Actions> void stayAfter(WindowControllerContext& context, Act
     runWhileCleared(context, actions);
 }
 
-inline void refuseEmptyPop(WindowControllerContext& context)
+// With nothing to return to, the empty pop is reported and refused before any exit action
+// runs, so the event changes nothing. True when the state below was resumed.
+inline bool refusedEmptyPop(WindowControllerContext& context)
 {
-    // With nothing to return to, report the empty pop before any exit action runs, so the
-    // refused event changes nothing.
-    if (context.isStateStackEmpty())
-        context.popState();
+    if (!context.isStateStackEmpty())
+        return false;
+    context.popState();
+    context.refuse(QStringLiteral("Popping empty state stack"), 205);
+    return true;
 }
 
 // The state returned to is resumed, not re-entered.
-inline void popBack(WindowControllerContext& context)
+inline bool popBack(WindowControllerContext& context)
 {
-    refuseEmptyPop(context);
+    if (refusedEmptyPop(context))
+        return false;
     context.state()->Exit(context);
-    context.popState();
+    return context.popState();
 }
 
-template <typename Actions> void popBack(WindowControllerContext& context, Actions actions)
+template <typename Actions> bool popBack(WindowControllerContext& context, Actions actions)
 {
-    refuseEmptyPop(context);
+    if (refusedEmptyPop(context))
+        return false;
     context.state()->Exit(context);
     context.clearState();
     try {
@@ -66,14 +71,15 @@ template <typename Actions> void popBack(WindowControllerContext& context, Actio
         context.popState();
         throw;
     }
-    context.popState();
+    return context.popState();
 }
 
 // The resent event is handled by the state below as if it had arrived there.
-inline void popAndResend(WindowControllerContext& context, void (WindowControllerContext::*event)())
+inline void popAndResend(WindowControllerContext& context,
+                         std::optional<Error> (WindowControllerContext::*event)())
 {
-    popBack(context);
-    (context.*event)();
+    if (popBack(context))
+        (context.*event)();
 }
 
 } // namespace spindrel::tapemap

@@ -11,10 +11,10 @@ using namespace tapemap;
 
 namespace {
 
-void startWinding(WindowControllerOwner& owner, double speed, int button)
+void startWinding(WindowControllerOwner& owner, double speed, TransportButton button)
 {
-    owner.playSoundEffect(1);
-    owner.playSoundEffect(0);
+    owner.playSoundEffect(SoundEffect::ButtonPress);
+    owner.playSoundEffect(SoundEffect::TapeSpeeding);
     owner.setPlaybackSpeed(speed);
     owner.setSelectedButton(button);
     owner.startHUDUpdates();
@@ -23,29 +23,29 @@ void startWinding(WindowControllerOwner& owner, double speed, int button)
     owner.startPlayingAudio();
 }
 
-void stopWinding(WindowControllerOwner& owner, int button)
+void stopWinding(WindowControllerOwner& owner, TransportButton button)
 {
     owner.stopPlayingAudio();
     owner.unmuteAudio();
     owner.stopPlayAnimation();
     owner.stopHUDUpdates();
-    owner.stopSoundEffect(0);
-    owner.playSoundEffect(2);
+    owner.stopSoundEffect(SoundEffect::TapeSpeeding);
+    owner.playSoundEffect(SoundEffect::ButtonClear);
     owner.setPlaybackSpeed(1.0);
     owner.clearSelectedButton(button);
 }
 
 // Cueing and Reviewing: audible fast play over Playing.
-void startScanning(WindowControllerOwner& owner, double speed, int button)
+void startScanning(WindowControllerOwner& owner, double speed, TransportButton button)
 {
-    owner.playSoundEffect(6);
+    owner.playSoundEffect(SoundEffect::PausePress);
     owner.setPlaybackSpeed(speed);
     owner.setSelectedButton(button);
 }
 
-void stopScanning(WindowControllerOwner& owner, int button)
+void stopScanning(WindowControllerOwner& owner, TransportButton button)
 {
-    owner.playSoundEffect(7);
+    owner.playSoundEffect(SoundEffect::PauseRelease);
     owner.setPlaybackSpeed(1.0);
     owner.clearSelectedButton(button);
 }
@@ -54,12 +54,12 @@ void stopScanning(WindowControllerOwner& owner, int button)
 
 void TapeMap_FastForwarding::Entry(WindowControllerContext& context)
 {
-    startWinding(context.owner(), 8.0, 3);
+    startWinding(context.owner(), 8.0, TransportButton::FastForward);
 }
 
 void TapeMap_FastForwarding::Exit(WindowControllerContext& context)
 {
-    stopWinding(context.owner(), 3);
+    stopWinding(context.owner(), TransportButton::FastForward);
 }
 
 void TapeMap_FastForwarding::ffwdUp(WindowControllerContext& context)
@@ -96,12 +96,12 @@ void TapeMap_FastForwarding::Default(WindowControllerContext&) {}
 
 void TapeMap_Rewinding::Entry(WindowControllerContext& context)
 {
-    startWinding(context.owner(), -8.0, 2);
+    startWinding(context.owner(), -8.0, TransportButton::Rewind);
 }
 
 void TapeMap_Rewinding::Exit(WindowControllerContext& context)
 {
-    stopWinding(context.owner(), 2);
+    stopWinding(context.owner(), TransportButton::Rewind);
 }
 
 void TapeMap_Rewinding::rewindUp(WindowControllerContext& context)
@@ -138,12 +138,12 @@ void TapeMap_Rewinding::Default(WindowControllerContext&) {}
 
 void TapeMap_Cueing::Entry(WindowControllerContext& context)
 {
-    startScanning(context.owner(), 2.0, 3);
+    startScanning(context.owner(), 2.0, TransportButton::FastForward);
 }
 
 void TapeMap_Cueing::Exit(WindowControllerContext& context)
 {
-    stopScanning(context.owner(), 3);
+    stopScanning(context.owner(), TransportButton::FastForward);
 }
 
 void TapeMap_Cueing::ffwdUp(WindowControllerContext& context)
@@ -180,12 +180,12 @@ void TapeMap_Cueing::Default(WindowControllerContext&) {}
 
 void TapeMap_Reviewing::Entry(WindowControllerContext& context)
 {
-    startScanning(context.owner(), -2.0, 2);
+    startScanning(context.owner(), -2.0, TransportButton::Rewind);
 }
 
 void TapeMap_Reviewing::Exit(WindowControllerContext& context)
 {
-    stopScanning(context.owner(), 2);
+    stopScanning(context.owner(), TransportButton::Rewind);
 }
 
 void TapeMap_Reviewing::rewindUp(WindowControllerContext& context)

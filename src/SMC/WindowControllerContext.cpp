@@ -2,6 +2,8 @@
 
 #include "SMC/TapeMap.h"
 
+#include <utility>
+
 namespace spindrel {
 
 WindowControllerContext::WindowControllerContext(WindowControllerOwner& owner) : mOwner(owner)
@@ -10,67 +12,98 @@ WindowControllerContext::WindowControllerContext(WindowControllerOwner& owner) :
     TapeMap::Idle()->Entry(*this);
 }
 
-void WindowControllerContext::deliver(void (WindowControllerState::*event)(WindowControllerContext&))
+TransportState WindowControllerContext::transportState() const
+{
+    const SMCState* current = isInTransition() ? previousState() : state();
+    return TransportState(current ? current->stateId() : 0);
+}
+
+std::optional<Error>
+WindowControllerContext::deliver(void (WindowControllerState::*event)(WindowControllerContext&))
 {
     // An event that arrives while a transition's actions run (an owner action feeding an event
     // back) finds no current state and is dropped: the transition under way decides the outcome.
-    if (WindowControllerState* current = state())
+    WindowControllerState* current = state();
+    if (!current)
+        return std::nullopt;
+    // A resent event is part of the one that resent it: only the outermost delivery answers,
+    // and it starts afresh even when an owner action threw out of the one before.
+    const bool outermost = mDeliveryDepth == 0;
+    if (outermost)
+        mRefusal.reset();
+    ++mDeliveryDepth;
+    try {
         (current->*event)(*this);
+    } catch (...) {
+        --mDeliveryDepth;
+        throw;
+    }
+    --mDeliveryDepth;
+    return outermost ? std::exchange(mRefusal, std::nullopt) : mRefusal;
 }
 
-void WindowControllerContext::ffwdDown()
+void WindowControllerContext::refuse(const QString& description, int line)
 {
-    deliver(&WindowControllerState::ffwdDown);
+    if (!mRefusal)
+        mRefusal = Error(RefusalDomain, 1,
+                         {{Error::DescriptionKey, description},
+                          {Error::ReportingFileKey, QStringLiteral("Spindrel_sm")},
+                          {Error::ReportingLineKey, line}});
 }
 
-void WindowControllerContext::ffwdUp()
+std::optional<Error> WindowControllerContext::ffwdDown()
 {
-    deliver(&WindowControllerState::ffwdUp);
+    return deliver(&WindowControllerState::ffwdDown);
 }
 
-void WindowControllerContext::pauseDown()
+std::optional<Error> WindowControllerContext::ffwdUp()
 {
-    deliver(&WindowControllerState::pauseDown);
+    return deliver(&WindowControllerState::ffwdUp);
 }
 
-void WindowControllerContext::pauseUp()
+std::optional<Error> WindowControllerContext::pauseDown()
 {
-    deliver(&WindowControllerState::pauseUp);
+    return deliver(&WindowControllerState::pauseDown);
 }
 
-void WindowControllerContext::play()
+std::optional<Error> WindowControllerContext::pauseUp()
 {
-    deliver(&WindowControllerState::play);
+    return deliver(&WindowControllerState::pauseUp);
 }
 
-void WindowControllerContext::rec()
+std::optional<Error> WindowControllerContext::play()
 {
-    deliver(&WindowControllerState::rec);
+    return deliver(&WindowControllerState::play);
 }
 
-void WindowControllerContext::rewindDown()
+std::optional<Error> WindowControllerContext::rec()
 {
-    deliver(&WindowControllerState::rewindDown);
+    return deliver(&WindowControllerState::rec);
 }
 
-void WindowControllerContext::rewindUp()
+std::optional<Error> WindowControllerContext::rewindDown()
 {
-    deliver(&WindowControllerState::rewindUp);
+    return deliver(&WindowControllerState::rewindDown);
 }
 
-void WindowControllerContext::stop()
+std::optional<Error> WindowControllerContext::rewindUp()
 {
-    deliver(&WindowControllerState::stop);
+    return deliver(&WindowControllerState::rewindUp);
 }
 
-void WindowControllerContext::tapeChosen()
+std::optional<Error> WindowControllerContext::stop()
 {
-    deliver(&WindowControllerState::tapeChosen);
+    return deliver(&WindowControllerState::stop);
 }
 
-void WindowControllerContext::windowWillClose()
+std::optional<Error> WindowControllerContext::tapeChosen()
 {
-    deliver(&WindowControllerState::windowWillClose);
+    return deliver(&WindowControllerState::tapeChosen);
+}
+
+std::optional<Error> WindowControllerContext::windowWillClose()
+{
+    return deliver(&WindowControllerState::windowWillClose);
 }
 
 } // namespace spindrel

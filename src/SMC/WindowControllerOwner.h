@@ -1,21 +1,23 @@
 #pragma once
 
+#include "SMC/SoundEffect.h"
+#include "SMC/TransportButton.h"
+
 namespace spindrel {
 
-/// What the transport map asks of the deck that owns it. Button numbers are transport segments
-/// (0 record, 1 play, 2 rewind, 3 fast-forward, 5 pause); sound numbers index the deck's sound
-/// effects; speeds are signed factors of normal playback.
+/// What the transport map asks of the deck that owns it. Speeds are signed factors of normal
+/// playback.
 class WindowControllerOwner
 {
 public:
     virtual ~WindowControllerOwner() = default;
 
     virtual void clearButtons() = 0;
-    virtual void setSelectedButton(int segment) = 0;
-    virtual void clearSelectedButton(int segment) = 0;
+    virtual void setSelectedButton(TransportButton button) = 0;
+    virtual void clearSelectedButton(TransportButton button) = 0;
 
-    virtual void playSoundEffect(int sound) = 0;
-    virtual void stopSoundEffect(int sound) = 0;
+    virtual void playSoundEffect(SoundEffect sound) = 0;
+    virtual void stopSoundEffect(SoundEffect sound) = 0;
 
     /// True when the library has a selected tape to load.
     virtual bool canSelectTape() = 0;

@@ -1,6 +1,6 @@
 #include "SMC/WindowControllerState.h"
 
-#include "foundation/Assertion.h"
+#include "SMC/WindowControllerContext.h"
 
 namespace spindrel {
 
@@ -62,10 +62,10 @@ void WindowControllerState::windowWillClose(WindowControllerContext& context)
     Default(context);
 }
 
-void WindowControllerState::Default(WindowControllerContext&)
+void WindowControllerState::Default(WindowControllerContext& context)
 {
-    // The map's fixed unit and line, so the report reads the same whichever state refused.
-    handleAssertionFailure("Default transition", "Spindrel_sm", 146, "WindowControllerState::Default");
+    // The map's fixed line, so the report reads the same whichever state refused.
+    context.refuse(QStringLiteral("Default transition"), 146);
 }
 
 } // namespace spindrel

@@ -7,7 +7,7 @@ namespace spindrel {
 class WindowControllerContext;
 
 /// Base of the transport map's states. Entry and exit do nothing and every event falls through
-/// to Default, which reports "Default transition": a state lists only the events it handles.
+/// to Default, which refuses it ("Default transition"): a state lists only the events it handles.
 class WindowControllerState : public SMCState
 {
 public:
@@ -26,7 +26,7 @@ public:
     virtual void stop(WindowControllerContext& context);
     virtual void tapeChosen(WindowControllerContext& context);
     virtual void windowWillClose(WindowControllerContext& context);
-    /// Reports an unhandled event through the assertion handler; nothing changes.
+    /// Refuses an unhandled event through the context; nothing changes.
     virtual void Default(WindowControllerContext& context);
 };
 

@@ -2,6 +2,7 @@
 
 #include "audio/AudioException.h"
 #include "audio/PulseConnection.h"
+#include "foundation/Log.h"
 
 #include <algorithm>
 #include <chrono>
@@ -23,7 +24,8 @@ constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
 constexpr double kMaximumRateDeviation = 0.005;
 
-enum Status : int { NoErr = 0, Failed = -1 };
+// The status the engine reports for its own failures (the ring buffer reports its own codes).
+constexpr int Failed = -1;
 
 int64_t monotonicNanoseconds()
 {
@@ -37,20 +39,12 @@ double nanosecondsToFrames(int64_t nanoseconds, double rate)
     return double(nanoseconds) * rate / 1e9;
 }
 
-// A failing call's status, in the engine's one error line; the caller returns it.
-int report(int status, int line)
+// A failure's status, in the engine's one error line. Never on a real-time thread.
+void report(int status, int line)
 {
     std::printf("CAPlayThrough Error: %d ->  %s:  %d\n", status, "CAPlayThrough", line);
     std::fflush(stdout);
-    return status;
 }
-
-#define checkErr(expression)                                                                                 \
-    do {                                                                                                     \
-        const int status_ = (expression);                                                                    \
-        if (status_ != NoErr)                                                                                \
-            return report(status_, __LINE__);                                                                \
-    } while (false)
 
 uint32_t framesOf(uint32_t bytes, const pa_sample_spec& format)
 {
@@ -145,27 +139,31 @@ CAPlayThrough::~CAPlayThrough()
     mInputConnection.reset();
 }
 
-int CAPlayThrough::init()
+std::optional<Error> CAPlayThrough::init()
 {
-    checkErr(setupInput());
-    checkErr(setupOutput());
-    checkErr(setupBuffers());
-    checkErr(connectStreams());
-    return NoErr;
+    // Each step needs the ones before it; the first failure is the answer.
+    for (auto step : {&CAPlayThrough::setupInput, &CAPlayThrough::setupOutput, &CAPlayThrough::setupBuffers,
+                      &CAPlayThrough::connectStreams}) {
+        if (std::optional<Error> error = (this->*step)())
+            return error;
+    }
+    return std::nullopt;
 }
 
 // Keeps the first failure, which is the cause; what fails after it follows from it.
-int CAPlayThrough::fail(CAPlayThroughFault fault, const QString& message, int line)
+Error CAPlayThrough::fail(CAPlayThroughFault fault, const QString& message, int line)
 {
     if (mFault == CAPlayThroughFault::None) {
         mFault = fault;
         mError = message;
     }
-    return report(Failed, line);
+    report(Failed, line);
+    return Error(QStringLiteral("CAPlayThrough"), qint64(fault),
+                 {{Error::DescriptionKey, message}, {Error::ReportingLineKey, line}});
 }
 
-int CAPlayThrough::fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id,
-                              bool isInput)
+std::optional<Error> CAPlayThrough::fillDevice(CAPlayThroughDevice& device, PulseConnection& connection,
+                                               quint32 id, bool isInput)
 {
     device.mIsInput = isInput;
     device.mFollowsDefault = id == 0;
@@ -201,34 +199,36 @@ int CAPlayThrough::fillDevice(CAPlayThroughDevice& device, PulseConnection& conn
     device.mSampleRate = info->sampleRate;
     device.mChannelPositions = info->channelPositions;
     device.mSafetyOffset = uint32_t(double(info->latencyUsec) * info->sampleRate / PA_USEC_PER_SEC);
-    return NoErr;
+    return std::nullopt;
 }
 
-int CAPlayThrough::setupInput()
+std::optional<Error> CAPlayThrough::setupInput()
 {
     try {
         mInputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through input"));
     } catch (const AudioException& exception) {
         return fail(CAPlayThroughFault::SoundServer, exception.reason(), __LINE__);
     }
-    checkErr(fillDevice(mInputDevice, *mInputConnection, mInputDevice.mID, true));
+    if (std::optional<Error> error = fillDevice(mInputDevice, *mInputConnection, mInputDevice.mID, true))
+        return error;
     mInputDevice.mBufferSizeFrames = uint32_t(std::lround(mInputDevice.mSampleRate * kInputBufferSeconds));
-    return NoErr;
+    return std::nullopt;
 }
 
-int CAPlayThrough::setupOutput()
+std::optional<Error> CAPlayThrough::setupOutput()
 {
     try {
         mOutputConnection = std::make_unique<PulseConnection>(QStringLiteral("Spindrel play-through output"));
     } catch (const AudioException& exception) {
         return fail(CAPlayThroughFault::SoundServer, exception.reason(), __LINE__);
     }
-    checkErr(fillDevice(mOutputDevice, *mOutputConnection, mOutputDevice.mID, false));
+    if (std::optional<Error> error = fillDevice(mOutputDevice, *mOutputConnection, mOutputDevice.mID, false))
+        return error;
     mOutputDevice.mBufferSizeFrames = uint32_t(std::lround(mOutputDevice.mSampleRate * kOutputBufferSeconds));
-    return NoErr;
+    return std::nullopt;
 }
 
-int CAPlayThrough::setupBuffers()
+std::optional<Error> CAPlayThrough::setupBuffers()
 {
     mMap = sourcesOfChannels(mChannelMap, mInputDevice.mChannels, mOutputDevice.mChannels);
     mChannels = int(mMap.size());
@@ -257,15 +257,12 @@ int CAPlayThrough::setupBuffers()
 
     mInputClock.nominalRate = mInputDevice.mSampleRate;
     mOutputClock.nominalRate = mOutputDevice.mSampleRate;
-    try {
-        mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, 0.0);
-    } catch (const std::bad_alloc&) {
+    if (!mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, 0.0))
         return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
-    }
-    return NoErr;
+    return std::nullopt;
 }
 
-int CAPlayThrough::connectStreams()
+std::optional<Error> CAPlayThrough::connectStreams()
 {
     pa_sample_spec inputSpec{PA_SAMPLE_FLOAT32NE, mInputDevice.mSampleRate, uint8_t(mInputDevice.mChannels)};
     pa_buffer_attr inputAttributes{uint32_t(-1), uint32_t(-1), uint32_t(-1), uint32_t(-1),
@@ -333,8 +330,9 @@ int CAPlayThrough::connectStreams()
     const double latency =
         double(mInputDevice.mSafetyOffset) + double(mInputDevice.mBufferSizeFrames) +
         (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames;
+    if (!mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency))
+        return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
     try {
-        mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency);
         // Input buffers follow the fragment size the server settled on.
         for (auto& buffer : mInputBuffers)
             buffer.assign(mInputDevice.mBufferSizeFrames, 0.0f);
@@ -344,10 +342,10 @@ int CAPlayThrough::connectStreams()
     mInputBufferList.clear();
     for (const auto& buffer : mInputBuffers)
         mInputBufferList.push_back(buffer.data());
-    return NoErr;
+    return std::nullopt;
 }
 
-int CAPlayThrough::cork(bool corked)
+bool CAPlayThrough::cork(bool corked)
 {
     if (!corked) {
         // Both streams are corked, so neither thread runs; the locks make that plain. Output
@@ -382,7 +380,7 @@ int CAPlayThrough::cork(bool corked)
         PulseConnection::Locker inputLock(*mInputConnection);
         mTimeline.reset();
     }
-    return answered ? NoErr : Failed;
+    return answered;
 }
 
 bool CAPlayThrough::start()
@@ -391,7 +389,7 @@ bool CAPlayThrough::start()
         return false;
     if (isRunning())
         return true;
-    if (cork(false) == NoErr)
+    if (cork(false))
         return true;
     // The streams may have died since they were made: the server or a device went away.
     auto ready = [](const PulseConnection& connection, pa_stream* stream) {
@@ -411,10 +409,10 @@ bool CAPlayThrough::start()
 
 bool CAPlayThrough::stop()
 {
-    reportRealtimeFault();
+    reportRealtimeFaults();
     if (!isRunning())
         return true;
-    if (cork(true) != NoErr) {
+    if (!cork(true)) {
         report(Failed, __LINE__);
         return false;
     }
@@ -569,19 +567,16 @@ void CAPlayThrough::streamEnded(pa_stream* stream, CAPlayThroughNotice lost)
     notify(serverGone ? CAPlayThroughNotice::ServerLost : lost);
 }
 
-// Any thread: the real-time threads never print; the first failure waits for the owner.
-void CAPlayThrough::noteRealtimeFault(int status, int line)
+// The owner's thread: the real-time threads never print, they note failures for this to report.
+void CAPlayThrough::reportRealtimeFaults()
 {
-    uint64_t none = 0;
-    mRealtimeFault.compare_exchange_strong(none, (uint64_t(uint32_t(status)) << 32) | uint32_t(line),
-                                           std::memory_order_relaxed);
-}
-
-void CAPlayThrough::reportRealtimeFault()
-{
-    const uint64_t fault = mRealtimeFault.exchange(0, std::memory_order_relaxed);
-    if (fault != 0)
-        report(int(uint32_t(fault >> 32)), int(uint32_t(fault)));
+    for (RealtimeFaultLog* log : {&mInputFaults, &mOutputFaults}) {
+        const std::size_t lost =
+            log->drain([](const RealtimeFaultLog::Fault& fault) { report(fault.status, fault.line); });
+        if (lost > 0)
+            logError(QStringLiteral("CAPlayThrough"),
+                     QStringLiteral("%1 more failures of a real-time thread were not reported").arg(lost));
+    }
 }
 
 // Runs on the input thread: takes what the server captured, picks the engine's channels out of
@@ -595,7 +590,7 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
         const void* data = nullptr;
         size_t bytes = 0;
         if (pa_stream_peek(stream, &data, &bytes) < 0) {
-            self->noteRealtimeFault(Failed, __LINE__);
+            self->mInputFaults.note(Failed, __LINE__);
             return;
         }
         if (bytes == 0)
@@ -632,7 +627,7 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
                 const int result =
                     self->mTimeline.storeInput(self->mInputBufferList.data(), count, sampleTime);
                 if (result != PlayThroughRingBuffer::OK)
-                    self->noteRealtimeFault(result, __LINE__);
+                    self->mInputFaults.note(result, __LINE__);
                 done += count;
             }
         }
@@ -673,7 +668,7 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
         void* buffer = nullptr;
         size_t bytes = requested;
         if (pa_stream_begin_write(stream, &buffer, &bytes) < 0 || !buffer) {
-            self->noteRealtimeFault(Failed, __LINE__);
+            self->mOutputFaults.note(Failed, __LINE__);
             return;
         }
         const long frames = long(std::min(bytes, requested) / frameBytes);
@@ -709,7 +704,7 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
         clock.running.store(true, std::memory_order_relaxed);
         clock.advance(frames, now);
         if (pa_stream_write(stream, buffer, size_t(frames) * frameBytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
-            self->noteRealtimeFault(Failed, __LINE__);
+            self->mOutputFaults.note(Failed, __LINE__);
             return;
         }
         requested -= size_t(frames) * frameBytes;

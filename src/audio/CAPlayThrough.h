@@ -1,12 +1,15 @@
 #pragma once
 
 #include "audio/PlayThroughTimeline.h"
+#include "audio/RealtimeFaultLog.h"
+#include "foundation/Error.h"
 
 #include <QList>
 #include <QString>
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 struct pa_stream;
@@ -107,14 +110,16 @@ private:
         void advance(int64_t count, int64_t nowNanoseconds);
     };
 
-    int init();
-    int fail(CAPlayThroughFault fault, const QString& message, int line);
-    int setupInput();
-    int setupOutput();
-    int setupBuffers();
-    int connectStreams();
-    int fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id, bool isInput);
-    int cork(bool corked);
+    std::optional<Error> init();
+    Error fail(CAPlayThroughFault fault, const QString& message, int line);
+    std::optional<Error> setupInput();
+    std::optional<Error> setupOutput();
+    std::optional<Error> setupBuffers();
+    std::optional<Error> connectStreams();
+    std::optional<Error> fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id,
+                                    bool isInput);
+    /// False when the server did not answer.
+    bool cork(bool corked);
 
     static void inputProc(pa_stream* stream, size_t bytes, void* self);  // input thread
     static void outputProc(pa_stream* stream, size_t bytes, void* self); // output thread
@@ -126,8 +131,7 @@ private:
     void checkInputFormat(uint32_t index);                               // input thread
     void checkDefaultDevices();                                          // input thread
     void notify(CAPlayThroughNotice notice);                             // either thread
-    void noteRealtimeFault(int status, int line);                        // either thread
-    void reportRealtimeFault();
+    void reportRealtimeFaults();
 
     std::unique_ptr<PulseConnection> mInputConnection;
     std::unique_ptr<PulseConnection> mOutputConnection;
@@ -159,8 +163,9 @@ private:
 
     // Set with both loops locked, so either thread may call it under its own lock.
     std::function<void(CAPlayThroughNotice)> mDeviceListener;
-    // The first failure of a real-time thread, (status << 32 | line), logged later by the owner.
-    std::atomic<uint64_t> mRealtimeFault{0};
+    // What failed on each real-time thread, reported by the owner's thread when it stops.
+    RealtimeFaultLog mInputFaults;
+    RealtimeFaultLog mOutputFaults;
 };
 
 } // namespace spindrel

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -100,20 +101,28 @@ struct Remux
     }
 };
 
-int checked(int result, const QString& what)
+// True when `result` is an FFmpeg failure, which `failure` then describes.
+bool failed(int result, const QString& what, QString& failure)
 {
-    if (result < 0)
-        throw AudioException(QStringLiteral("%1: %2").arg(what, ffmpegErrorString(result)));
-    return result;
+    if (result >= 0)
+        return false;
+    failure = QStringLiteral("%1: %2").arg(what, ffmpegErrorString(result));
+    return true;
 }
 
-double remux(const QString& source, int64_t length, DurableFileOutput& output, int primingFrames)
+// The seconds of audio kept, or nothing with the reason in `failure`.
+std::optional<double> remux(const QString& source, int64_t length, DurableFileOutput& output,
+                            int primingFrames, QString& failure)
 {
+    const auto fail = [&failure](const QString& reason) -> std::optional<double> {
+        failure = reason;
+        return std::nullopt;
+    };
     Remux r;
     r.input.fd = ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
     if (r.input.fd < 0)
-        throw AudioException(QStringLiteral("Could not open %1: %2")
-                                 .arg(source, QString::fromLocal8Bit(std::strerror(errno))));
+        return fail(QStringLiteral("Could not open %1: %2")
+                        .arg(source, QString::fromLocal8Bit(std::strerror(errno))));
     const int64_t size = ::lseek(r.input.fd, 0, SEEK_END);
     r.input.limit = length < 0 ? size : std::min(length, size);
 
@@ -123,31 +132,37 @@ double remux(const QString& source, int64_t length, DurableFileOutput& output, i
                        : nullptr;
     if (!r.inputIO) {
         av_free(buffer);
-        throw AudioException(QStringLiteral("Out of memory"));
+        return fail(QStringLiteral("Out of memory"));
     }
     r.demuxer = avformat_alloc_context();
     if (!r.demuxer)
-        throw AudioException(QStringLiteral("Out of memory"));
+        return fail(QStringLiteral("Out of memory"));
     r.demuxer->pb = r.inputIO;
     r.demuxer->flags |= AVFMT_FLAG_CUSTOM_IO;
-    checked(avformat_open_input(&r.demuxer, nullptr, av_find_input_format("mp4"), nullptr),
-            QStringLiteral("Could not read %1").arg(source));
-    checked(avformat_find_stream_info(r.demuxer, nullptr), QStringLiteral("Could not read %1").arg(source));
+    if (failed(avformat_open_input(&r.demuxer, nullptr, av_find_input_format("mp4"), nullptr),
+               QStringLiteral("Could not read %1").arg(source), failure))
+        return std::nullopt;
+    if (failed(avformat_find_stream_info(r.demuxer, nullptr), QStringLiteral("Could not read %1").arg(source),
+               failure))
+        return std::nullopt;
     const int index = av_find_best_stream(r.demuxer, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
     if (index < 0)
-        throw AudioException(QStringLiteral("%1 holds no audio").arg(source));
+        return fail(QStringLiteral("%1 holds no audio").arg(source));
     const AVStream* in = r.demuxer->streams[index];
     const int rate = in->codecpar->sample_rate;
     if (rate <= 0)
-        throw AudioException(QStringLiteral("%1 has no sample rate").arg(source));
+        return fail(QStringLiteral("%1 has no sample rate").arg(source));
 
-    checked(avformat_alloc_output_context2(&r.muxer, nullptr, "ipod", nullptr),
-            QStringLiteral("No MPEG-4 audio muxer"));
+    if (failed(avformat_alloc_output_context2(&r.muxer, nullptr, "ipod", nullptr),
+               QStringLiteral("No MPEG-4 audio muxer"), failure))
+        return std::nullopt;
     r.muxer->pb = output.ioContext();
     AVStream* out = avformat_new_stream(r.muxer, nullptr);
     if (!out)
-        throw AudioException(QStringLiteral("Out of memory"));
-    checked(avcodec_parameters_copy(out->codecpar, in->codecpar), QStringLiteral("Stream parameters"));
+        return fail(QStringLiteral("Out of memory"));
+    if (failed(avcodec_parameters_copy(out->codecpar, in->codecpar), QStringLiteral("Stream parameters"),
+               failure))
+        return std::nullopt;
     out->codecpar->codec_tag = 0;
     out->time_base = AVRational{1, rate};
     av_dict_copy(&out->metadata, in->metadata, 0);
@@ -156,13 +171,14 @@ double remux(const QString& source, int64_t length, DurableFileOutput& output, i
     av_dict_set_int(&options, "movie_timescale", rate, 0);
     const int header = avformat_write_header(r.muxer, &options);
     av_dict_free(&options);
-    checked(header, QStringLiteral("Could not write the file header"));
+    if (failed(header, QStringLiteral("Could not write the file header"), failure))
+        return std::nullopt;
 
     if (primingFrames == MP4Remuxer::kPrimingByCodec)
         primingFrames = in->codecpar->codec_id == AV_CODEC_ID_AAC ? kAACPriming : 0;
     r.packet = av_packet_alloc();
     if (!r.packet)
-        throw AudioException(QStringLiteral("Out of memory"));
+        return fail(QStringLiteral("Out of memory"));
     bool first = true;
     int64_t firstDts = 0;
     int64_t shift = 0;
@@ -173,18 +189,23 @@ double remux(const QString& source, int64_t length, DurableFileOutput& output, i
     std::unique_ptr<AVPacket, void (*)(AVPacket*)> pendingOwner(pending,
                                                                 [](AVPacket* p) { av_packet_free(&p); });
     bool havePending = false;
-    auto writePending = [&] {
+    // False when the packet could not be written; `failure` says why.
+    auto writePending = [&]() -> bool {
         if (pending->pts != AV_NOPTS_VALUE)
             end = std::max(end, pending->pts + pending->duration);
-        checked(av_write_frame(r.muxer, pending), QStringLiteral("Could not write the recording"));
+        if (failed(av_write_frame(r.muxer, pending), QStringLiteral("Could not write the recording"),
+                   failure))
+            return false;
         av_packet_unref(pending);
         havePending = false;
+        return true;
     };
     for (;;) {
         const int read = av_read_frame(r.demuxer, r.packet);
         if (read == AVERROR_EOF)
             break;
-        checked(read, QStringLiteral("Could not read %1").arg(source));
+        if (failed(read, QStringLiteral("Could not read %1").arg(source), failure))
+            return std::nullopt;
         if (r.packet->stream_index != index) {
             av_packet_unref(r.packet);
             continue;
@@ -202,8 +223,8 @@ double remux(const QString& source, int64_t length, DurableFileOutput& output, i
             r.packet->dts -= shift;
         r.packet->stream_index = out->index;
         r.packet->pos = -1;
-        if (havePending)
-            writePending();
+        if (havePending && !writePending())
+            return std::nullopt;
         av_packet_move_ref(pending, r.packet);
         havePending = true;
     }
@@ -215,11 +236,13 @@ double remux(const QString& source, int64_t length, DurableFileOutput& output, i
             if (trackEnd > pending->dts)
                 pending->duration = trackEnd - pending->dts;
         }
-        writePending();
+        if (!writePending())
+            return std::nullopt;
     }
     if (first)
-        throw AudioException(QStringLiteral("%1 holds no complete audio packet").arg(source));
-    checked(av_write_trailer(r.muxer), QStringLiteral("Could not finish the recording"));
+        return fail(QStringLiteral("%1 holds no complete audio packet").arg(source));
+    if (failed(av_write_trailer(r.muxer), QStringLiteral("Could not finish the recording"), failure))
+        return std::nullopt;
     return double(end) / rate;
 }
 
@@ -250,36 +273,41 @@ bool MP4Remuxer::writeOrdinaryFile(const QString& source, int64_t length, const 
     }
     // Only a crash leaves one behind: whoever finishes `destination` holds the source's lock.
     QFile::remove(temporary);
-    try {
-        DurableFileOutput output(temporary);
-        double kept = 0.0;
-        try {
-            kept = remux(source, length, output, primingFrames);
-        } catch (...) {
-            QFile::remove(temporary);
-            throw;
-        }
-        if (!output.flushAndSync()) {
-            QFile::remove(temporary);
-            throw AudioException(output.errorString().isEmpty()
-                                     ? QStringLiteral("Could not write %1").arg(temporary)
-                                     : output.errorString());
-        }
-        if (std::rename(QFile::encodeName(temporary).constData(),
-                        QFile::encodeName(destination).constData()) < 0) {
-            const QString reason = QString::fromLocal8Bit(std::strerror(errno));
-            QFile::remove(temporary);
-            throw AudioException(QStringLiteral("Could not rename %1: %2").arg(temporary, reason));
-        }
-        DurableFileOutput::syncFolderOf(destination);
-        if (seconds)
-            *seconds = kept;
-        return true;
-    } catch (const AudioException& exception) {
+    const auto fail = [error](const QString& reason) {
         if (error)
-            *error = exception.reason();
+            *error = reason;
         return false;
+    };
+    std::unique_ptr<DurableFileOutput> output;
+    try {
+        output = std::make_unique<DurableFileOutput>(temporary);
+    } catch (const AudioException& exception) {
+        // The output's constructor has no other way to say that the file cannot be made.
+        return fail(exception.reason());
     }
+    QString failure;
+    const std::optional<double> kept = remux(source, length, *output, primingFrames, failure);
+    if (!kept) {
+        QFile::remove(temporary);
+        return fail(failure);
+    }
+    if (!output->flushAndSync()) {
+        const QString reason = output->errorString().isEmpty()
+                                   ? QStringLiteral("Could not write %1").arg(temporary)
+                                   : output->errorString();
+        QFile::remove(temporary);
+        return fail(reason);
+    }
+    if (std::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(destination).constData()) <
+        0) {
+        const QString reason = QString::fromLocal8Bit(std::strerror(errno));
+        QFile::remove(temporary);
+        return fail(QStringLiteral("Could not rename %1: %2").arg(temporary, reason));
+    }
+    DurableFileOutput::syncFolderOf(destination);
+    if (seconds)
+        *seconds = *kept;
+    return true;
 }
 
 } // namespace spindrel

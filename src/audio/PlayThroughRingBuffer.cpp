@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 namespace spindrel {
 
@@ -39,17 +38,21 @@ PlayThroughRingBuffer::~PlayThroughRingBuffer()
     deallocate();
 }
 
-void PlayThroughRingBuffer::allocate(int channels, uint32_t bytesPerFrame, uint32_t capacityFrames)
+bool PlayThroughRingBuffer::allocate(int channels, uint32_t bytesPerFrame, uint32_t capacityFrames)
 {
-    SP_ASSERT(channels > 0 && bytesPerFrame > 0 && bytesPerFrame % 4 == 0 && capacityFrames > 0,
-              "Ring buffer allocated without channels, frames or whole 32-bit samples");
     deallocate();
+    SP_VERIFY_OR_DEBUG_ASSERT(channels > 0 && bytesPerFrame > 0 && bytesPerFrame % 4 == 0 &&
+                                  capacityFrames > 0,
+                              "Ring buffer allocated without channels, frames or whole 32-bit samples")
+    {
+        return false;
+    }
     capacityFrames = nextPowerOfTwo(capacityFrames);
     const size_t pointersBytes = sizeof(uint8_t*) * size_t(channels);
     const size_t channelBytes = size_t(capacityFrames) * bytesPerFrame;
     void* memory = std::calloc(1, pointersBytes + channelBytes * size_t(channels));
     if (!memory)
-        throw std::bad_alloc();
+        return false;
     mBuffers = static_cast<uint8_t**>(memory);
     uint8_t* data = static_cast<uint8_t*>(memory) + pointersBytes;
     for (int channel = 0; channel < channels; ++channel)
@@ -65,6 +68,7 @@ void PlayThroughRingBuffer::allocate(int channels, uint32_t bytesPerFrame, uint3
         bounds.updateCounter.store(0, std::memory_order_relaxed);
     }
     mTimeBoundsQueueCurrentIndex.store(0, std::memory_order_release);
+    return true;
 }
 
 void PlayThroughRingBuffer::deallocate()

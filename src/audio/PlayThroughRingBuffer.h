@@ -36,9 +36,9 @@ public:
     PlayThroughRingBuffer& operator=(const PlayThroughRingBuffer&) = delete;
 
     /// Makes room for `capacityFrames` (rounded up to a power of two) frames of `bytesPerFrame`
-    /// bytes (a multiple of 4) per channel, all zero, and empties the time bounds. Throws
-    /// std::bad_alloc when the memory cannot be had.
-    void allocate(int channels, uint32_t bytesPerFrame, uint32_t capacityFrames);
+    /// bytes (a multiple of 4) per channel, all zero, and empties the time bounds. False, with
+    /// nothing allocated, when the memory cannot be had or the sizes are unusable.
+    bool allocate(int channels, uint32_t bytesPerFrame, uint32_t capacityFrames);
     void deallocate();
 
     int numberOfChannels() const { return mNumberChannels; }

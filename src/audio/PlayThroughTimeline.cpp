@@ -5,13 +5,13 @@
 
 namespace spindrel {
 
-void PlayThroughTimeline::prepare(int channels, uint32_t inputBufferFrames, double latencyFrames)
+bool PlayThroughTimeline::prepare(int channels, uint32_t inputBufferFrames, double latencyFrames)
 {
     mChannels = channels;
     mLatencyFrames = latencyFrames;
     mInToOutSampleOffset = latencyFrames;
-    mBuffer.allocate(channels, sizeof(float), inputBufferFrames * 20);
     reset();
+    return mBuffer.allocate(channels, sizeof(float), inputBufferFrames * 20);
 }
 
 void PlayThroughTimeline::reset()

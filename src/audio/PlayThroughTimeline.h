@@ -20,8 +20,8 @@ public:
     static constexpr double kMinimumCorrectionFrames = 128.0;
 
     /// `latencyFrames`: both devices' safety offsets and buffer sizes added up. The ring buffer
-    /// holds 20 input buffers, rounded up to a power of two.
-    void prepare(int channels, uint32_t inputBufferFrames, double latencyFrames);
+    /// holds 20 input buffers, rounded up to a power of two. False when it could not be made.
+    bool prepare(int channels, uint32_t inputBufferFrames, double latencyFrames);
     /// Forgets the first times, so the next cycles measure the skew afresh.
     void reset();
 

@@ -1,7 +1,5 @@
 #include "deck/MprisService.h"
 
-#include "SMC/TapeMap.h"
-#include "SMC/WindowControllerContext.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
 #include "deck/MprisPlayerAdaptor.h"
 #include "deck/MprisRootAdaptor.h"
@@ -26,7 +24,7 @@ MprisService::MprisService(WindowController& deck, QObject* parent)
 {
     new MprisRootAdaptor(*this);
     new MprisPlayerAdaptor(*this);
-    connect(&mDeck, &WindowController::transportChanged, this, &MprisService::announceChanges);
+    connect(&mDeck, &WindowController::transportStateChanged, this, &MprisService::announceChanges);
     connect(&mDeck, &WindowController::selectedTapeChanged, this, &MprisService::announceChanges);
     connect(mDeck.hudView(), &HUDView::volumeChanged, this, &MprisService::announceChanges);
 }
@@ -63,12 +61,16 @@ bool MprisService::registerOnBus(QDBusConnection bus)
 
 QString MprisService::playbackStatus() const
 {
-    const SMCState* state = mDeck.context().state();
-    if (state == TapeMap::Paused())
+    switch (mDeck.transportState()) {
+    case TransportState::Paused:
         return QStringLiteral("Paused");
-    if (state == TapeMap::Playing() || state == TapeMap::Cueing() || state == TapeMap::Reviewing())
+    case TransportState::Playing:
+    case TransportState::Cueing:
+    case TransportState::Reviewing:
         return QStringLiteral("Playing");
-    return QStringLiteral("Stopped");
+    default:
+        return QStringLiteral("Stopped");
+    }
 }
 
 bool MprisService::hasTape() const

@@ -232,18 +232,21 @@ void WindowController::tapeLibraryLocationChanged()
     reloadLibrary();
 }
 
-void WindowController::sendEvent(void (WindowControllerContext::*event)())
+std::optional<Error> WindowController::sendEvent(std::optional<Error> (WindowControllerContext::*event)())
 {
     // While a stopped recorder drains, the run loop turns; events then would re-enter the stop.
     if (mWaitingForRecorder || mClosed)
-        return;
-    try {
-        ((*mFSM).*event)();
-    } catch (const InternalInconsistency& refused) {
-        // Already logged by the assertion handler; the transport is unchanged.
-        Q_UNUSED(refused);
-    }
-    Q_EMIT transportChanged();
+        return std::nullopt;
+    std::optional<Error> refusal = ((*mFSM).*event)();
+    if (refusal)
+        logError(QStringLiteral("Spindrel_sm"), refusal->localizedDescription());
+    Q_EMIT transportStateChanged(transportState());
+    return refusal;
+}
+
+TransportState WindowController::transportState() const
+{
+    return mFSM->transportState();
 }
 
 QString WindowController::systemFullUserName()

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "SMC/TransportState.h"
 #include "SMC/WindowControllerOwner.h"
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
 #include "deck/FileBrowser.h"
+#include "foundation/Error.h"
 #include "tapes/LibraryFolderWatch.h"
 #include "tapes/ProcessLauncher.h"
 #include "tapes/Tape.h"
@@ -54,7 +56,6 @@ class WindowController : public QObject,
     Q_OBJECT
 
 public:
-    static constexpr int soundEffectCount = 9;
     /// Drawer widths in points: the deck alone, and with the tape box open.
     static constexpr int closedWidth = 390;
     static constexpr int openWidth = 626;
@@ -131,10 +132,10 @@ public:
 
     // The transport's owner operations.
     void clearButtons() override;
-    void setSelectedButton(int segment) override;
-    void clearSelectedButton(int segment) override;
-    void playSoundEffect(int sound) override;
-    void stopSoundEffect(int sound) override;
+    void setSelectedButton(TransportButton button) override;
+    void clearSelectedButton(TransportButton button) override;
+    void playSoundEffect(SoundEffect sound) override;
+    void stopSoundEffect(SoundEffect sound) override;
     bool canSelectTape() override;
     void selectCurrentTape() override;
     void clearSelectedTape() override;
@@ -189,9 +190,9 @@ public:
     void stopRewindAnimation() {}
     void playRewindingAudio() {}
 
-    // Sound effects, by the transport's numbers.
+    // Sound effects.
     void setupSoundEffectPlayers();
-    SoundEffectPlayer* soundEffect(int sound) const;
+    SoundEffectPlayer* soundEffect(SoundEffect sound) const;
 
     // Defaults and devices.
     void registerDefaults();
@@ -236,6 +237,7 @@ public:
 
     // The parts, for the application and for tests.
     WindowControllerContext& context() const { return *mFSM; }
+    TransportState transportState() const;
     TapeLibraryArrayController& library() const { return *mTapeArrayController; }
     DeckPreferences& preferences() const { return mPreferences; }
     HUDView* hudView() const { return mHUDView; }
@@ -252,8 +254,8 @@ public:
 Q_SIGNALS:
     /// The loaded tape changed (the cassette shows it).
     void selectedTapeChanged();
-    /// The transport took an event; its state may have changed.
-    void transportChanged();
+    /// The transport took an event; `state` is where it is now, which may be where it was.
+    void transportStateChanged(spindrel::TransportState state);
     /// A recording ended and its tape is in its file.
     void recordingFinished(const spindrel::TapePtr& tape);
     /// The window has closed and every tape is committed.
@@ -270,9 +272,9 @@ private:
     void bindTapeView();
     void tapeLibraryLocationChanged();
     void libraryImportRequested(const QList<QUrl>& urls);
-    /// Sends one event to the transport. Events are refused while a stopping recorder drains,
-    /// and an event the transport does not accept is logged, not thrown across the slot.
-    void sendEvent(void (WindowControllerContext::*event)());
+    /// Sends one event to the transport. Events are dropped while a stopping recorder drains;
+    /// an event the transport refuses is logged and answered with its error.
+    std::optional<Error> sendEvent(std::optional<Error> (WindowControllerContext::*event)());
     void hudPositionChanged();
     void hudVolumeChanged();
 

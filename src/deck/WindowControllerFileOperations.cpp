@@ -124,7 +124,7 @@ void WindowController::moveTapeToTrash(QObject* sender)
     const TapePtr tape = tapeToOperateOn(sender);
     if (!tape)
         return;
-    playSoundEffect(8);
+    playSoundEffect(SoundEffect::TossTape2);
     if (const std::optional<Error> error = mTapeArrayController->moveTapeToTrash(tape))
         showDeckMessage(error->localizedDescription());
 }

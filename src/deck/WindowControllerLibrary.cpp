@@ -123,7 +123,7 @@ void WindowController::discloseTapes()
     } else {
         mTapesDisclosed = true;
     }
-    playSoundEffect(mTapesDisclosed ? 4 : 5);
+    playSoundEffect(mTapesDisclosed ? SoundEffect::DrawerOpenStereo : SoundEffect::DrawerCloseStereo);
     mWindow->drawerButton()->setDisclosed(mTapesDisclosed);
 
     QPropertyAnimation animation(mWindow, "geometry");

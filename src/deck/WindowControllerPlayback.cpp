@@ -48,20 +48,23 @@ void WindowController::stopTape()
 
 void WindowController::pauseTape()
 {
-    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(5) ? &WindowControllerContext::pauseUp
-                                                             : &WindowControllerContext::pauseDown);
+    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(int(TransportButton::Pause))
+                  ? &WindowControllerContext::pauseUp
+                  : &WindowControllerContext::pauseDown);
 }
 
 void WindowController::rewindTape()
 {
-    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(2) ? &WindowControllerContext::rewindUp
-                                                             : &WindowControllerContext::rewindDown);
+    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(int(TransportButton::Rewind))
+                  ? &WindowControllerContext::rewindUp
+                  : &WindowControllerContext::rewindDown);
 }
 
 void WindowController::fastForwardTape()
 {
-    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(3) ? &WindowControllerContext::ffwdUp
-                                                             : &WindowControllerContext::ffwdDown);
+    sendEvent(mSegmentedTapeButtonView->isSelectedSegment(int(TransportButton::FastForward))
+                  ? &WindowControllerContext::ffwdUp
+                  : &WindowControllerContext::ffwdDown);
 }
 
 void WindowController::previousTape()
@@ -112,14 +115,14 @@ void WindowController::clearButtons()
     mSegmentedTapeButtonView->clearSelectedSegments();
 }
 
-void WindowController::setSelectedButton(int segment)
+void WindowController::setSelectedButton(TransportButton button)
 {
-    mSegmentedTapeButtonView->setSelectedSegment(segment);
+    mSegmentedTapeButtonView->setSelectedSegment(int(button));
 }
 
-void WindowController::clearSelectedButton(int segment)
+void WindowController::clearSelectedButton(TransportButton button)
 {
-    mSegmentedTapeButtonView->clearSelectedSegment(segment);
+    mSegmentedTapeButtonView->clearSelectedSegment(int(button));
 }
 
 bool WindowController::canSelectTape()

@@ -33,9 +33,12 @@ QString WindowController::newTitle()
 
 void WindowController::startRecordingAudio()
 {
-    if (mSelectedTape)
-        handleAssertionFailure("The selected tape was not cleared before beginning a recording",
-                               "WindowController", 1162, __func__);
+    // The transport unloads a tape before it records; recording over one still loaded would lose it.
+    if (mSelectedTape) {
+        reportFailedCheck("The selected tape was not cleared before beginning a recording",
+                          "WindowController", 1162, __func__);
+        return;
+    }
     mTapeArrayController->pauseMonitoringRecordingDirectory();
 
     const QVariant author = mPreferences.defaultsValue(K::TapeAuthor);

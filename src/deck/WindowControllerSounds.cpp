@@ -5,25 +5,23 @@
 
 namespace spindrel {
 
-static_assert(SoundEffects::count == WindowController::soundEffectCount);
-
 void WindowController::setupSoundEffectPlayers()
 {
     const QString device = systemOutputDeviceUID();
-    for (int sound = 0; sound < soundEffectCount; ++sound) {
+    for (const SoundEffect sound : SoundEffects::all()) {
         const QString file = SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(sound));
-        auto* player = new SoundEffectPlayer(SoundEffects::nameForIndex(sound), file, device, this);
+        auto* player = new SoundEffectPlayer(SoundEffects::name(sound), file, device, this);
         player->setLoops(SoundEffects::loops(sound));
         mSoundEffectPlayers[std::size_t(sound)] = player;
     }
 }
 
-SoundEffectPlayer* WindowController::soundEffect(int sound) const
+SoundEffectPlayer* WindowController::soundEffect(SoundEffect sound) const
 {
-    return sound >= 0 && sound < soundEffectCount ? mSoundEffectPlayers[std::size_t(sound)] : nullptr;
+    return mSoundEffectPlayers[std::size_t(sound)];
 }
 
-void WindowController::playSoundEffect(int sound)
+void WindowController::playSoundEffect(SoundEffect sound)
 {
     if (!mPreferences.playSoundEffects())
         return;
@@ -31,7 +29,7 @@ void WindowController::playSoundEffect(int sound)
         player->play();
 }
 
-void WindowController::stopSoundEffect(int sound)
+void WindowController::stopSoundEffect(SoundEffect sound)
 {
     if (SoundEffectPlayer* player = soundEffect(sound))
         player->stop();

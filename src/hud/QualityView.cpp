@@ -21,8 +21,11 @@ QualityView::QualityView(QWidget* parent) : ClickableHUDSubview(parent)
 
 QString QualityView::quality() const
 {
-    SP_ASSERT(mSelectedLayer >= 0 && mSelectedLayer < static_cast<int>(mLayers.size()),
-              "selected quality beyond # of layers");
+    SP_VERIFY_OR_DEBUG_ASSERT(mSelectedLayer >= 0 && mSelectedLayer < static_cast<int>(mLayers.size()),
+                              "selected quality beyond # of layers")
+    {
+        return mLayers.empty() ? QString() : mLayers.front().tapeQuality;
+    }
     return mLayers[static_cast<std::size_t>(mSelectedLayer)].tapeQuality;
 }
 

@@ -2,9 +2,11 @@
 
 namespace spindrel {
 
-const std::array<QString, SoundEffects::count>& SoundEffects::names()
+namespace {
+
+const std::array<QString, SoundEffects::count>& names()
 {
-    static const std::array<QString, count> table = {
+    static const std::array<QString, SoundEffects::count> table = {
         QStringLiteral("TapeSpeeding"),     QStringLiteral("ButtonPress"),
         QStringLiteral("ButtonClear"),      QStringLiteral("ButtonHitExtent"),
         QStringLiteral("DrawerOpenStereo"), QStringLiteral("DrawerCloseStereo"),
@@ -14,34 +16,41 @@ const std::array<QString, SoundEffects::count>& SoundEffects::names()
     return table;
 }
 
-QString SoundEffects::nameForIndex(int index)
+} // namespace
+
+const std::array<SoundEffect, SoundEffects::count>& SoundEffects::all()
 {
-    if (index < 0 || index >= count)
-        return {};
-    return names()[static_cast<std::size_t>(index)];
+    static const std::array<SoundEffect, count> effects = [] {
+        std::array<SoundEffect, count> table{};
+        for (int index = 0; index < count; ++index)
+            table[std::size_t(index)] = SoundEffect(index);
+        return table;
+    }();
+    return effects;
 }
 
-int SoundEffects::indexForName(const QString& name)
+QString SoundEffects::name(SoundEffect effect)
 {
-    for (int i = 0; i < count; ++i) {
-        if (names()[static_cast<std::size_t>(i)] == name)
-            return i;
+    return names()[std::size_t(effect)];
+}
+
+std::optional<SoundEffect> SoundEffects::effectForName(const QString& name)
+{
+    for (int index = 0; index < count; ++index) {
+        if (names()[std::size_t(index)] == name)
+            return SoundEffect(index);
     }
-    return -1;
+    return std::nullopt;
 }
 
-QString SoundEffects::resourcePath(int index)
+QString SoundEffects::resourcePath(SoundEffect effect)
 {
-    const QString name = nameForIndex(index);
-    if (name.isNull())
-        return {};
-    return QStringLiteral(":/sounds/") + name + QStringLiteral(".wav");
+    return QStringLiteral(":/sounds/") + name(effect) + QStringLiteral(".wav");
 }
 
-QUrl SoundEffects::resourceUrl(int index)
+QUrl SoundEffects::resourceUrl(SoundEffect effect)
 {
-    const QString path = resourcePath(index);
-    return path.isNull() ? QUrl() : QUrl(QStringLiteral("qrc") + path);
+    return QUrl(QStringLiteral("qrc") + resourcePath(effect));
 }
 
 } // namespace spindrel

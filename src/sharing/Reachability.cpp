@@ -156,9 +156,15 @@ void Reachability::networkMayHaveChanged()
 
 void Reachability::reachabilityCallback(QObject* info)
 {
-    SP_ASSERT(info != nullptr, "info was NULL in ReachabilityCallback");
+    SP_VERIFY_OR_DEBUG_ASSERT(info != nullptr, "info was NULL in ReachabilityCallback")
+    {
+        return;
+    }
     auto* reachability = qobject_cast<Reachability*>(info);
-    SP_ASSERT(reachability != nullptr, "info was wrong class in ReachabilityCallback");
+    SP_VERIFY_OR_DEBUG_ASSERT(reachability != nullptr, "info was wrong class in ReachabilityCallback")
+    {
+        return;
+    }
     Q_EMIT reachability->reachabilityChanged(reachability);
 }
 
@@ -198,7 +204,11 @@ Reachability::NetworkStatus Reachability::networkStatusForFlags(Flags flags) con
 
 Reachability::NetworkStatus Reachability::currentReachabilityStatus() const
 {
-    SP_ASSERT(reachabilityRef != nullptr, "currentNetworkStatus called with NULL reachabilityRef");
+    SP_VERIFY_OR_DEBUG_ASSERT(reachabilityRef != nullptr,
+                              "currentNetworkStatus called with NULL reachabilityRef")
+    {
+        return NotReachable;
+    }
     const std::optional<Flags> flags = reachabilityFlags();
     if (!flags)
         return NotReachable;
@@ -207,7 +217,11 @@ Reachability::NetworkStatus Reachability::currentReachabilityStatus() const
 
 bool Reachability::connectionRequired() const
 {
-    SP_ASSERT(reachabilityRef != nullptr, "connectionRequired called with NULL reachabilityRef");
+    SP_VERIFY_OR_DEBUG_ASSERT(reachabilityRef != nullptr,
+                              "connectionRequired called with NULL reachabilityRef")
+    {
+        return false;
+    }
     const std::optional<Flags> flags = reachabilityFlags();
     return flags && (*flags & ConnectionRequired);
 }

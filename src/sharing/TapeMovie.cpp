@@ -121,8 +121,12 @@ void TapeMovie::performMovieExportWithCompletionBlock(CompletionBlock completion
     video.framesPerSecond = framesPerSecond;
     video.maxKeyFrameInterval = maxKeyFrameInterval;
     MovieWriter::AudioSettings audio;
-    SP_ASSERT(mAssetWriter->canAddVideoInput(video), "[self.assetWriter canAddInput:self.videoWriterInput]");
-    SP_ASSERT(mAssetWriter->canAddAudioInput(audio), "[self.assetWriter canAddInput:self.audioWriterInput]");
+    SP_VERIFY_OR_DEBUG_ASSERT(mAssetWriter->canAddVideoInput(video) && mAssetWriter->canAddAudioInput(audio),
+                              "[self.assetWriter canAddInput:self.videoWriterInput]")
+    {
+        complete(movieError(QStringLiteral("Error writing movie asset.")));
+        return;
+    }
     if (!mAssetWriter->addVideoInput(video) ||
         !mAssetWriter->addAudioInput(audio, mAudioAssetReader->channels())) {
         complete(movieError(QStringLiteral("Error writing movie asset.")));

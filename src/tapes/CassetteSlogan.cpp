@@ -33,7 +33,10 @@ const std::array<const char*, CassetteSlogan::count> slogans = {
 
 QString CassetteSlogan::sloganAtIndex(int index)
 {
-    SP_ASSERT(index >= 0 && index < count, "Slogan index out of range");
+    SP_VERIFY_OR_DEBUG_ASSERT(index >= 0 && index < count, "Slogan index out of range")
+    {
+        return {};
+    }
     return QString::fromUtf8(slogans[static_cast<std::size_t>(index)]);
 }
 

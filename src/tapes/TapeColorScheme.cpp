@@ -1,7 +1,8 @@
 #include "tapes/TapeColorScheme.h"
 
+#include "foundation/Assertion.h"
+
 #include <array>
-#include <stdexcept>
 
 namespace spindrel {
 
@@ -40,6 +41,8 @@ const std::array<SchemeColors, TapeColorScheme::Count>& schemeTable()
 
 TapeColorScheme::TapeColorScheme(unsigned index)
 {
+    // A scheme always has colours: an index out of range leaves those of the first.
+    setIndex(0);
     setIndex(index);
 }
 
@@ -50,7 +53,11 @@ std::shared_ptr<TapeColorScheme> TapeColorScheme::colorSchemeWithIndex(unsigned 
 
 void TapeColorScheme::setIndex(unsigned index)
 {
-    const SchemeColors& colors = schemeTable().at(index);
+    SP_VERIFY_OR_DEBUG_ASSERT(index < schemeTable().size(), "Colour scheme index out of range")
+    {
+        return;
+    }
+    const SchemeColors& colors = schemeTable()[index];
     mIndex = index;
     mBackgroundColor = colors.background;
     mLetterColor = colors.letter;

@@ -14,12 +14,18 @@ TapeLetter::TapeLetter(const QString& letter)
 TapeLetter::TapeLetter(const QString& letter, std::shared_ptr<TapeColorScheme> colorScheme)
     : mLetter(letter), mColorScheme(std::move(colorScheme))
 {
-    SP_ASSERT(mColorScheme, "Invalid parameter not satisfying: colorScheme");
+    SP_VERIFY_OR_DEBUG_ASSERT(mColorScheme, "Invalid parameter not satisfying: colorScheme")
+    {
+        mColorScheme = TapeColorScheme::colorSchemeWithIndex(0);
+    }
 }
 
 void TapeLetter::setColorScheme(std::shared_ptr<TapeColorScheme> colorScheme)
 {
-    SP_ASSERT(colorScheme, "Invalid parameter not satisfying: colorScheme");
+    SP_VERIFY_OR_DEBUG_ASSERT(colorScheme, "Invalid parameter not satisfying: colorScheme")
+    {
+        return;
+    }
     mColorScheme = std::move(colorScheme);
 }
 

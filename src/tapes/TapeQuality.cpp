@@ -46,7 +46,11 @@ std::optional<QualityPreset> TapeQuality::presetForQuality(const QString& qualit
 QString TapeQuality::qualityForIndex(int32_t index)
 {
     // Compared as an unsigned word, so negative indices land far beyond the end.
-    SP_ASSERT(static_cast<uint32_t>(index) < presetTable().size(), "Asking for qualty outside range");
+    SP_VERIFY_OR_DEBUG_ASSERT(static_cast<uint32_t>(index) < presetTable().size(),
+                              "Asking for qualty outside range")
+    {
+        return {};
+    }
     return presetTable()[static_cast<uint32_t>(index)].first;
 }
 

@@ -21,10 +21,10 @@ public:
     std::function<void(const std::string&)> onCall;
 
     void clearButtons() override { note("clearButtons"); }
-    void setSelectedButton(int segment) override { note("setSelectedButton", segment); }
-    void clearSelectedButton(int segment) override { note("clearSelectedButton", segment); }
-    void playSoundEffect(int sound) override { note("playSoundEffect", sound); }
-    void stopSoundEffect(int sound) override { note("stopSoundEffect", sound); }
+    void setSelectedButton(TransportButton button) override { note("setSelectedButton", int(button)); }
+    void clearSelectedButton(TransportButton button) override { note("clearSelectedButton", int(button)); }
+    void playSoundEffect(SoundEffect sound) override { note("playSoundEffect", int(sound)); }
+    void stopSoundEffect(SoundEffect sound) override { note("stopSoundEffect", int(sound)); }
     bool canSelectTape() override
     {
         note("canSelectTape");

@@ -1,6 +1,5 @@
 #include "SMC/TapeMap.h"
 
-#include "AssertionText.h"
 #include "RecordingOwner.h"
 #include "SMC/WindowControllerContext.h"
 #include "foundation/Assertion.h"
@@ -26,12 +25,43 @@ TEST(WindowControllerStateTest, RefusesEveryEventItIsNotTaught)
     WindowControllerState bare(QStringLiteral("Bare"), 99);
     bare.Entry(context);
     bare.Exit(context);
-    using S = WindowControllerState;
-    for (auto event : {&S::ffwdDown, &S::ffwdUp, &S::pauseDown, &S::pauseUp, &S::play, &S::rec,
-                       &S::rewindDown, &S::rewindUp, &S::stop, &S::tapeChosen, &S::windowWillClose})
-        EXPECT_THROW((bare.*event)(context), InternalInconsistency); // "Default transition"
+    context.setState(&bare);
+    using C = WindowControllerContext;
+    for (auto event : {&C::ffwdDown, &C::ffwdUp, &C::pauseDown, &C::pauseUp, &C::play, &C::rec,
+                       &C::rewindDown, &C::rewindUp, &C::stop, &C::tapeChosen, &C::windowWillClose}) {
+        const std::optional<Error> refusal = (context.*event)();
+        ASSERT_TRUE(refusal.has_value());
+        EXPECT_EQ(refusal->domain(), WindowControllerContext::RefusalDomain);
+        EXPECT_EQ(refusal->localizedDescription(), QStringLiteral("Default transition"));
+    }
     EXPECT_TRUE(owner.calls.empty());
-    EXPECT_EQ(stackShape(context), Shape{"Idle"});
+    EXPECT_EQ(context.state(), &bare);
+    EXPECT_EQ(stackShape(context), Shape{"Bare"});
+}
+
+TEST(WindowControllerContextTest, AnswersARefusalOnlyForTheEventThatWasRefused)
+{
+    RecordingOwner owner;
+    WindowControllerContext context(owner);
+    EXPECT_EQ(context.transportState(), TransportState::Idle);
+    EXPECT_FALSE(context.tapeChosen().has_value());
+    EXPECT_FALSE(context.play().has_value());
+    EXPECT_EQ(context.transportState(), TransportState::Playing);
+
+    const std::optional<Error> refused = context.ffwdUp();
+    ASSERT_TRUE(refused.has_value());
+    EXPECT_EQ(refused->localizedDescription(), QStringLiteral("Default transition"));
+    EXPECT_EQ(refused->userInfo().value(Error::ReportingFileKey), QStringLiteral("Spindrel_sm"));
+    EXPECT_EQ(refused->userInfo().value(Error::ReportingLineKey).toInt(), 146);
+    EXPECT_EQ(context.transportState(), TransportState::Playing);
+
+    // Paused hands pauseUp down to Playing, which takes it: the resent event answers for both.
+    EXPECT_FALSE(context.pauseDown().has_value());
+    EXPECT_EQ(context.transportState(), TransportState::Paused);
+    EXPECT_FALSE(context.pauseUp().has_value());
+    EXPECT_EQ(context.transportState(), TransportState::Playing);
+    EXPECT_FALSE(context.stop().has_value()) << "a refusal is not carried over to the next event";
+    EXPECT_EQ(context.transportState(), TransportState::TapeStopped);
 }
 
 TEST(WindowControllerContextTest, TransitionActionsRunBetweenStatesAndEntryAndExitInsideOne)
@@ -74,9 +104,8 @@ TEST(WindowControllerContextTest, TracesPushesPopsAndRestoredStates)
     context.play(); // push with actions: the source is restored, then the target
                     // pushed
     context.pauseDown();
-    context.pauseUp(); // pop and resend to Playing, whose pauseUp is internal
-    EXPECT_THROW(context.ffwdUp(),
-                 InternalInconsistency); // refused: traces nothing
+    context.pauseUp();                         // pop and resend to Playing, whose pauseUp is internal
+    EXPECT_TRUE(context.ffwdUp().has_value()); // refused: traces nothing
     setLogSink(previous);
     const QStringList expected = {
         QStringLiteral("PUSH TO STATE: TapeMap::TapeStopped\n\r"),
@@ -128,7 +157,12 @@ TEST(WindowControllerContextTest, FailuresAndReentryNeverLeaveTheMachineWithoutA
     context.play();
     context.emptyStateStack();
     owner.calls.clear();
-    EXPECT_EQ(test::assertionFrom([&] { context.stop(); }), "Popping empty state stack");
+    const bool wasFatal = failedChecksAreFatal();
+    setFailedChecksAreFatal(false);
+    const std::optional<Error> refused = context.stop();
+    setFailedChecksAreFatal(wasFatal);
+    ASSERT_TRUE(refused.has_value());
+    EXPECT_EQ(refused->localizedDescription(), QStringLiteral("Popping empty state stack"));
     EXPECT_TRUE(owner.calls.empty());
     EXPECT_EQ(context.state(), TapeMap::Playing());
 }

@@ -1,5 +1,9 @@
 #include "audio/PlayThroughRingBuffer.h"
 
+#include "foundation/Assertion.h"
+#include "foundation/Log.h"
+
+#include <QStringList>
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
@@ -46,7 +50,7 @@ std::pair<Time, Time> bounds(const PlayThroughRingBuffer& ring)
 TEST(PlayThroughRingBuffer, roundsTheCapacityUpAndWrapsAroundWithoutLosingFrames)
 {
     PlayThroughRingBuffer ring;
-    ring.allocate(2, sizeof(float), 100);
+    ASSERT_TRUE(ring.allocate(2, sizeof(float), 100));
     EXPECT_EQ(ring.capacityFrames(), 128u);
     // 50 frames at a time: the fourth store wraps at the end of the memory.
     for (Time time = 1000; time < 1200; time += 50)
@@ -64,10 +68,27 @@ TEST(PlayThroughRingBuffer, roundsTheCapacityUpAndWrapsAroundWithoutLosingFrames
     EXPECT_EQ(bounds(ring).second, 1200); // refused without touching the range
 }
 
+TEST(PlayThroughRingBuffer, unusableSizesAreRefusedAndLeaveItEmpty)
+{
+    QStringList lines;
+    const LogSink previousSink = setLogSink([&](const QString& line) { lines << line; });
+    const bool wasFatal = failedChecksAreFatal();
+    setFailedChecksAreFatal(false);
+    PlayThroughRingBuffer ring;
+    ASSERT_TRUE(ring.allocate(2, sizeof(float), 64));
+    EXPECT_FALSE(ring.allocate(0, sizeof(float), 64));
+    EXPECT_FALSE(ring.allocate(2, 3, 64)) << "a frame of part of a sample";
+    EXPECT_FALSE(ring.allocate(2, sizeof(float), 0));
+    setFailedChecksAreFatal(wasFatal);
+    setLogSink(previousSink);
+    EXPECT_EQ(lines.size(), 3);
+    EXPECT_EQ(ring.capacityFrames(), 0u) << "the earlier buffer is gone, not half kept";
+}
+
 TEST(PlayThroughRingBuffer, fetchesOutsideTheRangeComeOutSilentWithTheirClipCode)
 {
     PlayThroughRingBuffer ring;
-    ring.allocate(2, sizeof(float), 64);
+    ASSERT_TRUE(ring.allocate(2, sizeof(float), 64));
     // A first store far from time 0 keeps a full capacity of silence before it; going back
     // behind the end gives a range of exactly what was stored.
     store(ring, 8, 1000);
@@ -106,7 +127,7 @@ TEST(PlayThroughRingBuffer, fetchesOutsideTheRangeComeOutSilentWithTheirClipCode
 TEST(PlayThroughRingBuffer, aJumpBackStartsAfreshAndAGapIsSilence)
 {
     PlayThroughRingBuffer ring;
-    ring.allocate(2, sizeof(float), 64);
+    ASSERT_TRUE(ring.allocate(2, sizeof(float), 64));
     store(ring, 32, 1000);
     store(ring, 16, 900); // before the end: what came before is forgotten
     EXPECT_EQ(bounds(ring), std::make_pair(Time(900), Time(916)));
@@ -126,7 +147,7 @@ TEST(PlayThroughRingBuffer, aJumpBackStartsAfreshAndAGapIsSilence)
 TEST(PlayThroughRingBuffer, aWriterAndAReaderNeverSeeTornOrStaleFrames)
 {
     PlayThroughRingBuffer ring;
-    ring.allocate(2, sizeof(float), 512);
+    ASSERT_TRUE(ring.allocate(2, sizeof(float), 512));
     std::atomic<bool> stop{false};
     std::thread writer([&] {
         Frames frames(37);

@@ -26,7 +26,7 @@ struct Block
 TEST(PlayThroughTimeline, outputBeforeAnyInputAndTheFirstOutputCycleAreSilent)
 {
     PlayThroughTimeline timeline;
-    timeline.prepare(1, 256, 1000.0);
+    ASSERT_TRUE(timeline.prepare(1, 256, 1000.0));
     Block out(128, 9.0f);
     EXPECT_FALSE(timeline.fetchOutput(out.list(), 128, 50000.0));
     EXPECT_EQ(out.samples, std::vector<float>(128, 0.0f));
@@ -48,7 +48,7 @@ TEST(PlayThroughTimeline, outputBeforeAnyInputAndTheFirstOutputCycleAreSilent)
 TEST(PlayThroughTimeline, framesComeOutLaterByTheOffset)
 {
     PlayThroughTimeline timeline;
-    timeline.prepare(1, 256, 300.0);
+    ASSERT_TRUE(timeline.prepare(1, 256, 300.0));
     Block in(256);
     for (double time = 10000.0; time < 11024.0; time += 256.0) {
         in.count(time);
@@ -65,7 +65,7 @@ TEST(PlayThroughTimeline, framesComeOutLaterByTheOffset)
 TEST(PlayThroughTimeline, aFetchOutsideTheBufferedRangeIsSilentAndMovesTheOffset)
 {
     PlayThroughTimeline timeline;
-    timeline.prepare(1, 16, 300.0); // room for 512 frames
+    ASSERT_TRUE(timeline.prepare(1, 16, 300.0)); // room for 512 frames
     Block in(256);
     in.count(10000.0);
     timeline.storeInput(in.list(), 256, 10000.0); // [9744, 10256), silence up to 10000

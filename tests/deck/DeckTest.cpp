@@ -1,6 +1,5 @@
 #include "DeckTest.h"
 
-#include "SMC/SMCState.h"
 #include "SMC/WindowControllerContext.h"
 #include "deck/DeckWindow.h"
 #include "hud/HUDView.h"
@@ -74,21 +73,15 @@ void DeckTest::feedTone(double seconds)
     ASSERT_TRUE(mTone->waitForStarted());
 }
 
-QString DeckTest::state() const
-{
-    const SMCState* current = mDeck->context().state();
-    return current ? current->name() : QString();
-}
-
 bool DeckTest::waitFor(const std::function<bool()>& condition, int timeoutMs)
 {
     return QTest::qWaitFor(condition, timeoutMs);
 }
 
-void DeckTest::clickSegment(int segment)
+void DeckTest::clickSegment(TransportButton button)
 {
     SegmentedTapeButtonView* strip = mDeck->buttonView();
-    QTest::mouseClick(strip, Qt::LeftButton, {}, strip->rectForSegment(segment).center().toPoint());
+    QTest::mouseClick(strip, Qt::LeftButton, {}, strip->rectForSegment(int(button)).center().toPoint());
 }
 
 QStringList DeckTest::libraryFiles() const

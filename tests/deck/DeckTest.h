@@ -11,6 +11,18 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+namespace spindrel {
+
+inline void PrintTo(TransportState state, std::ostream* out)
+{
+    static const char* const names[] = {"Idle",   "TapeStopped", "Playing",   "FastForwarding", "Rewinding",
+                                        "Cueing", "Reviewing",   "Recording", "Paused"};
+    const int index = int(state);
+    *out << (index >= 0 && index < 9 ? names[index] : "?");
+}
+
+} // namespace spindrel
+
 namespace spindrel::test {
 
 /// A deck over a library folder of its own, with the sound server's test devices: what plays
@@ -31,10 +43,10 @@ protected:
 
     /// Plays a 440 Hz tone of `seconds` into the recording input.
     void feedTone(double seconds);
-    QString state() const;
+    TransportState state() const { return mDeck->transportState(); }
     /// Turns the event loop until `condition` holds; false after `timeoutMs`.
     static bool waitFor(const std::function<bool()>& condition, int timeoutMs = 20000);
-    void clickSegment(int segment);
+    void clickSegment(TransportButton button);
     QStringList libraryFiles() const;
 
     QTemporaryDir mFolder;

@@ -98,15 +98,15 @@ TEST_F(MprisServiceTest, TheBusPlaysPausesAndStopsTheLoadedTapeAndHearsEveryChan
     EXPECT_EQ(remote.property(QStringLiteral("PlaybackStatus")).toString(), QStringLiteral("Stopped"));
 
     ASSERT_TRUE(remote.call(QStringLiteral("Play")));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
     ASSERT_TRUE(waitFor([&] { return remote.property(QStringLiteral("Position")).toLongLong() > 200000; }));
 
     ASSERT_TRUE(remote.call(QStringLiteral("PlayPause")));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    EXPECT_EQ(state(), TransportState::Paused);
     ASSERT_TRUE(remote.call(QStringLiteral("Play")));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
     ASSERT_TRUE(remote.call(QStringLiteral("Stop")));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     ASSERT_TRUE(waitFor([&] { return remote.announcedStatuses.size() >= 4; }));
     EXPECT_EQ(remote.announcedStatuses, (QStringList{QStringLiteral("Playing"), QStringLiteral("Paused"),
                                                      QStringLiteral("Playing"), QStringLiteral("Stopped")}));

@@ -216,7 +216,7 @@ TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingEls
     chooseFromContextMenu(deck, clicked, TapeBoxView::MoveTapeToTrash);
     EXPECT_EQ(deck.library().content().size(), 1);
     EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("no longer exists")));
-    EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
+    EXPECT_EQ(deck.soundEffect(SoundEffect::TossTape2)->startCount(), 1);
 }
 
 } // namespace

@@ -48,14 +48,14 @@ TEST_F(HotKeysTest, RecordPauseAndStopWorkFromAnotherApplication)
     WindowController& deck = openDeck();
     feedTone(8.0);
     ASSERT_TRUE(typeHotKey(key7));
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    ASSERT_EQ(state(), TransportState::Recording);
     ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
     ASSERT_TRUE(typeHotKey(key8));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    EXPECT_EQ(state(), TransportState::Paused);
     ASSERT_TRUE(typeHotKey(key8));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    EXPECT_EQ(state(), TransportState::Recording);
     ASSERT_TRUE(typeHotKey(key9));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_EQ(libraryFiles().size(), 1);
 }
 
@@ -67,7 +67,7 @@ TEST_F(HotKeysTest, TurningHotKeysOffReleasesTheKeys)
     EXPECT_TRUE(mKeyboard.canGrab(key7, 4 | 1));
     mKeyboard.type({keyControl, keyShift, key7});
     QTest::qWait(300);
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(state(), TransportState::Idle);
 
     // A new combination takes effect at once.
     mPreferences->setDefaultsValue(K::EnableHotKeys, true);

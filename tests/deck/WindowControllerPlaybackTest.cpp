@@ -9,6 +9,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace spindrel;
@@ -26,7 +27,7 @@ protected:
         mTapePath =
             addTape(QStringLiteral("Piano lesson"), QDateTime(QDate(2012, 3, 4), QTime(10, 15)), seconds);
         WindowController& deck = openDeck();
-        EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+        EXPECT_EQ(state(), TransportState::TapeStopped);
         return deck;
     }
 
@@ -41,10 +42,13 @@ TEST_F(PlaybackTest, PlayRunsTheTapeWithTheHUDFollowingAndTheEndStopsIt)
     ASSERT_NE(deck.audioFilePlayer(), nullptr);
     EXPECT_EQ(deck.tapeView()->tape(), deck.selectedTape());
 
-    clickSegment(1);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    QSignalSpy transport(&deck, &WindowController::transportStateChanged);
+    clickSegment(TransportButton::Play);
+    ASSERT_EQ(state(), TransportState::Playing);
+    ASSERT_FALSE(transport.isEmpty());
+    EXPECT_EQ(transport.last().first().value<TransportState>(), TransportState::Playing);
     EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
-    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
     EXPECT_TRUE(deck.tapeView()->isRotating());
     EXPECT_DOUBLE_EQ(deck.tapeView()->rotationSpeed(), 1.0);
     ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 300.0; }));
@@ -52,8 +56,9 @@ TEST_F(PlaybackTest, PlayRunsTheTapeWithTheHUDFollowingAndTheEndStopsIt)
     EXPECT_DOUBLE_EQ(deck.hudView()->position(), deck.hudView()->time());
 
     // Playing off the end is a stop.
-    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 15000));
-    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }, 15000));
+    EXPECT_EQ(transport.last().first().value<TransportState>(), TransportState::TapeStopped);
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
     EXPECT_FALSE(deck.tapeView()->isRotating());
     EXPECT_FALSE(deck.isHUDUpdating());
 }
@@ -64,54 +69,54 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
 
     deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::FastForwarding"));
+    EXPECT_EQ(state(), TransportState::FastForwarding);
     EXPECT_DOUBLE_EQ(speed(), 8.0);
     EXPECT_DOUBLE_EQ(deck.tapeView()->rotationSpeed(), 8.0);
     EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackLevel(), 0.0) << "winding is silent";
-    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(3));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::FastForward)));
     deck.fastForwardTape(); // the latched key is released
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_DOUBLE_EQ(speed(), 1.0);
 
     deck.rewindTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Rewinding"));
+    EXPECT_EQ(state(), TransportState::Rewinding);
     EXPECT_DOUBLE_EQ(speed(), -8.0);
     deck.fastForwardTape(); // switches straight to winding forward
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::FastForwarding"));
+    EXPECT_EQ(state(), TransportState::FastForwarding);
     deck.fastForwardTape();
 
     deck.playTape();
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    ASSERT_EQ(state(), TransportState::Playing);
     deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Cueing"));
+    EXPECT_EQ(state(), TransportState::Cueing);
     EXPECT_DOUBLE_EQ(speed(), 2.0);
     EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
     deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
     EXPECT_DOUBLE_EQ(speed(), 1.0);
 
     deck.rewindTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Reviewing"));
+    EXPECT_EQ(state(), TransportState::Reviewing);
     EXPECT_DOUBLE_EQ(speed(), -2.0);
     deck.rewindTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
 
     deck.pauseTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    EXPECT_EQ(state(), TransportState::Paused);
     EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
-    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(5));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Pause)));
     deck.pauseTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
     EXPECT_TRUE(deck.audioFilePlayer()->isFilePlaying());
 
     // A latched fast-forward key while playing makes the next press a release, which the
     // transport refuses in this state; the deck logs that and carries on.
-    deck.buttonView()->setSelectedSegment(3);
+    deck.buttonView()->setSelectedSegment(int(TransportButton::FastForward));
     deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
 
     deck.stopTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_FALSE(deck.audioFilePlayer()->isFilePlaying());
 }
 
@@ -126,14 +131,14 @@ TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
     WindowController& deck = openDeck();
     setLogSink(previous);
 
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_EQ(deck.audioFilePlayer(), nullptr);
     EXPECT_TRUE(log.filter(QStringLiteral("(ERROR) WindowController : Exception! ")).size() == 1)
         << log.join('\n');
     deck.playTape(); // nothing to hear, nothing to fail
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    EXPECT_EQ(state(), TransportState::Playing);
     deck.stopTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
 }
 
 TEST_F(PlaybackTest, ALostOutputStopsTheTransportAndSaysWhichDevice)
@@ -147,14 +152,14 @@ TEST_F(PlaybackTest, ALostOutputStopsTheTransportAndSaysWhichDevice)
               0);
     mPreferences->setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("usbphones"));
     WindowController& deck = openWithTape(20.0);
-    clickSegment(1);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Playing"));
+    clickSegment(TransportButton::Play);
+    ASSERT_EQ(state(), TransportState::Playing);
     ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 100.0; }));
 
     runProgram(QStringLiteral("pactl"),
                {QStringLiteral("unload-module"), QString::fromLatin1(module.trimmed())});
-    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 10000));
-    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }, 10000));
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
     EXPECT_FALSE(deck.tapeView()->isRotating());
     EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("USB-Phones")))
         << deck.deckMessage().toStdString();
@@ -189,7 +194,7 @@ TEST_F(PlaybackTest, ANewTitleRewritesTheFileWhilePlaybackGoesOnAtTheSamePlaceAn
     WindowController& deck = openWithTape();
     deck.playTape();
     deck.fastForwardTape();
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Cueing"));
+    ASSERT_EQ(state(), TransportState::Cueing);
     ASSERT_TRUE(waitFor([&] { return deck.audioFilePlayer()->currentTime() > 600.0; }));
     const qint64 frameBefore = deck.audioFilePlayer()->currentFrame();
 
@@ -225,7 +230,7 @@ TEST_F(PlaybackTest, PreviousAndNextWalkTheListAndBeepAtItsEnds)
 
     deck.library().setSelectionIndex(-1);
     EXPECT_EQ(deck.selectedTape(), nullptr);
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(state(), TransportState::Idle);
     deck.previousTape(); // nothing selected
     EXPECT_TRUE(deck.library().selectedObjects().isEmpty());
 }
@@ -234,8 +239,8 @@ TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStop
 {
     // Long enough to wind for a while at eight times the speed.
     WindowController& deck = openWithTape(30.0);
-    SoundEffectPlayer* winding = deck.soundEffect(0);
-    SoundEffectPlayer* press = deck.soundEffect(1);
+    SoundEffectPlayer* winding = deck.soundEffect(SoundEffect::TapeSpeeding);
+    SoundEffectPlayer* press = deck.soundEffect(SoundEffect::ButtonPress);
     ASSERT_TRUE(winding && press);
 
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
@@ -251,14 +256,14 @@ TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStop
     deck.fastForwardTape();
     deck.fastForwardTape();
     EXPECT_EQ(press->startCount(), 1);
-    EXPECT_EQ(deck.soundEffect(2)->startCount(), 1) << "the keys sprang back once";
+    EXPECT_EQ(deck.soundEffect(SoundEffect::ButtonClear)->startCount(), 1) << "the keys sprang back once";
     // The winding noise loops for as long as the tape winds.
     QTest::qWait(1500);
     EXPECT_TRUE(winding->isPlaying());
 
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
     deck.fastForwardTape();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_FALSE(winding->isPlaying());
 }
 

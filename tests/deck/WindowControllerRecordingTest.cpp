@@ -57,8 +57,8 @@ protected:
     /// Presses STOP and waits for the deck to load the finished tape.
     void stopAndWait()
     {
-        clickSegment(4);
-        ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }));
+        clickSegment(TransportButton::Stop);
+        ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
     }
 };
 
@@ -66,11 +66,11 @@ TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterI
 {
     mPreferences->setDefaultsValue(K::TapeAuthor, QStringLiteral("Test Author"));
     WindowController& deck = openDeck();
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    ASSERT_EQ(state(), TransportState::Idle);
     feedTone(8.0);
 
-    clickSegment(0);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    clickSegment(TransportButton::Record);
+    ASSERT_EQ(state(), TransportState::Recording);
     ASSERT_NE(deck.audioFileRecorder(), nullptr);
     EXPECT_TRUE(deck.audioFileRecorder()->isFileRecording());
     const TapePtr tape = deck.selectedTape();
@@ -84,8 +84,8 @@ TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterI
     EXPECT_FALSE(deck.library().isMonitoring());
     EXPECT_TRUE(deck.hudView()->recordingMode());
     EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus-recording"));
-    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(0));
-    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Record)));
+    EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
 
     // The HUD follows the recorder's time.
     ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 500.0; }));
@@ -115,11 +115,11 @@ TEST_F(RecordingTest, TheRecordKeyRecordsAndTheStopKeyStops)
     feedTone(6.0);
     deck.buttonView()->setFocus();
     QTest::keyClick(deck.buttonView(), Qt::Key_Z);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    ASSERT_EQ(state(), TransportState::Recording);
     ASSERT_TRUE(
         waitFor([&] { return deck.audioFileRecorder() && deck.audioFileRecorder()->currentTime() > 500.0; }));
     QTest::keyClick(deck.buttonView(), Qt::Key_B);
-    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }));
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
 }
 
@@ -128,11 +128,11 @@ TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesN
     WindowController& deck = openDeck();
     deck.installStatusItem();
     feedTone(10.0);
-    clickSegment(0);
+    clickSegment(TransportButton::Record);
     ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
 
-    clickSegment(5);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    clickSegment(TransportButton::Pause);
+    ASSERT_EQ(state(), TransportState::Paused);
     EXPECT_TRUE(deck.isRecordingPaused());
     EXPECT_FALSE(deck.audioFileRecorder()->isFileRecording());
     const auto pauseItem = [&] {
@@ -146,22 +146,22 @@ TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesN
     EXPECT_TRUE(pauseItem->isChecked());
     const QString file = deck.selectedTape()->filename();
 
-    clickSegment(5);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    clickSegment(TransportButton::Pause);
+    ASSERT_EQ(state(), TransportState::Recording);
     EXPECT_FALSE(pauseItem->isChecked());
     EXPECT_EQ(deck.selectedTape()->filename(), file);
     const double resumedAt = deck.audioFileRecorder()->currentTime();
     ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > resumedAt + 800.0; }));
     const double recorded = deck.audioFileRecorder()->currentTime();
 
-    clickSegment(5);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Paused"));
+    clickSegment(TransportButton::Pause);
+    ASSERT_EQ(state(), TransportState::Paused);
     // Stopping a paused recording finds nothing to wait for and finishes the file at once.
     QElapsedTimer stopping;
     stopping.start();
     deck.stopTape();
     EXPECT_LT(stopping.elapsed(), 2000);
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_FALSE(deck.isRecordingPaused());
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
     EXPECT_NEAR(deck.selectedTape()->duration(), recorded / 1000.0, 0.3);
@@ -176,12 +176,12 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
     QStringList recordedAs;
     for (int take = 0; take < 2; ++take) {
         deck.recordTape();
-        ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+        ASSERT_EQ(state(), TransportState::Recording);
         EXPECT_FALSE(deck.canOperateOnSelectedTape());
         recordedAs << deck.selectedTape()->filename();
         ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
         deck.stopTape();
-        ASSERT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+        ASSERT_EQ(state(), TransportState::TapeStopped);
         EXPECT_EQ(deck.selectedTape()->tapeLetter().letter(), QStringLiteral("A"));
         EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Untitled"));
     }
@@ -203,7 +203,7 @@ TEST_F(RecordingTest, WithoutASoundServerTheDeckSaysSoAndLeavesNoTapeBehind)
     qputenv("PULSE_SERVER", server);
 
     EXPECT_FALSE(deck.deckMessage().isEmpty());
-    ASSERT_TRUE(waitFor([this] { return state() != QLatin1String("TapeMap::Recording"); }));
+    ASSERT_TRUE(waitFor([this] { return state() != TransportState::Recording; }));
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
     EXPECT_EQ(libraryFiles(), QStringList{QStringLiteral("[2012-03-01] Kept.m4a")});
     ASSERT_EQ(deck.library().content().size(), 1);
@@ -220,7 +220,7 @@ TEST_F(RecordingTest, ClosingTheWindowEndsTheRecordingAndWritesTheTape)
     ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
     const TapePtr tape = deck.selectedTape();
     closeDeck();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(state(), TransportState::Idle);
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
     const auto tags = MP4Tags::fromFile(tape->filename());
@@ -239,18 +239,19 @@ TEST_F(RecordingTest, ADiskThatFillsUpStopsTheRecordingWithAMessageAndTheTakeIsA
     WindowController& deck = openDeck();
     feedTone(40.0);
 
-    clickSegment(0);
-    ASSERT_EQ(state(), QStringLiteral("TapeMap::Recording"));
+    clickSegment(TransportButton::Record);
+    ASSERT_EQ(state(), TransportState::Recording);
     const TapePtr tape = deck.selectedTape();
     ASSERT_NE(tape, nullptr);
-    ASSERT_TRUE(waitFor([this] { return state() == QLatin1String("TapeMap::TapeStopped"); }, 60000))
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }, 60000))
         << "the deck went on recording on a full disk";
 
     EXPECT_EQ(deck.deckMessage(),
               QStringLiteral("The disk holding “Library” is full. What was recorded so far is kept."));
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
-    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(0)) << "the record key came up";
-    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(1));
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Record)))
+        << "the record key came up";
+    EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
     EXPECT_FALSE(deck.hudView()->recordingMode());
     EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus"));
     EXPECT_TRUE(deck.library().isMonitoring());

@@ -32,7 +32,7 @@ TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsWindowWhereItWasLeft
     WindowController& deck = openDeck();
     ASSERT_NE(deck.selectedTape(), nullptr);
     EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer"));
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_NE(deck.audioFilePlayer(), nullptr);
     EXPECT_EQ(mPreferences->defaultsValue(K::RecordDeviceChannels).toList(), (QVariantList{0, 1}));
     EXPECT_FALSE(WindowController::systemFullUserName().isEmpty());
@@ -53,11 +53,11 @@ TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdleUntilAnotherFolderReplacesTheLi
     QDir().mkpath(elsewhere);
     ASSERT_TRUE(makeTapeFile(elsewhere + QStringLiteral("/There.m4a")));
     WindowController& deck = openDeck();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(state(), TransportState::Idle);
     EXPECT_EQ(deck.selectedTape(), nullptr);
     EXPECT_EQ(deck.audioFilePlayer(), nullptr);
     deck.playTape(); // nothing to play
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::Idle"));
+    EXPECT_EQ(state(), TransportState::Idle);
 
     mPreferences->setTapeLibraryPath(elsewhere);
     ASSERT_EQ(deck.library().content().size(), 1);
@@ -89,12 +89,12 @@ TEST_F(SetupTest, TheDrawerWidensTheWindowAndClosesBackToItsWidth)
     EXPECT_TRUE(deck.tapesDisclosed());
     EXPECT_EQ(deck.window()->width(), 626);
     EXPECT_TRUE(deck.tapeBoxViewController()->isVisible());
-    EXPECT_EQ(deck.soundEffect(4)->startCount(), 1);
+    EXPECT_EQ(deck.soundEffect(SoundEffect::DrawerOpenStereo)->startCount(), 1);
 
     deck.discloseTapes();
     EXPECT_FALSE(deck.tapesDisclosed());
     EXPECT_EQ(deck.window()->width(), 390);
-    EXPECT_EQ(deck.soundEffect(5)->startCount(), 1);
+    EXPECT_EQ(deck.soundEffect(SoundEffect::DrawerCloseStereo)->startCount(), 1);
 }
 
 TEST_F(SetupTest, SearchingFiltersTheTapeBoxAndLoadsItsFirstRow)
@@ -194,7 +194,7 @@ TEST_F(SetupTest, TrashingATapeTakesItOutOfTheListAtOnceWithItsSound)
     const QString trash = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
                           QStringLiteral("/Trash/files/") + QFileInfo(older).fileName();
     EXPECT_TRUE(QFileInfo::exists(trash)) << trash;
-    EXPECT_EQ(deck.soundEffect(8)->startCount(), 1);
+    EXPECT_EQ(deck.soundEffect(SoundEffect::TossTape2)->startCount(), 1);
 }
 
 TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
@@ -205,7 +205,7 @@ TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
     deck.playTape();
     deck.library().arrangedObjects().at(1)->setNotes(QStringLiteral("second take was better"));
     closeDeck();
-    EXPECT_EQ(state(), QStringLiteral("TapeMap::TapeStopped"));
+    EXPECT_EQ(state(), TransportState::TapeStopped);
     const auto tags = MP4Tags::fromFile(older);
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->lyrics().value_or(QString()), QStringLiteral("second take was better"));

@@ -40,33 +40,34 @@ std::optional<WaveFormat> readWave(const QByteArray& bytes)
 
 } // namespace
 
-TEST(SoundEffectsTest, NamesIndicesAndLooping)
+TEST(SoundEffectsTest, NamesAndLooping)
 {
-    for (int index = 0; index < SoundEffects::count; ++index)
-        EXPECT_EQ(SoundEffects::indexForName(SoundEffects::nameForIndex(index)), index);
-    EXPECT_TRUE(SoundEffects::nameForIndex(SoundEffects::count).isNull());
-    EXPECT_EQ(SoundEffects::indexForName(QStringLiteral("Nothing")), -1);
-    EXPECT_EQ(SoundEffects::resourceUrl(1), QUrl(QStringLiteral("qrc:/sounds/ButtonPress.wav")));
-    EXPECT_TRUE(SoundEffects::loops(SoundEffects::TapeSpeeding));
-    EXPECT_FALSE(SoundEffects::loops(SoundEffects::ButtonPress));
+    for (const SoundEffect effect : SoundEffects::all())
+        EXPECT_EQ(SoundEffects::effectForName(SoundEffects::name(effect)), effect);
+    EXPECT_EQ(SoundEffects::all().back(), SoundEffect::TossTape2);
+    EXPECT_EQ(SoundEffects::effectForName(QStringLiteral("Nothing")), std::nullopt);
+    EXPECT_EQ(SoundEffects::resourceUrl(SoundEffect::ButtonPress),
+              QUrl(QStringLiteral("qrc:/sounds/ButtonPress.wav")));
+    EXPECT_TRUE(SoundEffects::loops(SoundEffect::TapeSpeeding));
+    EXPECT_FALSE(SoundEffects::loops(SoundEffect::ButtonPress));
 }
 
 TEST(SoundEffectsTest, EverySoundIsAShortWaveInTheResources)
 {
-    for (int index = 0; index < SoundEffects::count; ++index) {
-        const QString path = SoundEffects::resourcePath(index);
+    for (const SoundEffect effect : SoundEffects::all()) {
+        const QString path = SoundEffects::resourcePath(effect);
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
         const auto format = readWave(file.readAll());
         ASSERT_TRUE(format) << path.toStdString();
         EXPECT_EQ(format->bitsPerSample, 16u) << path.toStdString();
         EXPECT_GE(format->sampleRate, 22050u) << path.toStdString();
-        const bool stereo = SoundEffects::nameForIndex(index).endsWith(QStringLiteral("Stereo"));
+        const bool stereo = SoundEffects::name(effect).endsWith(QStringLiteral("Stereo"));
         EXPECT_EQ(format->channels, stereo ? 2u : 1u) << path.toStdString();
         const double seconds =
             double(format->dataBytes) / (format->channels * format->bitsPerSample / 8) / format->sampleRate;
         // Clicks are short; the winding loop and the drawer slides last longer but not long.
         EXPECT_GT(seconds, 0.01) << path.toStdString();
-        EXPECT_LE(seconds, SoundEffects::loops(index) || stereo ? 1.5 : 0.5) << path.toStdString();
+        EXPECT_LE(seconds, SoundEffects::loops(effect) || stereo ? 1.5 : 0.5) << path.toStdString();
     }
 }

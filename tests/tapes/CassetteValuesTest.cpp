@@ -1,6 +1,6 @@
 #include "tapes/CassetteValues.h"
 
-#include "foundation/Assertion.h"
+#include "AssertionText.h"
 #include "tapes/CassetteSlogan.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +13,10 @@ TEST(CassetteSloganTest, ProcessShowsOneSloganThroughout)
     EXPECT_FALSE(slogan.isEmpty());
     EXPECT_EQ(CassetteSlogan::processSlogan(), slogan);
     EXPECT_EQ(CassetteValues().doorSlogan, slogan);
-    EXPECT_THROW(CassetteSlogan::sloganAtIndex(CassetteSlogan::count), InternalInconsistency);
-    EXPECT_THROW(CassetteSlogan::sloganAtIndex(-1), InternalInconsistency);
+    for (const int outside : {int(CassetteSlogan::count), -1})
+        EXPECT_EQ(
+            test::failedCheckFrom([&] { EXPECT_TRUE(CassetteSlogan::sloganAtIndex(outside).isEmpty()); }),
+            "Slogan index out of range");
 }
 
 TEST(CassetteValuesTest, StillPictureIgnoresOnlyTheHubAngles)

@@ -1,10 +1,9 @@
 #include "tapes/TapeLetter.h"
 
-#include "foundation/Assertion.h"
+#include "AssertionText.h"
 #include "tapes/TapeColorScheme.h"
 
 #include <gtest/gtest.h>
-#include <stdexcept>
 
 using namespace spindrel;
 
@@ -23,8 +22,11 @@ TEST(TapeColorSchemeTest, AdvancingWrapsInPlaceWhileNextLeavesTheReceiverAndBadI
     EXPECT_EQ(TapeColorScheme(2).nextColorScheme()->colorName(), QStringLiteral("green"));
 
     EXPECT_TRUE(TapeColorScheme::colorNameForIndex(8).isNull());
-    EXPECT_THROW(TapeColorScheme(8), std::out_of_range);
-    EXPECT_THROW(scheme.setIndex(8), std::out_of_range);
+    unsigned madeIndex = 99;
+    EXPECT_EQ(test::failedCheckFrom([&] { madeIndex = TapeColorScheme(8).index(); }),
+              "Colour scheme index out of range");
+    EXPECT_EQ(madeIndex, 0u);
+    EXPECT_EQ(test::failedCheckFrom([&] { scheme.setIndex(8); }), "Colour scheme index out of range");
     EXPECT_EQ(scheme.index(), 1u);
     EXPECT_EQ(scheme.backgroundColor(), QColor::fromRgbF(0, 0, 1));
 }
@@ -52,7 +54,12 @@ TEST(TapeLetterTest, CopiesShareTheSchemeButNextColorSchemeMakesItsOwn)
     EXPECT_FALSE(next.sharesColorSchemeWith(original));
 
     const auto scheme = original.colorScheme();
-    EXPECT_THROW(original.setColorScheme(nullptr), InternalInconsistency);
+    EXPECT_EQ(test::failedCheckFrom([&] { original.setColorScheme(nullptr); }),
+              "Invalid parameter not satisfying: colorScheme");
     EXPECT_EQ(original.colorScheme(), scheme);
-    EXPECT_THROW(TapeLetter(QStringLiteral("D"), nullptr), InternalInconsistency);
+    std::shared_ptr<TapeColorScheme> made;
+    EXPECT_EQ(test::failedCheckFrom([&] { made = TapeLetter(QStringLiteral("D"), nullptr).colorScheme(); }),
+              "Invalid parameter not satisfying: colorScheme");
+    ASSERT_NE(made, nullptr) << "a letter always has a colour";
+    EXPECT_EQ(made->colorName(), TapeColorScheme::colorSchemeWithIndex(0)->colorName());
 }
