@@ -84,14 +84,4 @@ void Translations::remove()
     installed().clear();
 }
 
-QStringList Translations::availableLanguages()
-{
-    QStringList languages;
-    const QStringList files =
-        QDir(kResourceFolder).entryList({kCatalogue + QStringLiteral("*.qm")}, QDir::Files, QDir::Name);
-    for (const QString& file : files)
-        languages << file.mid(kCatalogue.size()).chopped(3);
-    return languages;
-}
-
 } // namespace spindrel

@@ -16,8 +16,6 @@ public:
     static QString install(const QLocale& locale = QLocale::system());
     /// Takes the installed catalogues out again.
     static void remove();
-    /// The languages with a catalogue in the resources, sorted ("de").
-    static QStringList availableLanguages();
 };
 
 } // namespace spindrel

@@ -260,17 +260,4 @@ quint32 VORLAudioHardware::deviceIDForDeviceUID(const QString& deviceUID)
     return 0;
 }
 
-QString VORLAudioHardware::deviceUIDForDeviceID(quint32 deviceID, unsigned direction)
-{
-    const auto devices = VORLAudioHardware::devices();
-    if (deviceID == 0 || !devices)
-        return {};
-    for (const PulseDeviceInfo& info :
-         direction == VORLAudioDevice::Input ? devices->sources : devices->sinks) {
-        if (info.index + 1 == deviceID)
-            return info.name;
-    }
-    return {};
-}
-
 } // namespace spindrel

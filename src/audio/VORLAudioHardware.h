@@ -76,9 +76,6 @@ public:
     /// The run-time identifier of the source (or else the sink) with that UID: the server's
     /// index plus one. 0 for an absent, empty or unknown UID.
     static quint32 deviceIDForDeviceUID(const QString& deviceUID);
-    /// The UID of the source (direction 1) or sink (direction 0) with that identifier; empty
-    /// when there is none.
-    static QString deviceUIDForDeviceID(quint32 deviceID, unsigned direction);
     /// What the server said last; null while there is no server.
     static std::shared_ptr<const PulseDeviceSnapshot> devices();
 

@@ -46,15 +46,4 @@ QString DurationFormatter::durationToString(int32_t seconds, int style)
     return text;
 }
 
-QString DurationFormatter::stringForObjectValue(const QVariant& value)
-{
-    bool isNumber = false;
-    const double number = value.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(number))
-        return {};
-    const double whole = std::clamp(std::trunc(number), double(std::numeric_limits<int32_t>::min()),
-                                    double(std::numeric_limits<int32_t>::max()));
-    return durationToString(static_cast<int32_t>(whole));
-}
-
 } // namespace spindrel

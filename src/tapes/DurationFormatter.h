@@ -19,9 +19,6 @@ public:
     /// past 59. The words style names units without the seconds count ("1 minute seconds").
     static QString durationToString(int32_t seconds, int style);
     static QString durationToString(int32_t seconds) { return durationToString(seconds, Compact); }
-
-    /// The compact form of a number's integer value (a null string for values that are not numbers).
-    static QString stringForObjectValue(const QVariant& value);
 };
 
 } // namespace spindrel

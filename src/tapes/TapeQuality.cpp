@@ -1,15 +1,11 @@
 #include "tapes/TapeQuality.h"
 
-#include "foundation/Assertion.h"
-
 #include <array>
 #include <utility>
 
 namespace spindrel {
 
 namespace {
-
-constexpr uint32_t LockedSampleRate = 44100;
 
 const std::array<std::pair<QString, QualityPreset>, 3>& presetTable()
 {
@@ -41,33 +37,6 @@ std::optional<QualityPreset> TapeQuality::presetForQuality(const QString& qualit
             return preset;
     }
     return std::nullopt;
-}
-
-QString TapeQuality::qualityForIndex(int32_t index)
-{
-    // Compared as an unsigned word, so negative indices land far beyond the end.
-    SP_VERIFY_OR_DEBUG_ASSERT(static_cast<uint32_t>(index) < presetTable().size(),
-                              "Asking for qualty outside range")
-    {
-        return {};
-    }
-    return presetTable()[static_cast<uint32_t>(index)].first;
-}
-
-uint32_t TapeQuality::sampleRateForQuality(const QString& quality, bool lockRecordingSampleRate)
-{
-    const auto preset = presetForQuality(quality);
-    if (!preset)
-        return 0;
-    if (preset->sampleRate == 0 && lockRecordingSampleRate)
-        return LockedSampleRate;
-    return preset->sampleRate;
-}
-
-uint32_t TapeQuality::bitrateForQuality(const QString& quality)
-{
-    const auto preset = presetForQuality(quality);
-    return preset ? preset->bitrate : 0;
 }
 
 QString TapeQuality::qualityForBitrate(uint64_t bitrate, uint64_t /*sampleRate*/, bool stereo)

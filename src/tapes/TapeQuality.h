@@ -24,15 +24,6 @@ public:
     static const QStringList& qualityNames();
     static std::optional<QualityPreset> presetForQuality(const QString& quality);
 
-    /// The name at a display index; an index outside 0..2 is an assertion.
-    static QString qualityForIndex(int32_t index);
-
-    /// The preset's sample rate in Hz; an unfixed rate reads 44100 when the recording sample rate
-    /// is locked (the user default SPLockRecordingSampleRate). Unknown names give 0.
-    static uint32_t sampleRateForQuality(const QString& quality, bool lockRecordingSampleRate = false);
-    /// The preset's target bit rate (0 for lossless and for unknown names).
-    static uint32_t bitrateForQuality(const QString& quality);
-
     /// The quality whose window holds bitrate (the windows are halved for mono); any other
     /// non-zero rate is "HQ". The sample rate does not take part. For audio of unknown coding.
     static QString qualityForBitrate(uint64_t bitrate, uint64_t sampleRate, bool stereo);

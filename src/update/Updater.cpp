@@ -35,16 +35,6 @@ bool Updater::isAvailable()
     return SPINDREL_UPDATE_CHECK;
 }
 
-QVariantMap Updater::launchDefaults(QSettings& settings)
-{
-    const int launchCount = settings.value(launchCountKey, 0).toInt() + 1;
-    settings.setValue(launchCountKey, launchCount);
-    // Someone trying the deck for the first time is not asked about updates yet.
-    if (launchCount <= quietLaunches)
-        return {{checkAtStartupKey, false}};
-    return {};
-}
-
 QUrl Updater::feedURL() const
 {
     if (mFeedURL.isValid())

@@ -27,10 +27,6 @@ public:
 
     /// False in builds made with SPINDREL_UPDATE_CHECK off: no check, no menu item.
     static bool isAvailable();
-    /// Counts this launch under "LaunchCount"; during the first three launches the result holds
-    /// "SUCheckAtStartup" false to register as a default, afterwards it is empty.
-    static QVariantMap launchDefaults(QSettings& settings);
-
     QUrl feedURL() const;
     void setFeedURL(const QUrl& url) { mFeedURL = url; }
     QString currentVersion() const { return mCurrentVersion; }
