@@ -149,6 +149,13 @@
     </message>
 </context>
 <context>
+    <name>NewRecording</name>
+    <message>
+        <source>Untitled</source>
+        <translation>Unbenannt</translation>
+    </message>
+</context>
+<context>
     <name>PTKeyCombo</name>
     <message>
         <source>(None)</source>
@@ -906,10 +913,6 @@
     <message>
         <source>Spindrel could not play the tape: %1</source>
         <translation>Spindrel konnte die Kassette nicht abspielen: %1</translation>
-    </message>
-    <message>
-        <source>Untitled</source>
-        <translation>Unbenannt</translation>
     </message>
     <message>
         <source>Spindrel could not record: %1</source>
