@@ -394,16 +394,8 @@
         <translation>&amp;Kassette</translation>
     </message>
     <message>
-        <source>Reveal Tape in Finder</source>
-        <translation>Kassette im Dateimanager zeigen</translation>
-    </message>
-    <message>
         <source>Move Tape to Trash</source>
         <translation>Kassette in den Papierkorb legen</translation>
-    </message>
-    <message>
-        <source>Reveal Library in Finder</source>
-        <translation>Sammlung im Dateimanager zeigen</translation>
     </message>
     <message>
         <source>Show Tapes</source>
@@ -428,6 +420,22 @@
     <message>
         <source>Add Tape to Music Library</source>
         <translation>Kassette zur Musiksammlung hinzufügen</translation>
+    </message>
+    <message>
+        <source>Ctrl+,</source>
+        <translation>Ctrl+,</translation>
+    </message>
+    <message>
+        <source>Show in Folder</source>
+        <translation>Im Ordner zeigen</translation>
+    </message>
+    <message>
+        <source>Open Library Folder</source>
+        <translation>Bibliotheksordner öffnen</translation>
+    </message>
+    <message>
+        <source>Hide Tapes</source>
+        <translation>Kassetten ausblenden</translation>
     </message>
 </context>
 <context>
@@ -782,14 +790,6 @@
 <context>
     <name>spindrel::TapeBoxView</name>
     <message>
-        <source>Reveal Library in Finder</source>
-        <translation>Sammlung im Dateimanager zeigen</translation>
-    </message>
-    <message>
-        <source>Reveal Tape in Finder</source>
-        <translation>Kassette im Dateimanager zeigen</translation>
-    </message>
-    <message>
         <source>Move Tape to Trash</source>
         <translation>Kassette in den Papierkorb legen</translation>
     </message>
@@ -804,6 +804,14 @@
     <message>
         <source>Add Tape to Music Library</source>
         <translation>Kassette zur Musiksammlung hinzufügen</translation>
+    </message>
+    <message>
+        <source>Open Library Folder</source>
+        <translation>Bibliotheksordner öffnen</translation>
+    </message>
+    <message>
+        <source>Show in Folder</source>
+        <translation>Im Ordner zeigen</translation>
     </message>
 </context>
 <context>

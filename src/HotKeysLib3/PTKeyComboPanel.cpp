@@ -162,7 +162,8 @@ void PTKeyComboPanel::noteKeyBroadcast(const QVariantMap& userInfo)
 void PTKeyComboPanel::refreshContents()
 {
     mTitleField->setText(tr("Type the keys for “%1”:").arg(mKeyName));
-    mKeyBroadcaster->setText(mKeyCombo.description());
+    // Written the way the desktop writes shortcuts ("Ctrl+Shift+7"), not in another system's glyphs.
+    mKeyBroadcaster->setText(mKeyCombo.platformDescription());
     if (mKeyCombo.isValidHotKeyCombo())
         mPlatformField->setText(mKeyCombo.platformDescription());
     else if (mKeyCombo.isClearCombo())

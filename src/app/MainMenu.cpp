@@ -17,11 +17,11 @@ void AppController::buildMainMenu()
     QMenuBar* bar = window->menuBar();
 
     QMenu* file = bar->addMenu(tr("&Spindrel"));
-    file->addAction(tr("About Spindrel"), this, &AppController::showAbout);
     // Shown once launch has made the updater, and never in builds without the check.
     mCheckForUpdatesMenuItem = file->addAction(tr("Check for Updates…"));
     mCheckForUpdatesMenuItem->setVisible(false);
-    file->addAction(tr("Preferences…"), QKeySequence::Preferences, this, &AppController::showPreferences);
+    // Desktops give no standard key for preferences; Ctrl+, is the common one.
+    file->addAction(tr("Preferences…"), QKeySequence(tr("Ctrl+,")), this, &AppController::showPreferences);
     file->addSeparator();
     file->addAction(tr("Import Tapes…"), QKeySequence(tr("Ctrl+I")), deck, &WindowController::importTapes);
     QAction* exportItem =
@@ -47,7 +47,7 @@ void AppController::buildMainMenu()
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
     const QList<QPair<QString, void (WindowController::*)(QObject*)>> tapeItems{
-        {tr("Reveal Tape in Finder"), &WindowController::revealInFinder},
+        {tr("Show in Folder"), &WindowController::revealInFinder},
         {tr("Move Tape to Trash"), &WindowController::moveTapeToTrash},
         {tr("Email Tape…"), &WindowController::emailTape},
         {tr("Add Tape to Music Library"), &WindowController::sendToMusicLibrary},
@@ -58,10 +58,13 @@ void AppController::buildMainMenu()
         const auto action = item.second;
         tapeActions << mTapeMenu->addAction(item.first, deck, [deck, action] { (deck->*action)(nullptr); });
     }
-    mTapeMenu->addAction(tr("Reveal Library in Finder"), deck, &WindowController::revealLibraryInFinder);
+    mTapeMenu->addAction(tr("Open Library Folder"), deck, &WindowController::revealLibraryInFinder);
     mTapeMenu->addSeparator();
-    mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
-                         &WindowController::discloseTapes);
+    QAction* drawer = mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
+                                           &WindowController::discloseTapes);
+    connect(mTapeMenu, &QMenu::aboutToShow, this, [deck, drawer] {
+        drawer->setText(deck->tapesDisclosed() ? tr("Hide Tapes") : tr("Show Tapes"));
+    });
 
     auto validate = [deck, tapeActions] {
         for (QAction* item : tapeActions)
@@ -72,6 +75,8 @@ void AppController::buildMainMenu()
 
     QMenu* help = bar->addMenu(tr("&Help"));
     help->addAction(tr("Send Feedback…"), this, &AppController::sendFeedback);
+    help->addSeparator();
+    help->addAction(tr("About Spindrel"), this, &AppController::showAbout);
 }
 
 } // namespace spindrel

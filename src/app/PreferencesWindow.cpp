@@ -102,8 +102,7 @@ QWidget* PreferencesWindow::makeHotKeysPane()
         button->setObjectName(key);
         mController.observe(key, button, [this, button, key = key] {
             const PTKeyCombo combo = PTKeyCombo::fromPlistRepresentation(mController.defaultsValue(key));
-            button->setText(combo.description());
-            button->setToolTip(combo.platformDescription());
+            button->setText(combo.platformDescription());
         });
         mController.observe(K::EnableHotKeys, button,
                             [this, button] { button->setEnabled(mController.boolForKey(K::EnableHotKeys)); });

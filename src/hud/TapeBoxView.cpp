@@ -132,9 +132,9 @@ QString TapeBoxView::menuText(MenuAction action)
 {
     switch (action) {
     case RevealLibraryInFinder:
-        return tr("Reveal Library in Finder");
+        return tr("Open Library Folder");
     case RevealTapeInFinder:
-        return tr("Reveal Tape in Finder");
+        return tr("Show in Folder");
     case MoveTapeToTrash:
         return tr("Move Tape to Trash");
     case EmailTape:

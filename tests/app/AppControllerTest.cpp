@@ -11,7 +11,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QKeySequence>
 #include <QMenu>
+#include <QMenuBar>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -73,8 +75,32 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     QStringList items;
     for (QAction* item : mApp->tapeMenu()->actions())
         items << item->text();
-    EXPECT_TRUE(items.contains(QStringLiteral("Reveal Tape in Finder")));
+    EXPECT_TRUE(items.contains(QStringLiteral("Show in Folder")));
     EXPECT_TRUE(items.contains(QStringLiteral("Move Tape to Trash")));
+
+    // The drawer's item says what it will do; preferences have the desktop's usual key.
+    const auto drawerItem = [this] {
+        Q_EMIT mApp->tapeMenu()->aboutToShow();
+        for (QAction* item : mApp->tapeMenu()->actions()) {
+            if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+T")))
+                return item->text();
+        }
+        return QString();
+    };
+    EXPECT_EQ(drawerItem(),
+              deck->tapesDisclosed() ? QStringLiteral("Hide Tapes") : QStringLiteral("Show Tapes"));
+    const bool disclosed = deck->tapesDisclosed();
+    deck->discloseTapes();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return deck->tapesDisclosed() != disclosed; }, 15000));
+    EXPECT_EQ(drawerItem(), disclosed ? QStringLiteral("Show Tapes") : QStringLiteral("Hide Tapes"));
+    QStringList preferences;
+    for (QAction* menu : deck->window()->menuBar()->actions()) {
+        for (QAction* item : menu->menu()->actions()) {
+            if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+,")))
+                preferences << item->text();
+        }
+    }
+    EXPECT_EQ(preferences, QStringList{QStringLiteral("Preferences…")});
 }
 
 TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)

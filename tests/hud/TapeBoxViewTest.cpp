@@ -52,7 +52,7 @@ protected:
 TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
 {
     const std::unique_ptr<QMenu> none = box.contextMenuForTape(nullptr);
-    EXPECT_EQ(texts(*none), QStringList{QStringLiteral("Reveal Library in Finder")});
+    EXPECT_EQ(texts(*none), QStringList{QStringLiteral("Open Library Folder")});
 
     // Rows are newest first; the clicked tape need not be the selected one.
     library.setSelectionIndex(0);
@@ -61,7 +61,7 @@ TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
     EXPECT_EQ(clicked->title(), QStringLiteral("Apple session"));
     const std::unique_ptr<QMenu> menu = box.contextMenuForTape(clicked);
     EXPECT_EQ(texts(*menu),
-              (QStringList{QStringLiteral("Reveal Tape in Finder"), QStringLiteral("Move Tape to Trash"),
+              (QStringList{QStringLiteral("Show in Folder"), QStringLiteral("Move Tape to Trash"),
                            QStringLiteral("Email Tape…"), QStringLiteral("Add Tape to Music Library"),
                            QStringLiteral("Send to YouTube…")}));
 
