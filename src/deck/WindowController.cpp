@@ -232,11 +232,16 @@ void WindowController::tapeLibraryLocationChanged()
     reloadLibrary();
 }
 
-std::optional<Error> WindowController::sendEvent(std::optional<Error> (WindowControllerContext::*event)())
+std::optional<Error> WindowController::sendEvent(TransportEvent event)
 {
-    // While a stopped recorder drains, the run loop turns; events then would re-enter the stop.
-    if (mWaitingForRecorder || mClosed)
+    if (mClosed)
         return std::nullopt;
+    if (mWaitingForRecorder) {
+        // The finished take is loaded anyway, so a choice of tape meanwhile needs no turn of its own.
+        if (event != &WindowControllerContext::tapeChosen)
+            mDeferredEvents.append(event);
+        return std::nullopt;
+    }
     std::optional<Error> refusal = ((*mFSM).*event)();
     if (refusal)
         logError(QStringLiteral("Spindrel_sm"), refusal->localizedDescription());
@@ -333,7 +338,14 @@ void WindowController::windowWillClose()
 {
     if (mClosed)
         return;
+    // The take is finished here and now: after closing, or once the application quits, no did-stop
+    // notice would come. Letting go of the recorder drains what it already captured.
+    if (mWaitingForRecorder)
+        finishRecording();
+    mDeferredEvents.clear();
     sendEvent(&WindowControllerContext::windowWillClose);
+    if (mWaitingForRecorder)
+        finishRecording();
     mClosed = true;
     mPreferences.setDefaultsValue(frameAutosaveKey(), mWindow->pos());
     mTapeArrayController->stopMonitoringRecordingDirectory();

@@ -21,6 +21,7 @@
 #include <memory>
 
 class QMenu;
+class QPropertyAnimation;
 class QTimer;
 
 namespace spindrel {
@@ -164,7 +165,10 @@ public:
     static QString newFilename();
     static QString newTitle();
     void finalizeRecordedFile();
+    /// The recorder has drained (or was given up on): the take is finished and loaded, and the
+    /// transport events held back meanwhile are sent.
     void audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder) override;
+    /// A stop is under way: the transport is idle, the recorder still drains into the file.
     bool isWaitingForRecorder() const { return mWaitingForRecorder; }
     bool isRecordingPaused() const { return mRecordingPaused; }
 
@@ -272,14 +276,20 @@ private:
     void bindTapeView();
     void tapeLibraryLocationChanged();
     void libraryImportRequested(const QList<QUrl>& urls);
-    /// Sends one event to the transport. Events are dropped while a stopping recorder drains;
-    /// an event the transport refuses is logged and answered with its error.
-    std::optional<Error> sendEvent(std::optional<Error> (WindowControllerContext::*event)());
+    using TransportEvent = std::optional<Error> (WindowControllerContext::*)();
+    /// Sends one event to the transport. Events wait while a stopping recorder drains and are
+    /// sent once the take is finished; an event the transport refuses is logged and answered
+    /// with its error.
+    std::optional<Error> sendEvent(TransportEvent event);
     void hudPositionChanged();
     void hudVolumeChanged();
 
     // Recording (WindowControllerRecording.cpp).
     void recordingFailed(const QString& message);
+    /// The finishing steps of a stop once the recorder is done, then the deck loads the take.
+    void recorderStopped();
+    /// Closes and commits the take, and brings the deck out of recording.
+    void finishRecording();
     void observeTape(const TapePtr& tape);
     void stopObservingTape(const TapePtr& tape);
     void discardUnrecordedTape();
@@ -322,9 +332,12 @@ private:
     std::unique_ptr<SoundServerNotice> mSoundServerNotice;
     bool mRecordingPaused = false;
     bool mWaitingForRecorder = false;
-    bool mRecordingUnusable = false; // the recorder could not be made or has failed
+    QTimer* mRecorderStopDeadline = nullptr; // finishes a stop the recorder never reports
+    QList<TransportEvent> mDeferredEvents;   // sent while a stop was under way
+    bool mRecordingUnusable = false;         // the recorder could not be made or has failed
     bool mUpdatingPositionDisplay = false;
     bool mTapesDisclosed = false;
+    QPointer<QPropertyAnimation> mDrawerAnimation; // the drawer on its way, if it is
     bool mClosed = false;
     double mCurrentPlayTime = 0.0;
     double mCurrentRecordTime = 0.0;

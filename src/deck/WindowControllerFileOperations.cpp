@@ -182,7 +182,8 @@ TapePtr WindowController::tapeToOperateOn(QObject* sender) const
 
 bool WindowController::canOperateOnSelectedTape() const
 {
-    const bool recording = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
+    const bool recording =
+        (mAudioFileRecorder && mAudioFileRecorder->isFileRecording()) || mWaitingForRecorder;
     return mSelectedTape && !mSelectedTape->filename().isEmpty() && !recording;
 }
 

@@ -8,9 +8,9 @@
 #include "hud/TapeBoxView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
-#include <QEventLoop>
 #include <QFileDialog>
 #include <QPropertyAnimation>
+#include <cstdlib>
 
 namespace spindrel {
 
@@ -113,28 +113,27 @@ void WindowController::reloadLibrary()
 
 void WindowController::discloseTapes()
 {
-    const QRect start = mWindow->geometry();
-    QRect end = start;
-    // Widths are in device-independent pixels, so the window's scale is already applied.
-    end.setWidth(openWidth);
-    if (mTapesDisclosed) {
-        end.setWidth(openWidth - TapeBoxViewController::drawerWidth);
-        mTapesDisclosed = false;
-    } else {
-        mTapesDisclosed = true;
-    }
+    mTapesDisclosed = !mTapesDisclosed;
     playSoundEffect(mTapesDisclosed ? SoundEffect::DrawerOpenStereo : SoundEffect::DrawerCloseStereo);
     mWindow->drawerButton()->setDisclosed(mTapesDisclosed);
 
-    QPropertyAnimation animation(mWindow, "geometry");
-    animation.setDuration(kDrawerAnimationMs);
-    animation.setStartValue(start);
-    animation.setEndValue(end);
-    QEventLoop blocking;
-    connect(&animation, &QPropertyAnimation::finished, &blocking, &QEventLoop::quit);
-    animation.start();
-    blocking.exec(QEventLoop::ExcludeUserInputEvents);
-    mWindow->setGeometry(end);
+    const QRect start = mWindow->geometry();
+    QRect end = start;
+    // Widths are in device-independent pixels, so the window's scale is already applied.
+    end.setWidth(mTapesDisclosed ? openWidth : openWidth - TapeBoxViewController::drawerWidth);
+    // A toggle during the animation turns the drawer around from where it is, at the same pace.
+    if (mDrawerAnimation) {
+        disconnect(mDrawerAnimation, nullptr, this, nullptr);
+        mDrawerAnimation->stop();
+    }
+    const int distance = std::abs(end.width() - start.width());
+    auto* animation = new QPropertyAnimation(mWindow, "geometry", mWindow);
+    animation->setDuration(kDrawerAnimationMs * distance / TapeBoxViewController::drawerWidth);
+    animation->setStartValue(start);
+    animation->setEndValue(end);
+    connect(animation, &QPropertyAnimation::finished, this, [this, end] { mWindow->setGeometry(end); });
+    mDrawerAnimation = animation;
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
 void WindowController::search()

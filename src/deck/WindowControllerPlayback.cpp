@@ -127,7 +127,8 @@ void WindowController::clearSelectedButton(TransportButton button)
 
 bool WindowController::canSelectTape()
 {
-    return !mTapeArrayController->selectedObjects().isEmpty();
+    // During a stop the take is not finished yet; it is loaded once it is.
+    return !mWaitingForRecorder && !mTapeArrayController->selectedObjects().isEmpty();
 }
 
 void WindowController::createTapePlayer()

@@ -12,14 +12,19 @@
 #include "tapes/NewRecording.h"
 #include "tapes/TapeLibraryArrayController.h"
 
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QTimer>
+#include <utility>
 
 namespace spindrel {
 
 namespace K = DefaultsKeys;
+
+namespace {
+// The recorder reports its stop well within this, a second or two after the stop at most.
+constexpr int kRecorderStopDeadlineMs = 5000;
+} // namespace
 
 QString WindowController::newFilename()
 {
@@ -91,7 +96,8 @@ void WindowController::recordingFailed(const QString& message)
     showDeckMessage(message);
     // The transport is in the middle of a transition here; the stop comes once it has settled.
     QTimer::singleShot(0, this, [this] {
-        if (mRecordingUnusable)
+        // A stop already under way finishes the take itself.
+        if (mRecordingUnusable && !mWaitingForRecorder)
             stopTape();
     });
 }
@@ -122,15 +128,53 @@ void WindowController::resumeRecordingAudio()
 void WindowController::stopRecordingAudio()
 {
     mWaitingForRecorder = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
-    if (mWaitingForRecorder) {
-        mAudioFileRecorder->stopRecording();
-        // The did-stop notice comes through the main run loop, which keeps turning meanwhile.
-        while (mWaitingForRecorder) {
-            QEventLoop slice;
-            QTimer::singleShot(50, &slice, &QEventLoop::quit);
-            slice.exec(QEventLoop::ExcludeUserInputEvents);
-        }
+    if (!mWaitingForRecorder) {
+        finishRecording();
+        return;
     }
+    // The server still holds the last moments of the take; the recorder says when they are in the
+    // file. Until then the transport rests at idle and its events wait their turn.
+    if (!mRecorderStopDeadline) {
+        mRecorderStopDeadline = new QTimer(this);
+        mRecorderStopDeadline->setSingleShot(true);
+        mRecorderStopDeadline->setInterval(kRecorderStopDeadlineMs);
+        connect(mRecorderStopDeadline, &QTimer::timeout, this, [this] {
+            logError(QStringLiteral("WindowController"),
+                     QStringLiteral("The recorder did not report its stop; the take is finished anyway"));
+            recorderStopped();
+        });
+    }
+    mRecorderStopDeadline->start();
+    mAudioFileRecorder->stopRecording();
+}
+
+void WindowController::audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder)
+{
+    // The recorder is let go in the finishing steps, so they run once this call has returned.
+    if (recorder == mAudioFileRecorder.get())
+        QMetaObject::invokeMethod(this, &WindowController::recorderStopped, Qt::QueuedConnection);
+}
+
+void WindowController::recorderStopped()
+{
+    if (!mWaitingForRecorder)
+        return;
+    finishRecording();
+    // The transport went back to idle when the stop began; now the finished take can be loaded.
+    sendEvent(&WindowControllerContext::tapeChosen);
+    // What was pressed meanwhile runs in order; a new stop among it queues the rest again.
+    const QList<TransportEvent> deferred = std::exchange(mDeferredEvents, {});
+    for (const TransportEvent event : deferred)
+        sendEvent(event);
+}
+
+void WindowController::finishRecording()
+{
+    if (mRecorderStopDeadline)
+        mRecorderStopDeadline->stop();
+    // Finishing renames the file and rearranges the library; the choice of tape that causes is
+    // loaded after, not in the middle.
+    mWaitingForRecorder = true;
     finalizeRecordedFile();
     mTapeArrayController->resumeMonitoringRecordingDirectory();
 
@@ -139,33 +183,32 @@ void WindowController::stopRecordingAudio()
     refreshStatusItemState();
     mHUDView->setRecordingMode(false);
     mTapeBox->setRecording(false);
-}
-
-void WindowController::audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder)
-{
-    if (recorder == mAudioFileRecorder.get())
-        mWaitingForRecorder = false;
+    mWaitingForRecorder = false;
 }
 
 void WindowController::finalizeRecordedFile()
 {
     const double recordedMs = mAudioFileRecorder ? mAudioFileRecorder->currentTime() : 0.0;
-    const std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = std::move(mAudioFileRecorder);
+    std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = std::move(mAudioFileRecorder);
+    std::shared_ptr<VORLExtendedAudioFile> file;
     if (recorder) {
         recorder->setDelegate(nullptr);
         disconnect(recorder.get(), nullptr, this, nullptr);
+        file = recorder->recordFile();
+        // Letting go of the recorder drains its encoder, so nothing writes while the file closes,
+        // also when the recorder never reported its stop.
+        recorder.reset();
     }
+    if (file)
+        file->closeFile();
     if (mSelectedTape) {
         // A recorder that never got going leaves an empty file: that is no tape.
-        if (recorder && mRecordingUnusable && recordedMs <= 0.0) {
-            if (const auto file = recorder->recordFile())
-                file->closeFile();
+        if (file && mRecordingUnusable && recordedMs <= 0.0)
             QFile::remove(mSelectedTape->filename());
-        }
         // After a failure the tags may not fit on the full disk: the failure is what the user
         // needs to read, not that.
         const QString failure = mRecordingUnusable ? deckMessage() : QString();
-        if (NewRecording::finish(recorder.get(), *mSelectedTape))
+        if (NewRecording::finish(nullptr, *mSelectedTape))
             Q_EMIT recordingFinished(mSelectedTape);
         else
             discardUnrecordedTape();
@@ -173,7 +216,6 @@ void WindowController::finalizeRecordedFile()
             showDeckMessage(failure);
     }
     mRecordingUnusable = false;
-    mWaitingForRecorder = false;
 }
 
 void WindowController::discardUnrecordedTape()

@@ -89,7 +89,7 @@ int main(int argc, char** argv)
     bool ok = save(*deck.window(), out + QStringLiteral("/deck.png"));
 
     deck.discloseTapes();
-    settle(300);
+    settle(1300);
     ok &= save(*deck.window(), out + QStringLiteral("/deck-drawer.png"));
 
     // A recording of a tone played into the test input.
@@ -105,6 +105,9 @@ int main(int argc, char** argv)
     settle(3200);
     ok &= save(*deck.window(), out + QStringLiteral("/deck-recording.png"));
     deck.stopTape();
+    // The take is finished once the recorder has drained.
+    for (int waited = 0; deck.isWaitingForRecorder() && waited < 10000; waited += 100)
+        settle(100);
 
     deck.library().setSelectionIndex(1);
     deck.playTape();

@@ -55,7 +55,8 @@ TEST_F(HotKeysTest, RecordPauseAndStopWorkFromAnotherApplication)
     ASSERT_TRUE(typeHotKey(key8));
     EXPECT_EQ(state(), TransportState::Recording);
     ASSERT_TRUE(typeHotKey(key9));
-    EXPECT_EQ(state(), TransportState::TapeStopped);
+    // The take is loaded once the recorder has drained.
+    EXPECT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
     EXPECT_EQ(libraryFiles().size(), 1);
 }
 

@@ -181,7 +181,7 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
         recordedAs << deck.selectedTape()->filename();
         ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
         deck.stopTape();
-        ASSERT_EQ(state(), TransportState::TapeStopped);
+        ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
         EXPECT_EQ(deck.selectedTape()->tapeLetter().letter(), QStringLiteral("A"));
         EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Untitled"));
     }
@@ -191,6 +191,65 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
                            todaysName(QStringLiteral("Untitled"))}));
     EXPECT_EQ(deck.library().content().size(), 3);
     EXPECT_TRUE(deck.canOperateOnSelectedTape());
+}
+
+TEST_F(RecordingTest, KeysPressedWhileTheRecorderFinishesRunAfterTheTakeIsATape)
+{
+    WindowController& deck = openDeck();
+    feedTone(10.0);
+    deck.buttonView()->setFocus();
+    deck.recordTape();
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 500.0; }));
+    const TapePtr first = deck.selectedTape();
+
+    deck.stopTape();
+    ASSERT_TRUE(deck.isWaitingForRecorder());
+    EXPECT_EQ(state(), TransportState::Idle);
+    EXPECT_FALSE(deck.canOperateOnSelectedTape()) << "the take is still being written";
+    // Record again before the first take is finished: the key waits for it rather than vanish.
+    QTest::keyClick(deck.buttonView(), Qt::Key_Z);
+    EXPECT_EQ(state(), TransportState::Idle);
+
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::Recording; }));
+    EXPECT_FALSE(deck.isWaitingForRecorder());
+    EXPECT_NE(deck.selectedTape(), first);
+    EXPECT_EQ(QFileInfo(first->filename()).fileName(), todaysName(QStringLiteral("Untitled")));
+    EXPECT_TRUE(QFileInfo::exists(first->filename()));
+    EXPECT_GT(first->duration(), 0.3);
+
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
+    stopAndWait();
+    EXPECT_EQ(libraryFiles(), (QStringList{todaysName(QStringLiteral("Untitled 1")),
+                                           todaysName(QStringLiteral("Untitled"))}));
+}
+
+TEST_F(RecordingTest, ARecorderThatNeverReportsItsStopIsFinishedByTheDeadline)
+{
+    WindowController& deck = openDeck();
+    feedTone(10.0);
+    deck.recordTape();
+    ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
+    const TapePtr tape = deck.selectedTape();
+    QList<TapePtr> finished;
+    QObject::connect(&deck, &WindowController::recordingFinished,
+                     [&](const TapePtr& finishedTape) { finished << finishedTape; });
+    // Nobody hears the recorder's did-stop notice now.
+    deck.audioFileRecorder()->setDelegate(nullptr);
+
+    deck.stopTape();
+    ASSERT_TRUE(deck.isWaitingForRecorder());
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }, 30000));
+    EXPECT_FALSE(deck.isWaitingForRecorder());
+    EXPECT_EQ(finished, QList<TapePtr>{tape});
+    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    EXPECT_EQ(deck.selectedTape(), tape);
+    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    EXPECT_GT(tape->duration(), 0.6);
+    EXPECT_TRUE(deck.library().isMonitoring());
+    EXPECT_FALSE(deck.hudView()->recordingMode());
+    const auto tags = MP4Tags::fromFile(tape->filename());
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
 }
 
 TEST_F(RecordingTest, WithoutASoundServerTheDeckSaysSoAndLeavesNoTapeBehind)

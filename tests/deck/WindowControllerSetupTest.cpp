@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -80,21 +81,42 @@ TEST_F(SetupTest, TheHUDStartsFromTheStoredSettingsAndWritesChangesBack)
     EXPECT_TRUE(mPreferences->boolForKey(K::RecordingIsStereo));
 }
 
-TEST_F(SetupTest, TheDrawerWidensTheWindowAndClosesBackToItsWidth)
+TEST_F(SetupTest, TheDrawerWidensTheWindowAndClosesBackToItsWidthWhileTheDeckGoesOn)
 {
     WindowController& deck = openDeck();
     EXPECT_EQ(deck.window()->width(), WindowController::closedWidth);
 
+    // The toggle returns at once; the window widens while the event loop runs on.
     deck.discloseTapes();
     EXPECT_TRUE(deck.tapesDisclosed());
-    EXPECT_EQ(deck.window()->width(), 626);
+    EXPECT_EQ(deck.window()->width(), WindowController::closedWidth);
+    bool timerFired = false;
+    QTimer::singleShot(0, [&] { timerFired = true; });
+    ASSERT_TRUE(waitFor([&] { return timerFired; }));
+    ASSERT_TRUE(waitFor([&] { return deck.window()->width() == 626; }));
     EXPECT_TRUE(deck.tapeBoxViewController()->isVisible());
     EXPECT_EQ(deck.soundEffect(SoundEffect::DrawerOpenStereo)->startCount(), 1);
 
     deck.discloseTapes();
     EXPECT_FALSE(deck.tapesDisclosed());
-    EXPECT_EQ(deck.window()->width(), 390);
+    ASSERT_TRUE(waitFor([&] { return deck.window()->width() == 390; }));
     EXPECT_EQ(deck.soundEffect(SoundEffect::DrawerCloseStereo)->startCount(), 1);
+
+    // Toggled again on its way, the drawer turns around and ends where the last toggle says.
+    deck.discloseTapes();
+    ASSERT_TRUE(waitFor([&] { return deck.window()->width() > 390; }));
+    deck.discloseTapes();
+    EXPECT_FALSE(deck.tapesDisclosed());
+    ASSERT_TRUE(waitFor([&] { return deck.window()->width() == 390; }));
+    QTest::qWait(300);
+    EXPECT_EQ(deck.window()->width(), 390) << "an earlier animation went on after the turn";
+
+    // Two toggles before the event loop turns leave the drawer closed.
+    deck.discloseTapes();
+    deck.discloseTapes();
+    QTest::qWait(300);
+    EXPECT_FALSE(deck.tapesDisclosed());
+    EXPECT_EQ(deck.window()->width(), 390);
 }
 
 TEST_F(SetupTest, SearchingFiltersTheTapeBoxAndLoadsItsFirstRow)
