@@ -3,6 +3,8 @@
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLAudioInputMeter.h"
 #include "deck/DeckPreferences.h"
+#include "deck/DeckSoundEffects.h"
+#include "deck/DeckStatusItem.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/SoundEffectPlayer.h"
@@ -48,13 +50,18 @@ WindowController::~WindowController()
         mAudioFileRecorder->setDelegate(nullptr);
     // The window's widgets refer to this controller; they go first.
     delete mWindow;
-    delete mStatusItemMenu;
 }
 
 void WindowController::buildDeck()
 {
     mTapeArrayController = std::make_unique<TapeLibraryArrayController>(mPreferences.tapeLibraryPath());
     mFSM = std::make_unique<WindowControllerContext>(*this);
+    mStatusItem = new DeckStatusItem(this);
+    connect(mStatusItem, &DeckStatusItem::recordTriggered, this, &WindowController::recordTape);
+    connect(mStatusItem, &DeckStatusItem::pauseTriggered, this, &WindowController::pauseTape);
+    connect(mStatusItem, &DeckStatusItem::stopTriggered, this, &WindowController::stopTape);
+    connect(mStatusItem, &DeckStatusItem::playTriggered, this, &WindowController::playTape);
+    connect(mStatusItem, &DeckStatusItem::showDeckTriggered, this, &WindowController::activateApp);
 
     mWindow = new DeckWindow;
     mHUDView = mWindow->hudView();
@@ -364,6 +371,64 @@ void WindowController::windowWillClose()
     removeStatusItem();
     unregisterHotkeys();
     Q_EMIT windowDidClose();
+}
+
+void WindowController::setupSoundEffectPlayers()
+{
+    delete mSoundEffects;
+    mSoundEffects = new DeckSoundEffects(mPreferences, systemOutputDeviceUID(), this);
+}
+
+SoundEffectPlayer* WindowController::soundEffect(SoundEffect sound) const
+{
+    return mSoundEffects ? mSoundEffects->player(sound) : nullptr;
+}
+
+void WindowController::playSoundEffect(SoundEffect sound)
+{
+    if (mSoundEffects)
+        mSoundEffects->play(sound);
+}
+
+void WindowController::stopSoundEffect(SoundEffect sound)
+{
+    if (mSoundEffects)
+        mSoundEffects->stop(sound);
+}
+
+void WindowController::installStatusItem()
+{
+    mStatusItem->install();
+}
+
+void WindowController::removeStatusItem()
+{
+    mStatusItem->remove();
+}
+
+void WindowController::refreshStatusItemState()
+{
+    mStatusItem->setPaused(mRecordingPaused);
+}
+
+void WindowController::setStatusItemImage(const QString& name)
+{
+    mStatusItem->setImage(name);
+}
+
+QSystemTrayIcon* WindowController::statusItem() const
+{
+    return mStatusItem->icon();
+}
+
+QMenu* WindowController::statusItemMenu() const
+{
+    return mStatusItem->menu();
+}
+
+const QString& WindowController::statusItemImageName() const
+{
+    return mStatusItem->imageName();
 }
 
 void WindowController::showDeckMessage(const QString& message)

@@ -15,18 +15,20 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <QSystemTrayIcon>
 #include <QUrl>
 #include <array>
 #include <memory>
 
 class QMenu;
+class QSystemTrayIcon;
 class QPropertyAnimation;
 class QTimer;
 
 namespace spindrel {
 
 class DeckPreferences;
+class DeckSoundEffects;
+class DeckStatusItem;
 class PTHotKey;
 class DeckWindow;
 class HUDView;
@@ -44,10 +46,10 @@ class WindowControllerContext;
 ///
 /// The operations are spread over source files by role: set-up and observation
 /// (WindowController.cpp), recording (WindowControllerRecording.cpp), playback and the transport
-/// actions (WindowControllerPlayback.cpp), sound effects (WindowControllerSounds.cpp), the tape
-/// box (WindowControllerLibrary.cpp), the file operations (WindowControllerFileOperations.cpp),
-/// the status item and hot keys
-/// (WindowControllerStatusItem.cpp).
+/// actions (WindowControllerPlayback.cpp), the tape box (WindowControllerLibrary.cpp), the file
+/// operations (WindowControllerFileOperations.cpp) and the hot keys
+/// (WindowControllerHotKeys.cpp). The sound effects (DeckSoundEffects) and the status item
+/// (DeckStatusItem) are objects of their own.
 class WindowController : public QObject,
                          public WindowControllerOwner,
                          public VORLAudioHardwareDelegate,
@@ -223,10 +225,10 @@ public:
     void installStatusItem();
     void removeStatusItem();
     void refreshStatusItemState();
-    QSystemTrayIcon* statusItem() const { return mStatusItem; }
-    QMenu* statusItemMenu() const { return mStatusItemMenu; }
+    QSystemTrayIcon* statusItem() const;
+    QMenu* statusItemMenu() const;
     /// "spstatus", or "spstatus-recording" while recording.
-    const QString& statusItemImageName() const { return mStatusItemImageName; }
+    const QString& statusItemImageName() const;
 
     /// Stops the transport, commits every tape and lets go of the audio objects; the window's
     /// closing calls it.
@@ -308,9 +310,8 @@ private:
     TapePtr tapeForRawPointer(const Tape* tape) const;
     void commitBeforeSharing(const TapePtr& tape);
 
-    // Status item and hot keys (WindowControllerStatusItem.cpp).
+    // Hot keys (WindowControllerHotKeys.cpp).
     void unregisterHotkeys();
-    void buildStatusItemMenu();
     void setStatusItemImage(const QString& name);
 
     DeckPreferences& mPreferences;
@@ -344,7 +345,7 @@ private:
 
     QTimer* mHUDTimer = nullptr;
     QTimer* mMeterTimer = nullptr;
-    std::array<SoundEffectPlayer*, soundEffectCount> mSoundEffectPlayers{};
+    DeckSoundEffects* mSoundEffects = nullptr;
 
     std::shared_ptr<PTHotKey> mRecordHotKey;
     std::shared_ptr<PTHotKey> mPauseHotKey;
@@ -354,10 +355,8 @@ private:
     ProcessLauncher* mProcessLauncher = &ProcessLauncher::system();
     QString mMusicPlaylistPath;
 
-    QPointer<QSystemTrayIcon> mStatusItem;
-    QMenu* mStatusItemMenu = nullptr;
+    DeckStatusItem* mStatusItem = nullptr;
     QMenu* mShareMenu = nullptr;
-    QString mStatusItemImageName;
 };
 
 } // namespace spindrel
