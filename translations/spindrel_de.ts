@@ -439,6 +439,33 @@
     </message>
 </context>
 <context>
+    <name>spindrel::DeckStatusItem</name>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>Wiedergeben</translation>
+    </message>
+    <message>
+        <source>Show Spindrel</source>
+        <translation>Spindrel zeigen</translation>
+    </message>
+    <message>
+        <source>Quit Spindrel</source>
+        <translation>Spindrel beenden</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::DeckWindow</name>
     <message>
         <source>Show or hide the tapes</source>
@@ -933,30 +960,6 @@
     <message>
         <source>The recording could not go on: %1. What was recorded so far is kept.</source>
         <translation>Die Aufnahme konnte nicht fortgesetzt werden: %1. Das bisher Aufgenommene bleibt erhalten.</translation>
-    </message>
-    <message>
-        <source>Record</source>
-        <translation>Aufnehmen</translation>
-    </message>
-    <message>
-        <source>Pause</source>
-        <translation>Pause</translation>
-    </message>
-    <message>
-        <source>Stop</source>
-        <translation>Stopp</translation>
-    </message>
-    <message>
-        <source>Play</source>
-        <translation>Wiedergeben</translation>
-    </message>
-    <message>
-        <source>Show Spindrel</source>
-        <translation>Spindrel zeigen</translation>
-    </message>
-    <message>
-        <source>Quit Spindrel</source>
-        <translation>Spindrel beenden</translation>
     </message>
     <message>
         <source>Spindrel: %1</source>
