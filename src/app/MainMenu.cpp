@@ -47,7 +47,7 @@ void AppController::buildMainMenu()
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
     const QList<QPair<QString, void (WindowController::*)(QObject*)>> tapeItems{
-        {tr("Show in Folder"), &WindowController::revealInFinder},
+        {tr("Show in Folder"), &WindowController::showInFolder},
         {tr("Move Tape to Trash"), &WindowController::moveTapeToTrash},
         {tr("Email Tape…"), &WindowController::emailTape},
         {tr("Add Tape to Music Library"), &WindowController::sendToMusicLibrary},
@@ -58,7 +58,7 @@ void AppController::buildMainMenu()
         const auto action = item.second;
         tapeActions << mTapeMenu->addAction(item.first, deck, [deck, action] { (deck->*action)(nullptr); });
     }
-    mTapeMenu->addAction(tr("Open Library Folder"), deck, &WindowController::revealLibraryInFinder);
+    mTapeMenu->addAction(tr("Open Library Folder"), deck, &WindowController::openLibraryFolder);
     mTapeMenu->addSeparator();
     QAction* drawer = mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
                                            &WindowController::discloseTapes);

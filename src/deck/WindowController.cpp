@@ -226,7 +226,7 @@ void WindowController::bindTapeView()
     connect(this, &WindowController::selectedTapeChanged, mTapeView,
             [this] { mTapeView->setTape(mSelectedTape); });
     mTapeView->setTape(mSelectedTape);
-    connect(mTapeView, &TapeView::revealTapeRequested, this, [this] { revealInFinder(); });
+    connect(mTapeView, &TapeView::revealTapeRequested, this, [this] { showInFolder(); });
     connect(mTapeView, &TapeView::shareButtonPressed, this, &WindowController::shareButtonPressed);
 }
 

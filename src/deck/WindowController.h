@@ -107,8 +107,8 @@ public:
     /// Copies the tape's file to `destination`; false (and the error shown) when that fails.
     bool exportTapeToFile(const TapePtr& tape, const QString& destination,
                           TapeExport::ExistingFile existing = TapeExport::ExistingFile::Keep);
-    void revealInFinder(QObject* sender = nullptr);
-    void revealLibraryInFinder();
+    void showInFolder(QObject* sender = nullptr);
+    void openLibraryFolder();
     /// Plays the trash sound and moves the tape to the trash; it leaves the list at once.
     void moveTapeToTrash(QObject* sender = nullptr);
     /// A mail draft in the user's mail program with the tape attached.

@@ -105,7 +105,7 @@ bool WindowController::exportTapeToFile(const TapePtr& tape, const QString& dest
     return true;
 }
 
-void WindowController::revealInFinder(QObject* sender)
+void WindowController::showInFolder(QObject* sender)
 {
     if (const TapePtr tape = tapeToOperateOn(sender)) {
         if (const std::optional<Error> error = mFileBrowser.revealFile(tape->filename()))
@@ -113,7 +113,7 @@ void WindowController::revealInFinder(QObject* sender)
     }
 }
 
-void WindowController::revealLibraryInFinder()
+void WindowController::openLibraryFolder()
 {
     if (const std::optional<Error> error = mFileBrowser.revealFile(mPreferences.tapeLibraryPath()))
         showDeckMessage(error->localizedDescription());

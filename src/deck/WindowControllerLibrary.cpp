@@ -32,12 +32,12 @@ void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
     // The clicked tape rides along as the sender, so the action works on it and not the selection.
     Tape* clicked = tape.get();
     switch (TapeBoxView::MenuAction(action)) {
-    case TapeBoxView::RevealLibraryInFinder:
-        revealLibraryInFinder();
+    case TapeBoxView::OpenLibraryFolder:
+        openLibraryFolder();
         return;
-    case TapeBoxView::RevealTapeInFinder:
+    case TapeBoxView::ShowTapeInFolder:
         if (clicked && canOperateOnSelectedTape())
-            revealInFinder(clicked);
+            showInFolder(clicked);
         return;
     case TapeBoxView::MoveTapeToTrash:
         if (clicked && canOperateOnSelectedTape())

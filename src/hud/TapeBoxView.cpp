@@ -131,9 +131,9 @@ TapePtr TapeBoxView::tapeAt(const QPoint& viewportPoint) const
 QString TapeBoxView::menuText(MenuAction action)
 {
     switch (action) {
-    case RevealLibraryInFinder:
+    case OpenLibraryFolder:
         return tr("Open Library Folder");
-    case RevealTapeInFinder:
+    case ShowTapeInFolder:
         return tr("Show in Folder");
     case MoveTapeToTrash:
         return tr("Move Tape to Trash");
@@ -150,9 +150,9 @@ QString TapeBoxView::menuText(MenuAction action)
 std::unique_ptr<QMenu> TapeBoxView::contextMenuForTape(const TapePtr& tape)
 {
     auto menu = std::make_unique<QMenu>(this);
-    const QList<MenuAction> actions = tape ? QList<MenuAction>{RevealTapeInFinder, MoveTapeToTrash, EmailTape,
+    const QList<MenuAction> actions = tape ? QList<MenuAction>{ShowTapeInFolder, MoveTapeToTrash, EmailTape,
                                                                AddTapeToMusicLibrary, SendToYouTube}
-                                           : QList<MenuAction>{RevealLibraryInFinder};
+                                           : QList<MenuAction>{OpenLibraryFolder};
     for (const MenuAction action : actions) {
         QAction* item = menu->addAction(menuText(action));
         item->setData(QVariant::fromValue(tape));

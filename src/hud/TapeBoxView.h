@@ -23,8 +23,8 @@ class TapeBoxView : public QTableView
 
 public:
     enum MenuAction {
-        RevealLibraryInFinder,
-        RevealTapeInFinder,
+        OpenLibraryFolder,
+        ShowTapeInFolder,
         MoveTapeToTrash,
         EmailTape,
         AddTapeToMusicLibrary,
@@ -45,7 +45,7 @@ public:
     bool isRecording() const { return mRecording; }
     void setRecording(bool recording);
 
-    /// The menu's text for an action ("Reveal Tape in Finder", ...).
+    /// The menu's text for an action ("Show in Folder", ...).
     static QString menuText(MenuAction action);
     /// The context menu for a click on `tape`, or on no tape when it is null. Choosing an item
     /// emits menuActionTriggered with that tape.

@@ -87,7 +87,7 @@ TEST_F(FileOperationsTest, ContextMenuItemsWorkOnTheClickedTapeAndTheMainMenuOnT
     const TapePtr clicked = deck.library().arrangedObjects().at(1);
     ASSERT_EQ(clicked->filename(), older);
 
-    chooseFromContextMenu(deck, clicked, TapeBoxView::RevealTapeInFinder);
+    chooseFromContextMenu(deck, clicked, TapeBoxView::ShowTapeInFolder);
     EXPECT_EQ(mShownItems, QList<QStringList>{{QUrl::fromLocalFile(older).toString(QUrl::FullyEncoded)}});
 
     chooseFromContextMenu(deck, clicked, TapeBoxView::EmailTape);
@@ -109,7 +109,7 @@ TEST_F(FileOperationsTest, ContextMenuItemsWorkOnTheClickedTapeAndTheMainMenuOnT
     // Without a sender (the main menu) the loaded tape is the one.
     deck.sendToMusicLibrary();
     EXPECT_EQ(MusicLibraryPlaylist(mPlaylistPath).entries(), (QStringList{older, newer}));
-    deck.revealInFinder();
+    deck.showInFolder();
     EXPECT_EQ(mShownItems.last(), QStringList{QUrl::fromLocalFile(newer).toString(QUrl::FullyEncoded)});
     EXPECT_TRUE(deck.deckMessage().isEmpty()) << deck.deckMessage();
 }
@@ -119,17 +119,17 @@ TEST_F(FileOperationsTest, RevealFallsBackToTheFolderAndTheDeckSaysWhenNothingCa
     const QString tape = addTape(QStringLiteral("Kept"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
     WindowController& deck = openDeckWithFakes();
 
-    deck.revealLibraryInFinder();
+    deck.openLibraryFolder();
     EXPECT_EQ(mShownItems,
               QList<QStringList>{{QUrl::fromLocalFile(mLibraryPath).toString(QUrl::FullyEncoded)}});
 
     mFileManagerAnswers = false;
-    deck.revealInFinder();
+    deck.showInFolder();
     EXPECT_EQ(mOpenedFolders, QList<QUrl>{QUrl::fromLocalFile(mLibraryPath)});
     EXPECT_TRUE(deck.deckMessage().isEmpty());
 
     mDesktopOpens = false;
-    deck.revealInFinder();
+    deck.showInFolder();
     EXPECT_TRUE(deck.deckMessage().contains(
         QStringLiteral("No file manager could show “%1”").arg(QFileInfo(tape).fileName())))
         << deck.deckMessage();
@@ -203,7 +203,7 @@ TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingEls
     ASSERT_TRUE(QFile::remove(older));
 
     for (const auto action :
-         {TapeBoxView::RevealTapeInFinder, TapeBoxView::EmailTape, TapeBoxView::AddTapeToMusicLibrary}) {
+         {TapeBoxView::ShowTapeInFolder, TapeBoxView::EmailTape, TapeBoxView::AddTapeToMusicLibrary}) {
         deck.showDeckMessage(QString());
         chooseFromContextMenu(deck, clicked, action);
         EXPECT_TRUE(deck.deckMessage().contains(QFileInfo(older).fileName())) << int(action);

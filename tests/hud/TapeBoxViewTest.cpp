@@ -73,7 +73,7 @@ TEST_F(TapeBoxViewTest, ContextMenuOffersTheLibraryOrTheClickedTape)
 
     none->actions().at(0)->trigger();
     ASSERT_EQ(triggered.size(), 2);
-    EXPECT_EQ(triggered.at(1).at(0).value<TapeBoxView::MenuAction>(), TapeBoxView::RevealLibraryInFinder);
+    EXPECT_EQ(triggered.at(1).at(0).value<TapeBoxView::MenuAction>(), TapeBoxView::OpenLibraryFolder);
     EXPECT_EQ(triggered.at(1).at(1).value<TapePtr>(), nullptr);
 }
 
