@@ -205,23 +205,23 @@ void Tape::parseMP4FileHeaders(int fileHandle)
         return;
     mDuration = double(float(duration) / float(timescale));
     mSamplerate = timescale;
-    auto mdhd = child(fileHandle, moov, fourCC("trak"));
-    for (const uint32_t type : {fourCC("mdia"), fourCC("mdhd")})
-        mdhd = child(fileHandle, mdhd, type);
-    const QByteArray media = mdhd ? contentOf(fileHandle, *mdhd) : QByteArray();
-    const quint32 mediaTimescale = wordAt(media, wordAt(media, 0) == 0 ? 12 : 20);
+    const auto mdia = child(fileHandle, child(fileHandle, moov, fourCC("trak")), fourCC("mdia"));
+    const bool fragmented = duration == 0 && child(fileHandle, moov, fourCC("mvex"));
     // Our own files count the movie in samples; others mostly in milliseconds, and then the
     // track's own clock (or, below, the sample entry) tells the rate.
-    if (!isAudioRate(mSamplerate) && isAudioRate(mediaTimescale))
-        mSamplerate = mediaTimescale;
-    if (duration == 0 && child(fileHandle, moov, fourCC("mvex"))) {
-        if (mediaTimescale > 0)
+    if (fragmented || !isAudioRate(mSamplerate)) {
+        const auto mdhd = child(fileHandle, mdia, fourCC("mdhd"));
+        const QByteArray media = mdhd ? contentOf(fileHandle, *mdhd) : QByteArray();
+        const quint32 mediaTimescale = wordAt(media, wordAt(media, 0) == 0 ? 12 : 20);
+        if (!isAudioRate(mSamplerate) && isAudioRate(mediaTimescale))
+            mSamplerate = mediaTimescale;
+        if (fragmented && mediaTimescale > 0)
             mDuration =
                 double(fragmentedDuration(fileHandle, moov, moov->end, uint64_t(length))) / mediaTimescale;
     }
 
-    std::optional<Extent> stsd = child(fileHandle, moov, fourCC("trak"));
-    for (const uint32_t type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")})
+    std::optional<Extent> stsd = mdia;
+    for (const uint32_t type : {fourCC("minf"), fourCC("stbl"), fourCC("stsd")})
         stsd = child(fileHandle, stsd, type);
     // Half a sample description would tell a wrong quality (a missing descriptor reads as lossless).
     if (!stsd || !stsd->whole) {
