@@ -40,18 +40,6 @@ std::optional<WaveFormat> readWave(const QByteArray& bytes)
 
 } // namespace
 
-TEST(SoundEffectsTest, NamesAndLooping)
-{
-    for (const SoundEffect effect : SoundEffects::all())
-        EXPECT_EQ(SoundEffects::effectForName(SoundEffects::name(effect)), effect);
-    EXPECT_EQ(SoundEffects::all().back(), SoundEffect::TossTape2);
-    EXPECT_EQ(SoundEffects::effectForName(QStringLiteral("Nothing")), std::nullopt);
-    EXPECT_EQ(SoundEffects::resourceUrl(SoundEffect::ButtonPress),
-              QUrl(QStringLiteral("qrc:/sounds/ButtonPress.wav")));
-    EXPECT_TRUE(SoundEffects::loops(SoundEffect::TapeSpeeding));
-    EXPECT_FALSE(SoundEffects::loops(SoundEffect::ButtonPress));
-}
-
 TEST(SoundEffectsTest, EverySoundIsAShortWaveInTheResources)
 {
     for (const SoundEffect effect : SoundEffects::all()) {
