@@ -4,10 +4,12 @@
 #include "hud/TapeBoxView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
+#include <QLabel>
+
 namespace spindrel {
 
 TapeBoxViewController::TapeBoxViewController(TapeLibraryArrayController& library, QWidget* parent)
-    : QWidget(parent)
+    : QWidget(parent), mLibrary(library)
 {
     setObjectName(QStringLiteral("TapeBox"));
     resize(drawerWidth, 540);
@@ -20,6 +22,40 @@ TapeBoxViewController::TapeBoxViewController(TapeLibraryArrayController& library
     mTableView->setLibrary(&library);
     // The list's first row, the newest tape, is where the deck starts.
     mTableView->selectRow(0);
+
+    mStatus = new QLabel(this);
+    mStatus->setObjectName(QStringLiteral("TapeBoxStatus"));
+    mStatus->setGeometry(12, 518, 212, 18);
+    mStatus->setAlignment(Qt::AlignCenter);
+    mStatus->hide();
+    // A search that finds nothing says so, rather than leaving an empty list.
+    mEmptyNotice = new QLabel(tr("No tapes match"), mTableView->viewport());
+    mEmptyNotice->setObjectName(QStringLiteral("TapeBoxEmptyNotice"));
+    mEmptyNotice->setAlignment(Qt::AlignCenter);
+    mEmptyNotice->setGeometry(0, 24, 212, 24);
+    mEmptyNotice->hide();
+    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(&library, signal, this, &TapeBoxViewController::updateEmptyNotice);
+    connect(&library, &QAbstractItemModel::modelReset, this, &TapeBoxViewController::updateEmptyNotice);
+    connect(&library, &FilteringArrayController::filterStringChanged, this,
+            &TapeBoxViewController::updateEmptyNotice);
+}
+
+void TapeBoxViewController::setStatus(const QString& text)
+{
+    mStatus->setText(text);
+    mStatus->setVisible(!text.isEmpty());
+}
+
+QString TapeBoxViewController::status() const
+{
+    return mStatus->isVisible() ? mStatus->text() : QString();
+}
+
+void TapeBoxViewController::updateEmptyNotice()
+{
+    const bool searching = !mLibrary.filterString().trimmed().isEmpty();
+    mEmptyNotice->setVisible(searching && mLibrary.arrangedObjects().isEmpty());
 }
 
 TapeBoxViewController::~TapeBoxViewController() = default;

@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+class QLabel;
+
 namespace spindrel {
 
 class TapeBoxSearchField;
@@ -29,7 +31,16 @@ public:
     /// Selects `row` (the library's selection follows) and shows it.
     void selectRow(int row);
 
+    /// A line under the list about work under way (loading, saving); empty hides it.
+    void setStatus(const QString& text);
+    QString status() const;
+
 private:
+    void updateEmptyNotice();
+
+    TapeLibraryArrayController& mLibrary;
+    QLabel* mStatus = nullptr;
+    QLabel* mEmptyNotice = nullptr;
     TapeBoxSearchField* mSearchField = nullptr;
     TapeBoxView* mTableView = nullptr;
 };

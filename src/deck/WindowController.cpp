@@ -22,6 +22,7 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <QProgressDialog>
 #include <QScreen>
 #include <QTimer>
 #include <unistd.h>
@@ -39,6 +40,10 @@ WindowController::WindowController(DeckPreferences& preferences, QObject* parent
 
 WindowController::~WindowController()
 {
+    // What is still being written reaches its tapes while this controller is whole.
+    if (mSelectedTape)
+        stopObservingTape(mSelectedTape);
+    mCommits.waitUntilIdle();
     if (mTapeArrayController)
         mTapeArrayController->stopMonitoringRecordingDirectory();
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
@@ -54,7 +59,9 @@ WindowController::~WindowController()
 
 void WindowController::buildDeck()
 {
-    mTapeArrayController = std::make_unique<TapeLibraryArrayController>(mPreferences.tapeLibraryPath());
+    // The folder is read in the background: the deck answers at once, and the box fills as tapes load.
+    mTapeArrayController = std::make_unique<TapeLibraryArrayController>(
+        mPreferences.tapeLibraryPath(), TapeLibraryArrayController::Loading::InBackground);
     mFSM = std::make_unique<WindowControllerContext>(*this);
     mStatusItem = new DeckStatusItem(this);
     connect(mStatusItem, &DeckStatusItem::recordTriggered, this, &WindowController::recordTape);
@@ -232,10 +239,18 @@ void WindowController::bindTapeView()
 
 void WindowController::tapeLibraryLocationChanged()
 {
-    for (const TapePtr& tape : mTapeArrayController->content())
-        tape->commitAttributes();
-    mTapeArrayController->setFolderPath(mPreferences.tapeLibraryPath());
-    mFolderWatch.setFolder(mPreferences.tapeLibraryPath());
+    // Every tape is written before the library moves on; the writing goes on in the background.
+    mCommits.commit(mTapeArrayController->content());
+    const QString folder = mPreferences.tapeLibraryPath();
+    if (folder == mTapeArrayController->folderPath()) {
+        // The same folder (as at launch): tapes still being read are written as they come.
+        mCommitArrivals = mTapeArrayController->isScanning();
+        mTapeArrayController->scanInBackground();
+        return;
+    }
+    mCommitArrivals = false;
+    mTapeArrayController->setFolderPath(folder);
+    mFolderWatch.setFolder(folder);
     reloadLibrary();
 }
 
@@ -359,10 +374,8 @@ void WindowController::windowWillClose()
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
     VORLAudioHardware::sharedInstance()->removeDelegate(this);
     disconnect(&mPreferences, nullptr, this, nullptr);
-    // Files are rewritten below; nothing may be reading them then.
     destroyTapePlayer();
-    for (const TapePtr& tape : mTapeArrayController->content())
-        tape->commitAttributes();
+    mCommits.commit(mTapeArrayController->content());
     if (mAudioFileRecorder)
         mAudioFileRecorder->setDelegate(nullptr);
     mAudioFileRecorder.reset();
@@ -370,7 +383,33 @@ void WindowController::windowWillClose()
     destroyAudioInputMeter();
     removeStatusItem();
     unregisterHotkeys();
-    Q_EMIT windowDidClose();
+    finishClosing();
+}
+
+void WindowController::finishClosing()
+{
+    if (mCommits.isIdle()) {
+        Q_EMIT windowDidClose();
+        return;
+    }
+    // Quitting never drops an edit: the deck is gone from the screen, and a dialog tells how the
+    // writing goes when it takes more than a moment.
+    auto* progress =
+        new QProgressDialog(tr("Saving the tapes’ changes…"), QString(), 0, mCommits.batchTotal());
+    progress->setObjectName(QStringLiteral("SavingTapesDialog"));
+    progress->setWindowTitle(tr("Spindrel"));
+    progress->setMinimumDuration(500);
+    progress->setAutoClose(false);
+    progress->setAttribute(Qt::WA_DeleteOnClose);
+    connect(&mCommits, &TapeCommitQueue::progressChanged, progress, [progress](int done, int total) {
+        progress->setMaximum(total);
+        progress->setValue(done);
+    });
+    connect(&mCommits, &TapeCommitQueue::idle, progress, [this, progress] {
+        progress->close();
+        Q_EMIT windowDidClose();
+    });
+    progress->setValue(mCommits.batchDone());
 }
 
 void WindowController::setupSoundEffectPlayers()

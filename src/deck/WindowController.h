@@ -10,6 +10,7 @@
 #include "tapes/LibraryFolderWatch.h"
 #include "tapes/ProcessLauncher.h"
 #include "tapes/Tape.h"
+#include "tapes/TapeCommitQueue.h"
 #include "tapes/TapeExport.h"
 
 #include <QList>
@@ -304,6 +305,10 @@ private:
     void showFolderBanner(const QString& text);
     /// Lists the library folder again from scratch: recovered takes, the scan and the watch.
     void reloadLibrary();
+    /// Tells in the tape box how far loading and writing tapes have come.
+    void showLibraryProgress();
+    /// Closing waits for the tapes' edits to be written, with a progress dialog when it takes long.
+    void finishClosing();
 
     // File operations (WindowControllerFileOperations.cpp).
     void presentError(const QString& message);
@@ -318,6 +323,8 @@ private:
     DeckWindow* mWindow = nullptr; // owned
     std::unique_ptr<WindowControllerContext> mFSM;
     std::unique_ptr<TapeLibraryArrayController> mTapeArrayController;
+    TapeCommitQueue mCommits;
+    bool mCommitArrivals = false; // tapes the running scan brings are committed as they come
 
     HUDView* mHUDView = nullptr;
     SegmentedTapeButtonView* mSegmentedTapeButtonView = nullptr;

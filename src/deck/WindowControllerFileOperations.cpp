@@ -41,17 +41,15 @@ void WindowController::importTapesIntoLibrary(const QList<QUrl>& urls)
         presentError(error.localizedDescription());
     // The folder watch picks the copies up; without one running, merge now.
     if (!mTapeArrayController->isMonitoring())
-        mTapeArrayController->checkRecordingDirectory();
+        mTapeArrayController->scanInBackground();
 }
 
 void WindowController::commitBeforeSharing(const TapePtr& tape)
 {
     // What leaves the library carries the edits made so far (and the name they give the file).
-    if (!tape->dirty())
-        return;
-    if (tape == mSelectedTape && mAudioFilePlayer)
-        commitDirtyTape();
-    else
+    // Written here and now, in its turn: what is queued for it is taken back and written with it.
+    mCommits.withdraw(tape);
+    if (tape->dirty())
         tape->commitAttributes();
 }
 
@@ -125,6 +123,8 @@ void WindowController::moveTapeToTrash(QObject* sender)
     if (!tape)
         return;
     playSoundEffect(SoundEffect::TossTape2);
+    // No queued write may bring the file back into the folder once it is in the trash.
+    mCommits.withdraw(tape);
     if (const std::optional<Error> error = mTapeArrayController->moveTapeToTrash(tape))
         showDeckMessage(error->localizedDescription());
 }

@@ -25,6 +25,31 @@ void WindowController::buildTapeBox()
     connect(mTapeBox->searchField(), &TapeBoxSearchField::search, this, &WindowController::search);
     connect(mTapeBox->tableView(), &TapeBoxView::menuActionTriggered, this,
             &WindowController::tapeBoxMenuAction);
+
+    TapeLibraryArrayController* library = mTapeArrayController.get();
+    connect(library, &TapeLibraryArrayController::tapesLoaded, this, [this](const QList<TapePtr>& tapes) {
+        if (mCommitArrivals)
+            mCommits.commit(tapes);
+    });
+    connect(library, &TapeLibraryArrayController::scanFinished, this, [this] {
+        mCommitArrivals = false;
+        showLibraryProgress();
+    });
+    connect(library, &TapeLibraryArrayController::scanProgress, this, &WindowController::showLibraryProgress);
+    connect(&mCommits, &TapeCommitQueue::progressChanged, this, &WindowController::showLibraryProgress);
+}
+
+void WindowController::showLibraryProgress()
+{
+    QString text;
+    const int loaded = mTapeArrayController->scanLoaded();
+    const int found = mTapeArrayController->scanTotal();
+    if (mTapeArrayController->isScanning() && found > 0)
+        text = tr("Loading tapes… %1 of %2").arg(loaded).arg(found);
+    // A single tape put away is written too quickly to be worth a word.
+    else if (!mCommits.isIdle() && mCommits.batchTotal() > 1)
+        text = tr("Saving tapes… %1 of %2").arg(mCommits.batchDone()).arg(mCommits.batchTotal());
+    mTapeBox->setStatus(text);
 }
 
 void WindowController::tapeBoxMenuAction(int action, const TapePtr& tape)
@@ -75,7 +100,7 @@ void WindowController::libraryFolderStateChanged(LibraryFolderWatch::State state
         return;
     // What cannot be listed leaves the tape box; the tapes return with the folder.
     if (state != LibraryFolderWatch::State::ReadOnly)
-        mTapeArrayController->checkRecordingDirectory();
+        mTapeArrayController->scanInBackground();
     showFolderBanner(text);
 }
 
@@ -105,8 +130,7 @@ void WindowController::reloadLibrary()
     // A watch paused for a recording stays paused; a running one moves to the folder as it is now.
     const bool watching = mTapeArrayController->isMonitoring();
     mTapeArrayController->stopMonitoringRecordingDirectory();
-    TapeLibraryArrayController::recoverInterruptedRecordings(mPreferences.tapeLibraryPath());
-    mTapeArrayController->checkRecordingDirectory();
+    mTapeArrayController->scanInBackground(true);
     if (watching)
         mTapeArrayController->startMonitoringRecordingDirectory();
 }

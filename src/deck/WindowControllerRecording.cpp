@@ -236,9 +236,9 @@ void WindowController::setSelectedTape(const TapePtr& tape)
     mSelectedTape = tape;
     if (tape)
         observeTape(tape);
-    // A tape's edits are written when it is put away.
+    // A tape's edits are written when it is put away, in the background.
     if (previous)
-        previous->commitAttributes();
+        mCommits.commit(previous);
     Q_EMIT selectedTapeChanged();
 }
 
@@ -271,23 +271,12 @@ void WindowController::stopObservingTape(const TapePtr& tape)
 
 void WindowController::commitDirtyTape()
 {
+    // An edit made while a tape is loaded for playing is written at once. Tag writes never move
+    // the audio of a file in place, and a replaced file stays open under the player, so the
+    // sound goes on uninterrupted.
     if (!mAudioFilePlayer || !mSelectedTape)
         return;
-    // The file is rewritten while no player holds it; playback resumes where it was.
-    const qint64 frame = mAudioFilePlayer->currentFrame();
-    const double speed = mAudioFilePlayer->playbackSpeed();
-    const bool playing = mAudioFilePlayer->isFilePlaying();
-    if (playing)
-        mAudioFilePlayer->stopFilePlaying();
-    destroyTapePlayer();
-    mSelectedTape->commitAttributes();
-    createTapePlayer();
-    if (!mAudioFilePlayer)
-        return;
-    mAudioFilePlayer->setCurrentFrame(frame);
-    mAudioFilePlayer->setPlaybackSpeed(speed);
-    if (playing)
-        mAudioFilePlayer->startFilePlaying();
+    mCommits.commit(mSelectedTape);
 }
 
 } // namespace spindrel

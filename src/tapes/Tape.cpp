@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QMimeData>
 #include <QUrl>
+#include <bit>
 #include <exception>
 
 namespace spindrel {
@@ -60,13 +61,13 @@ void Tape::loadAttributes()
             if (auto letter = readTapeLetter(*tags))
                 mTapeLetter = *letter;
             else
-                markDirty(mTapeLetterDirty);
+                markDirty(TapeLetterField);
             letterSettled = true;
             // The headers sit beside the tags, in blocks already read.
             parseMP4FileHeaders(tags->fileHandle());
             return;
         }
-        markDirty(mTapeLetterDirty);
+        markDirty(TapeLetterField);
         letterSettled = true;
         parseMP4FileHeaders();
     } catch (const std::exception& exception) {
@@ -76,66 +77,112 @@ void Tape::loadAttributes()
     }
     // A letter that could not be read is the default one, to be written at the next commit.
     if (!letterSettled)
-        markDirty(mTapeLetterDirty);
+        markDirty(TapeLetterField);
 }
 
 bool Tape::commitAttributes()
 {
-    if (!QFileInfo::exists(mFilename))
-        return false;
-    auto tags = MP4Tags::fromFile(mFilename);
-    if (!tags)
-        return false;
+    const CommitPlan plan = commitPlan();
+    return finishCommit(plan, writeCommit(plan));
+}
 
-    const bool title = mTitleDirty;
-    const bool notes = mNotesDirty;
-    const bool date = mDateDirty;
-    const bool artist = mArtistDirty;
-    const bool letter = mTapeLetterDirty;
-    const bool quality = mQualityDirty;
-    if (!(title || notes || date || artist || letter || quality))
-        return true;
+Tape::CommitPlan Tape::commitPlan() const
+{
+    CommitPlan plan;
+    plan.filename = mFilename;
+    plan.fields = mDirtyFields;
+    plan.stamp = mEdits;
+    plan.title = mTitle;
+    plan.notes = mNotes;
+    plan.date = mDate;
+    plan.artist = mArtist;
+    plan.tapeLetter = mTapeLetter;
+    plan.recordedQuality = mRecordedQuality;
+    // The artist alone shows nowhere on the cassette.
+    if (plan.fields & (TapeLetterField | DateField | NotesField | TitleField))
+        plan.coverArt = TapeCassette::valuesForTape(*this);
+    return plan;
+}
+
+Tape::CommitResult Tape::writeCommit(const CommitPlan& plan)
+{
+    CommitResult result;
+    result.filename = plan.filename;
+    // Opening tags would create a missing file; a tape never does.
+    if (!QFileInfo::exists(plan.filename))
+        return result;
+    auto tags = MP4Tags::fromFile(plan.filename);
+    if (!tags)
+        return result;
+    if (plan.fields == 0) {
+        result.outcome = CommitResult::Outcome::NothingToWrite;
+        return result;
+    }
 
     // One write for the whole commit: the file gets every edit or none.
     tags->beginEdit();
-    if (title)
-        tags->setTitle(mTitle);
-    if (notes)
-        tags->setLyrics(mNotes);
-    if (date)
-        tags->setReleaseDate(DateParser::standardDescription(mDate));
-    if (artist)
-        tags->setArtist(mArtist);
-    if (letter || date || notes || title)
-        tags->setCoverArt(renderCoverArt());
-    if (letter)
-        writeTapeLetter(*tags, mTapeLetter);
-    if (quality)
-        writeRecordedQuality(*tags, mRecordedQuality);
+    if (plan.fields & TitleField)
+        tags->setTitle(plan.title);
+    if (plan.fields & NotesField)
+        tags->setLyrics(plan.notes);
+    if (plan.fields & DateField)
+        tags->setReleaseDate(DateParser::standardDescription(plan.date));
+    if (plan.fields & ArtistField)
+        tags->setArtist(plan.artist);
+    if (plan.coverArt)
+        tags->setCoverArt(TapeCassette::coverArtPNG(*plan.coverArt));
+    if (plan.fields & TapeLetterField)
+        writeTapeLetter(*tags, plan.tapeLetter);
+    if (plan.fields & QualityField)
+        writeRecordedQuality(*tags, plan.recordedQuality);
     if (!tags->save()) {
-        // The flags stay, so a later commit tries again; the file keeps its name.
-        Q_EMIT commitFailed(tags->errorString());
-        return false;
+        result.outcome = CommitResult::Outcome::Failed;
+        result.failure = tags->errorString();
+        return result;
     }
     tags.reset();
-    clearFlag(mNotesDirty);
-    clearFlag(mDateDirty);
-    clearFlag(mArtistDirty);
-    clearFlag(mTapeLetterDirty);
-    clearFlag(mQualityDirty);
-    if (mTitleDirty) {
-        if (auto error = renameFile(mTitle))
-            Q_EMIT errorOccurred(*error);
-        clearFlag(mTitleDirty);
+    result.outcome = CommitResult::Outcome::Written;
+    if (plan.fields & TitleField) {
+        auto renamed = renameFile(plan.filename, plan.date, plan.title);
+        if (auto* error = std::get_if<Error>(&renamed))
+            result.renameError = *error;
+        else
+            result.filename = std::get<QString>(renamed);
     }
+    return result;
+}
+
+bool Tape::finishCommit(const CommitPlan& plan, const CommitResult& result)
+{
+    using Outcome = CommitResult::Outcome;
+    if (result.outcome == Outcome::Missing)
+        return false;
+    if (result.outcome == Outcome::Failed) {
+        // The flags stay, so a later commit tries again; the file keeps its name.
+        Q_EMIT commitFailed(result.failure);
+        return false;
+    }
+    if (result.filename != mFilename) {
+        mFilename = result.filename;
+        Q_EMIT filenameChanged();
+    }
+    // A field edited again after the plan was taken stays dirty for the next commit.
+    for (const Field field :
+         {NotesField, DateField, ArtistField, TapeLetterField, QualityField, TitleField}) {
+        if ((plan.fields & field) && mEditedAt[std::countr_zero(unsigned(field))] <= plan.stamp)
+            clearFlag(field);
+    }
+    if (result.renameError)
+        Q_EMIT errorOccurred(*result.renameError);
     return true;
 }
 
-std::optional<Error> Tape::renameFile(const QString& title)
+std::variant<QString, Error> Tape::renameFile(const QString& path, const QDateTime& date,
+                                              const QString& title)
 {
-    const QFileInfo current(mFilename);
+    const QFileInfo current(path);
     const QString day =
-        mDate.isValid() ? mDate.toLocalTime().toString(QStringLiteral("[yyyy-MM-dd]")) : QStringLiteral("[]");
+        date.isValid() ? date.toLocalTime().toString(QStringLiteral("[yyyy-MM-dd]")) : QStringLiteral("[]");
     const QString base = fileFriendlyName(day + QLatin1Char(' ') + title);
     const QString directory = current.absolutePath() + QLatin1Char('/');
     const QString extension = current.suffix();
@@ -149,16 +196,14 @@ std::optional<Error> Tape::renameFile(const QString& title)
             break;
     }
 
-    QFile file(mFilename);
+    QFile file(path);
     if (!file.rename(candidate)) {
         QVariantMap info{{Error::DescriptionKey,
                           tr("“%1” couldn’t be renamed to “%2”: %3")
                               .arg(current.fileName(), QFileInfo(candidate).fileName(), file.errorString())}};
         return Error(Error::CocoaDomain, file.error(), info);
     }
-    mFilename = candidate;
-    Q_EMIT filenameChanged();
-    return std::nullopt;
+    return candidate;
 }
 
 QString Tape::fileFriendlyName(const QString& name)
@@ -172,14 +217,14 @@ QString Tape::fileFriendlyName(const QString& name)
 void Tape::setTitle(const QString& title)
 {
     mTitle = title;
-    markDirty(mTitleDirty);
+    markDirty(TitleField);
     Q_EMIT titleChanged();
 }
 
 void Tape::setNotes(const QString& notes)
 {
     mNotes = notes;
-    markDirty(mNotesDirty);
+    markDirty(NotesField);
     Q_EMIT notesChanged();
 }
 
@@ -192,21 +237,21 @@ void Tape::storeDate(const QDateTime& date)
 void Tape::setDate(const QDateTime& date)
 {
     storeDate(date);
-    markDirty(mDateDirty);
+    markDirty(DateField);
     Q_EMIT dateChanged();
 }
 
 void Tape::setArtist(const QString& artist)
 {
     mArtist = artist;
-    markDirty(mArtistDirty);
+    markDirty(ArtistField);
     Q_EMIT artistChanged();
 }
 
 void Tape::setTapeLetter(const TapeLetter& letter)
 {
     mTapeLetter = letter;
-    markDirty(mTapeLetterDirty);
+    markDirty(TapeLetterField);
     Q_EMIT tapeLetterChanged();
 }
 
@@ -214,27 +259,23 @@ void Tape::setQuality(const QString& quality)
 {
     mQuality = quality;
     mRecordedQuality = quality;
-    markDirty(mQualityDirty);
+    markDirty(QualityField);
     Q_EMIT headersChanged();
 }
 
-bool Tape::dirty() const
-{
-    return mTitleDirty || mNotesDirty || mDateDirty || mArtistDirty || mTapeLetterDirty || mQualityDirty;
-}
-
-void Tape::markDirty(bool& flag)
+void Tape::markDirty(Field field)
 {
     // Observers of dirty hear of every assignment of an edited field, not only of flag changes.
-    flag = true;
+    mDirtyFields |= field;
+    mEditedAt[std::countr_zero(unsigned(field))] = ++mEdits;
     Q_EMIT dirtyChanged();
 }
 
-void Tape::clearFlag(bool& flag)
+void Tape::clearFlag(Field field)
 {
-    if (!flag)
+    if (!(mDirtyFields & field))
         return;
-    flag = false;
+    mDirtyFields &= ~unsigned(field);
     Q_EMIT dirtyChanged();
 }
 
@@ -256,11 +297,6 @@ std::unique_ptr<QMimeData> Tape::mimeData() const
     auto data = std::make_unique<QMimeData>();
     data->setUrls({QUrl::fromLocalFile(mFilename)});
     return data;
-}
-
-QByteArray Tape::renderCoverArt() const
-{
-    return TapeCassette::coverArtPNG(*this);
 }
 
 } // namespace spindrel

@@ -1,14 +1,17 @@
 #pragma once
 
 #include "foundation/Error.h"
+#include "tapes/CassetteValues.h"
 #include "tapes/TapeLetter.h"
 
 #include <QDateTime>
 #include <QObject>
 #include <QString>
+#include <array>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <variant>
 
 class QMimeData;
 
@@ -39,10 +42,39 @@ public:
     /// Writes the dirty fields into the file in one step, renders new cover art when a visible
     /// field changed, and renames the file after a title change. False when nothing could be
     /// written: every flag stays and the file keeps its name (commitFailed says why, unless the
-    /// file is missing).
+    /// file is missing). The same as finishCommit(plan, writeCommit(plan)) with a plan taken now.
     bool commitAttributes();
-    /// Moves the file to "[YYYY-MM-DD] title.ext" (with " 1", " 2"... when taken).
-    std::optional<Error> renameFile(const QString& title);
+
+    /// What a commit writes, taken from the tape at one moment, so that the writing can happen
+    /// on another thread while the tape goes on being edited.
+    struct CommitPlan
+    {
+        QString filename;
+        unsigned fields = 0; // the dirty fields, as bits of Field
+        QString title;
+        QString notes;
+        QDateTime date;
+        QString artist;
+        TapeLetter tapeLetter;
+        QString recordedQuality;
+        std::optional<CassetteValues> coverArt; // when a visible field changed
+        quint64 stamp = 0;                      // the tape's edit count when the plan was taken
+    };
+    struct CommitResult
+    {
+        enum class Outcome { NothingToWrite, Written, Missing, Failed };
+        Outcome outcome = Outcome::Missing;
+        QString failure;  // why the tags could not be written
+        QString filename; // where the file is afterwards
+        std::optional<Error> renameError;
+    };
+    CommitPlan commitPlan() const;
+    /// Writes a plan into its file; touches no tape, so any thread may run it.
+    static CommitResult writeCommit(const CommitPlan& plan);
+    /// Takes the outcome of a plan: clears the flags of the fields it wrote, unless they were
+    /// edited again since, follows a rename and reports failures. True when the file holds the plan.
+    bool finishCommit(const CommitPlan& plan, const CommitResult& result);
+
     static QString fileFriendlyName(const QString& name);
 
     /// Fills in the probe's fields from the movie header and the stream descriptor.
@@ -76,12 +108,20 @@ public:
     /// file, where it outweighs what the audio suggests.
     void setQuality(const QString& quality);
 
-    bool titleDirty() const { return mTitleDirty; }
-    bool notesDirty() const { return mNotesDirty; }
-    bool dateDirty() const { return mDateDirty; }
-    bool artistDirty() const { return mArtistDirty; }
-    bool tapeLetterDirty() const { return mTapeLetterDirty; }
-    bool dirty() const;
+    enum Field : unsigned {
+        TitleField = 1,
+        NotesField = 2,
+        DateField = 4,
+        ArtistField = 8,
+        TapeLetterField = 16,
+        QualityField = 32,
+    };
+    bool titleDirty() const { return mDirtyFields & TitleField; }
+    bool notesDirty() const { return mDirtyFields & NotesField; }
+    bool dateDirty() const { return mDirtyFields & DateField; }
+    bool artistDirty() const { return mDirtyFields & ArtistField; }
+    bool tapeLetterDirty() const { return mDirtyFields & TapeLetterField; }
+    bool dirty() const { return mDirtyFields != 0; }
 
     /// Notes as the editor accepts them: an absent value becomes "".
     static QString validateNotes(const std::optional<QString>& notes);
@@ -91,9 +131,6 @@ public:
 
     /// The tape as a dragged file: a file URL (text/uri-list).
     std::unique_ptr<QMimeData> mimeData() const;
-
-    /// The cover art a commit would store: the cassette at scale 2.0, as PNG bytes.
-    QByteArray renderCoverArt() const;
 
 Q_SIGNALS:
     void filenameChanged();
@@ -112,8 +149,11 @@ Q_SIGNALS:
 private:
     /// The probe over a descriptor already open (and read ahead) for loading the tags.
     void parseMP4FileHeaders(int fileHandle);
-    void markDirty(bool& flag);
-    void clearFlag(bool& flag);
+    void markDirty(Field field);
+    void clearFlag(Field field);
+    /// Moves the file to "[YYYY-MM-DD] title.ext" (with " 1", " 2"... when taken); the new path.
+    static std::variant<QString, Error> renameFile(const QString& path, const QDateTime& date,
+                                                   const QString& title);
     void storeDate(const QDateTime& date);
 
     QString mFilename;
@@ -130,12 +170,9 @@ private:
     quint64 mSamplerate = 0;
     bool mStereo = false;
 
-    bool mTitleDirty = false;
-    bool mNotesDirty = false;
-    bool mDateDirty = false;
-    bool mArtistDirty = false;
-    bool mTapeLetterDirty = false;
-    bool mQualityDirty = false;
+    unsigned mDirtyFields = 0;
+    quint64 mEdits = 0;                 // every assignment of an edited field counts
+    std::array<quint64, 6> mEditedAt{}; // the count at each field's last assignment
 };
 
 using TapePtr = std::shared_ptr<Tape>;

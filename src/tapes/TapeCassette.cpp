@@ -39,7 +39,12 @@ QString TapeCassette::collapsedNotesString(const QString& notes)
 
 QByteArray TapeCassette::coverArtPNG(const Tape& tape)
 {
-    CassetteArtwork artwork(valuesForTape(tape));
+    return coverArtPNG(valuesForTape(tape));
+}
+
+QByteArray TapeCassette::coverArtPNG(const CassetteValues& values)
+{
+    CassetteArtwork artwork(values);
     const QImage image = artwork.coverArtImage();
     QByteArray png;
     QBuffer buffer(&png);

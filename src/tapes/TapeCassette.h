@@ -21,6 +21,8 @@ public:
     /// The notes on one line; a null string when nothing is left.
     static QString collapsedNotesString(const QString& notes);
     static QByteArray coverArtPNG(const Tape& tape);
+    /// Safe on any thread: the drawing takes plain values.
+    static QByteArray coverArtPNG(const CassetteValues& values);
 };
 
 } // namespace spindrel

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <plist/plist.h>
 
 namespace spindrel {
@@ -205,7 +206,10 @@ std::optional<TapeLetter> TapeLetterArchive::decode(const QByteArray& archive)
         QString letter;
         unsigned schemeIndex;
     };
+    // Libraries load on worker threads.
+    static std::mutex mutex;
     static QHash<QByteArray, Decoded> decoded;
+    const std::lock_guard lock(mutex);
     auto found = decoded.constFind(archive);
     if (found == decoded.constEnd()) {
         const auto letter = decodeArchive(archive);

@@ -17,12 +17,17 @@ namespace {
 constexpr int kCoalesceMs = 200;
 } // namespace
 
-TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath, QObject* parent)
-    : FilteringArrayController(parent), mFolderPath(folderPath)
+TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath, Loading loading,
+                                                       QObject* parent)
+    : FilteringArrayController(parent), mFolderPath(folderPath), mLoading(loading)
 {
     mCoalesce.setSingleShot(true);
     mCoalesce.setInterval(kCoalesceMs);
     connect(&mCoalesce, &QTimer::timeout, this, &TapeLibraryArrayController::coalescedFolderEvents);
+    if (loading == Loading::InBackground) {
+        scanInBackground(true);
+        return;
+    }
     // What an interrupted tag edit left behind is gone before anything reads the folder.
     MP4Tags::removeStaleEditFiles(mFolderPath);
     recoverInterruptedRecordings(mFolderPath);
@@ -31,10 +36,93 @@ TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath
 
 TapeLibraryArrayController::~TapeLibraryArrayController() = default;
 
-QStringList TapeLibraryArrayController::soundFileList() const
+void TapeLibraryArrayController::setFolderPath(const QString& folderPath)
+{
+    if (folderPath == mFolderPath)
+        return;
+    mFolderPath = folderPath;
+    LibraryScan::retire(std::move(mScan));
+    mScanAgain = false;
+}
+
+void TapeLibraryArrayController::scanInBackground(bool tidy)
+{
+    if (mScan) {
+        mScanAgain = true;
+        mTidyAgain = mTidyAgain || tidy;
+        return;
+    }
+    LibraryScan::Request request;
+    request.folder = mFolderPath;
+    request.tidy = tidy;
+    for (const TapePtr& tape : content())
+        request.known.insert(tape->filename());
+    mSelectionBeforeScan = selectedObjects();
+    mScanTotal = 0;
+    mScanLoaded = 0;
+    mScan = std::make_unique<LibraryScan>(std::move(request));
+    connect(mScan.get(), &LibraryScan::listed, this, &TapeLibraryArrayController::scanListed);
+    connect(mScan.get(), &LibraryScan::loaded, this, &TapeLibraryArrayController::takeScanBatch);
+    connect(mScan.get(), &LibraryScan::finished, this, &TapeLibraryArrayController::scanDone);
+    mScan->start();
+}
+
+void TapeLibraryArrayController::scanListed(const QStringList& gone, int newFiles)
+{
+    mScanTotal = newFiles;
+    Q_EMIT scanProgress(0, mScanTotal);
+    const QSet<QString> goneSet(gone.begin(), gone.end());
+    QList<TapePtr> leaving;
+    for (const TapePtr& tape : content()) {
+        if (goneSet.contains(tape->filename()))
+            leaving.append(tape);
+    }
+    if (!leaving.isEmpty())
+        removeObjects(leaving);
+}
+
+void TapeLibraryArrayController::takeScanBatch(const QList<TapePtr>& tapes)
+{
+    mScanLoaded += int(tapes.size());
+    // A tape may have come in by another way meanwhile (a finished recording).
+    QSet<QString> known;
+    for (const TapePtr& tape : content())
+        known.insert(tape->filename());
+    QList<TapePtr> added;
+    for (const TapePtr& tape : tapes) {
+        if (!known.contains(tape->filename()))
+            added.append(tape);
+    }
+    if (!added.isEmpty()) {
+        const bool selects = selectsInsertedObjects();
+        setSelectsInsertedObjects(false);
+        addObjects(added);
+        setSelectsInsertedObjects(selects);
+        // The deck has something to show from the first batch on.
+        if (selectedObjects().isEmpty()) {
+            setSelectionIndex(0);
+            mSelectionBeforeScan = selectedObjects();
+        }
+        Q_EMIT tapesLoaded(added);
+    }
+    Q_EMIT scanProgress(mScanLoaded, mScanTotal);
+}
+
+void TapeLibraryArrayController::scanDone()
+{
+    // Deleted later: this runs inside one of the scan's own signals.
+    mScan.release()->deleteLater();
+    if (mScanLoaded > 0 && selectedObjects() == mSelectionBeforeScan)
+        setSelectionIndex(0);
+    Q_EMIT scanFinished();
+    if (std::exchange(mScanAgain, false))
+        scanInBackground(std::exchange(mTidyAgain, false));
+}
+
+QStringList TapeLibraryArrayController::soundFileList(const QString& folder)
 {
     // Unsorted, hidden names included, no recursion; an unreadable folder lists nothing.
-    const QFileInfoList entries = QDir(mFolderPath).entryInfoList(QDir::Files | QDir::Hidden, QDir::Unsorted);
+    const QFileInfoList entries = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden, QDir::Unsorted);
     QStringList paths;
     for (const QFileInfo& entry : entries) {
         const QString name = entry.fileName();
@@ -46,7 +134,7 @@ QStringList TapeLibraryArrayController::soundFileList() const
         // Only regular files (or links to them): opening a FIFO or a device would block the scan.
         if (!entry.isFile())
             continue;
-        paths.append(mFolderPath + QLatin1Char('/') + name);
+        paths.append(folder + QLatin1Char('/') + name);
     }
     return paths;
 }
@@ -149,6 +237,12 @@ void TapeLibraryArrayController::folderEvent()
 
 void TapeLibraryArrayController::coalescedFolderEvents()
 {
+    if (mLoading == Loading::InBackground) {
+        mPendingEvents = 0;
+        scanInBackground();
+        Q_EMIT folderChanged();
+        return;
+    }
     // One merge per event, not per batch; the merge is idempotent so the repeats cost only a scan.
     for (int events = std::exchange(mPendingEvents, 0); events > 0; --events)
         checkRecordingDirectory();

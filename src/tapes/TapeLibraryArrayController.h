@@ -2,6 +2,7 @@
 
 #include "audio/RecordingRecovery.h"
 #include "tapes/FilteringArrayController.h"
+#include "tapes/LibraryScan.h"
 
 #include <QFileSystemWatcher>
 #include <QTimer>
@@ -17,21 +18,38 @@ class TapeLibraryArrayController : public FilteringArrayController
     Q_OBJECT
 
 public:
+    enum class Loading {
+        AtOnce,       // the library is full as soon as it exists
+        InBackground, // a background scan fills it; the watch's merges run in the background too
+    };
+
     /// Removes what interrupted tag edits left, recovers recordings that a crash interrupted, then
-    /// scans the folder at once, so the library is full as soon as it exists.
-    explicit TapeLibraryArrayController(const QString& folderPath, QObject* parent = nullptr);
+    /// scans the folder.
+    explicit TapeLibraryArrayController(const QString& folderPath, Loading loading = Loading::AtOnce,
+                                        QObject* parent = nullptr);
     ~TapeLibraryArrayController() override;
 
     const QString& folderPath() const { return mFolderPath; }
     /// Changes the folder that scans read; a running watch keeps the path it was started with.
-    void setFolderPath(const QString& folderPath) { mFolderPath = folderPath; }
+    /// A background scan of the old folder is dropped.
+    void setFolderPath(const QString& folderPath);
 
     /// Full paths of the folder's tapes: regular files (or links to them) whose names end in ".m4a"
     /// exactly, but for tag edits' hidden temporary files; no recursion, in listing order. A FIFO,
     /// socket or device is never opened.
-    QStringList soundFileList() const;
+    QStringList soundFileList() const { return soundFileList(mFolderPath); }
+    static QStringList soundFileList(const QString& folder);
     /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
     void checkRecordingDirectory();
+    /// The same merge, read on a thread of its own: gone tapes leave first, then new tapes come in
+    /// batches as they are read, and the newest tape is selected at the end unless someone chose
+    /// another meanwhile. A request during a scan runs one more scan after it. With `tidy`, what
+    /// interrupted edits and recordings left is cleared first.
+    void scanInBackground(bool tidy = false);
+    bool isScanning() const { return mScan != nullptr; }
+    /// How many new files the running (or last) background scan found, and has read so far.
+    int scanTotal() const { return mScanTotal; }
+    int scanLoaded() const { return mScanLoaded; }
     /// Turns what crashed recordings left in `folder` into tapes: each recovered file is an
     /// ordinary .m4a, titled "Untitled", dated when its recording began and named after both as
     /// a finished recording is. Recordings other processes are making are left alone. The next
@@ -70,12 +88,20 @@ public:
 Q_SIGNALS:
     /// Dropped .m4a files for the deck's import (which copies and reports errors).
     void importRequested(const QList<QUrl>& urls);
-    /// A file event reached the folder (the merge has run).
+    /// A file event reached the folder (the merge has run, or in the background, has begun).
     void folderChanged();
+    /// A background scan read `loaded` of the `total` new files it found.
+    void scanProgress(int loaded, int total);
+    /// A batch of tapes read in the background is in the content.
+    void tapesLoaded(const QList<spindrel::TapePtr>& tapes);
+    void scanFinished();
 
 private:
     void folderEvent();
     void coalescedFolderEvents();
+    void scanListed(const QStringList& gone, int newFiles);
+    void takeScanBatch(const QList<TapePtr>& tapes);
+    void scanDone();
 
     QString mFolderPath;
     QString mWatchedPath;
@@ -83,6 +109,14 @@ private:
     QTimer mCoalesce;
     int mPendingEvents = 0;
     bool mWatching = false;
+
+    Loading mLoading;
+    std::unique_ptr<LibraryScan> mScan;
+    bool mScanAgain = false;
+    bool mTidyAgain = false;
+    QList<TapePtr> mSelectionBeforeScan; // what the scan may replace with the newest tape
+    int mScanTotal = 0;
+    int mScanLoaded = 0;
 };
 
 } // namespace spindrel

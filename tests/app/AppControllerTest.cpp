@@ -10,6 +10,7 @@
 #include "update/Updater.h"
 
 #include <QDir>
+#include <QTest>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
@@ -67,6 +68,8 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     WindowController* deck = mApp->windowController();
     ASSERT_NE(deck, nullptr);
     EXPECT_TRUE(deck->window()->isVisible());
+    // The library fills in the background.
+    ASSERT_TRUE(QTest::qWaitFor([deck] { return deck->selectedTape() != nullptr; }, 20000));
     ASSERT_EQ(deck->library().content().size(), 1);
     EXPECT_EQ(QFileInfo(deck->library().content().first()->filename()).fileName(),
               QStringLiteral("sp-welcome.m4a"));

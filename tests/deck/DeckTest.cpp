@@ -6,6 +6,7 @@
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
 #include "tapes/Tape.h"
+#include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 
 #include <QDir>
@@ -38,6 +39,8 @@ WindowController& DeckTest::openDeck()
     mDeck->showWindow();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(mDeck->window()));
     mDeck->applicationDidFinishLaunching();
+    // The library is read in the background; the tests start from a full one.
+    EXPECT_TRUE(waitFor([this] { return !mDeck->library().isScanning(); }));
     return *mDeck;
 }
 

@@ -47,7 +47,7 @@ TEST_F(LibraryFolderTest, AFolderThatGoesAwayIsNamedInABannerAndItsTapesReturnWi
     EXPECT_TRUE(deck.deckMessage().contains(mLibraryPath)) << deck.deckMessage();
     ASSERT_NE(deck.window()->messageAction(), nullptr);
     EXPECT_EQ(deck.window()->messageAction()->text(), QStringLiteral("Choose Folder…"));
-    EXPECT_TRUE(deck.library().content().isEmpty());
+    EXPECT_TRUE(waitFor([&] { return deck.library().content().isEmpty(); }));
     EXPECT_EQ(deck.selectedTape(), nullptr);
 
     // It comes back: the banner goes and the tape is listed again, with nothing done by the user.

@@ -12,6 +12,7 @@
 
 #include <QAction>
 #include <QDir>
+#include <QSignalSpy>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QStandardPaths>
@@ -61,7 +62,7 @@ TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdleUntilAnotherFolderReplacesTheLi
     EXPECT_EQ(state(), TransportState::Idle);
 
     mPreferences->setTapeLibraryPath(elsewhere);
-    ASSERT_EQ(deck.library().content().size(), 1);
+    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
     EXPECT_EQ(deck.library().content().first()->filename(), elsewhere + QStringLiteral("/There.m4a"));
 }
 
@@ -226,8 +227,11 @@ TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
     WindowController& deck = openDeck();
     deck.playTape();
     deck.library().arrangedObjects().at(1)->setNotes(QStringLiteral("second take was better"));
+    QSignalSpy closed(&deck, &WindowController::windowDidClose);
     closeDeck();
     EXPECT_EQ(state(), TransportState::TapeStopped);
+    // The deck is done only once the edits are in the files.
+    ASSERT_TRUE(closed.count() == 1 || closed.wait(20000));
     const auto tags = MP4Tags::fromFile(older);
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->lyrics().value_or(QString()), QStringLiteral("second take was better"));
