@@ -30,6 +30,7 @@ public:
     PrivateSessionBus& operator=(const PrivateSessionBus&) = delete;
 
     bool isRunning() const { return !mAddress.isEmpty(); }
+    const QString& address() const { return mAddress; }
     /// A new connection to the bus under the connection name `name`.
     QDBusConnection connect(const QString& name)
     {

@@ -49,7 +49,7 @@ void TapeBoxViewController::setStatus(const QString& text)
 
 QString TapeBoxViewController::status() const
 {
-    return mStatus->isVisible() ? mStatus->text() : QString();
+    return mStatus->isHidden() ? QString() : mStatus->text();
 }
 
 void TapeBoxViewController::updateEmptyNotice()

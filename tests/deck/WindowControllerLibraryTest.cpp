@@ -1,5 +1,10 @@
 #include "DeckTest.h"
+#include "MP4Tags/MP4Tags.h"
+#include "PrivateSessionBus.h"
 #include "deck/DeckWindow.h"
+#include "deck/MprisService.h"
+#include "deck/TapeBoxViewController.h"
+#include "tapes/TapeLetterTag.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 
@@ -55,6 +60,69 @@ TEST_F(LibraryFolderTest, AFolderThatGoesAwayIsNamedInABannerAndItsTapesReturnWi
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }, 20000));
     ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
     EXPECT_EQ(deck.library().content().first()->title(), QStringLiteral("Kept"));
+}
+
+TEST_F(LibraryFolderTest, TwoThousandFilesOfOtherProgramsAreReadAndLetteredWhileTheDeckAnswers)
+{
+    constexpr int kFiles = 2000;
+    for (int i = 0; i < kFiles; ++i)
+        ASSERT_TRUE(makeTapeFile(mLibraryPath + QStringLiteral("/other %1.m4a").arg(i)));
+    PrivateSessionBus bus;
+    ASSERT_TRUE(bus.isRunning());
+
+    QElapsedTimer sinceLaunch;
+    sinceLaunch.start();
+    mDeck = std::make_unique<WindowController>(*mPreferences);
+    mDeck->showWindow();
+    mDeck->applicationDidFinishLaunching();
+    MprisService service(*mDeck);
+    ASSERT_TRUE(service.registerOnBus(bus.connect(QStringLiteral("deck"))));
+
+    // Another process asks over the bus: it hears back only if the deck's event loop turns.
+    QProcess query;
+    query.start(
+        QStringLiteral("dbus-send"),
+        {QStringLiteral("--bus=") + bus.address(), QStringLiteral("--print-reply"),
+         QStringLiteral("--dest=org.mpris.MediaPlayer2.spindrel"), QStringLiteral("/org/mpris/MediaPlayer2"),
+         QStringLiteral("org.freedesktop.DBus.Properties.Get"),
+         QStringLiteral("string:org.mpris.MediaPlayer2.Player"), QStringLiteral("string:PlaybackStatus")});
+    ASSERT_TRUE(waitFor([&] { return query.state() == QProcess::NotRunning; }, 60000));
+    std::cout << "[ measure  ] launch to an answer over the bus with " << kFiles
+              << " letter-less files: " << sinceLaunch.elapsed() << " ms" << std::endl;
+    EXPECT_EQ(query.exitCode(), 0) << query.readAllStandardError().toStdString();
+    EXPECT_TRUE(query.readAllStandardOutput().contains("Stopped"));
+    const int writtenWhenAnswered =
+        kFiles - int(std::count_if(mDeck->library().content().begin(), mDeck->library().content().end(),
+                                   [](const TapePtr& tape) { return tape->tapeLetterDirty(); }));
+    EXPECT_TRUE(mDeck->library().isScanning() || writtenWhenAnswered < kFiles)
+        << "the answer did not wait for the files";
+
+    // Every file is read, and the letters are written in the background, counted in the box.
+    ASSERT_TRUE(waitFor([&] { return mDeck->library().content().size() == kFiles; }, 120000));
+    EXPECT_NE(mDeck->selectedTape(), nullptr);
+    ASSERT_TRUE(waitFor([&] {
+        return mDeck->tapeBoxViewController()->status().startsWith(QStringLiteral("Saving tapes…"));
+    }));
+    EXPECT_TRUE(mDeck->tapeBoxViewController()->status().endsWith(QStringLiteral(" of %1").arg(kFiles)))
+        << mDeck->tapeBoxViewController()->status().toStdString();
+    TapePtr lettered;
+    ASSERT_TRUE(waitFor([&] {
+        for (const TapePtr& tape : mDeck->library().content()) {
+            if (!tape->tapeLetterDirty()) {
+                lettered = tape;
+                return true;
+            }
+        }
+        return false;
+    }));
+    const auto tags = MP4Tags::fromFile(lettered->filename());
+    ASSERT_TRUE(tags);
+    EXPECT_TRUE(readTapeLetter(*tags).has_value());
+    EXPECT_FALSE(tags->coverArt().value_or(QByteArray()).isEmpty());
+
+    // The rest need not be waited for here: without their files, the writes left end at once.
+    for (const QString& name : QDir(mLibraryPath).entryList(QDir::Files))
+        QFile::remove(mLibraryPath + QLatin1Char('/') + name);
 }
 
 TEST_F(LibraryFolderTest, AMissingFolderAtLaunchOffersAnotherAndTheDeckListsTheChosenOne)

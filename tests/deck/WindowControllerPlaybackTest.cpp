@@ -1,5 +1,4 @@
 #include "DeckTest.h"
-
 #include "MP4Tags/MP4Tags.h"
 #include "deck/SoundEffectPlayer.h"
 #include "foundation/Log.h"

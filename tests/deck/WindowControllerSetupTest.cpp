@@ -12,9 +12,10 @@
 
 #include <QAction>
 #include <QDir>
-#include <QSignalSpy>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
@@ -139,8 +140,17 @@ TEST_F(SetupTest, SearchingFiltersTheTapeBoxAndLoadsItsFirstRow)
     EXPECT_EQ(deck.library().selectionIndex(), 0);
     EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Piano recital"));
 
+    auto* notice = deck.tapeBoxViewController()->findChild<QLabel*>(QStringLiteral("TapeBoxEmptyNotice"));
+    ASSERT_NE(notice, nullptr);
+    EXPECT_TRUE(notice->isHidden());
+    QTest::keyClicks(field, QStringLiteral(" trombone"));
+    EXPECT_TRUE(deck.library().arrangedObjects().isEmpty());
+    EXPECT_FALSE(notice->isHidden()) << "a search that finds nothing says so";
+    EXPECT_EQ(notice->text(), QStringLiteral("No tapes match"));
+
     field->clear();
     EXPECT_EQ(deck.library().arrangedObjects().size(), 3);
+    EXPECT_TRUE(notice->isHidden());
     EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Guitar"));
 }
 
