@@ -53,7 +53,7 @@ AppController::~AppController()
 
 void AppController::applicationDidFinishLaunching()
 {
-    if (Updater::isAvailable() && !mSparkleUpdater) {
+    if (Updater::hasConfiguredFeed() && !mSparkleUpdater) {
         mSparkleUpdater = new Updater(this);
         connect(mCheckForUpdatesMenuItem, &QAction::triggered, mSparkleUpdater, &Updater::checkForUpdates);
         mCheckForUpdatesMenuItem->setVisible(true);

@@ -35,10 +35,18 @@ bool Updater::isAvailable()
     return SPINDREL_UPDATE_CHECK;
 }
 
+bool Updater::hasConfiguredFeed()
+{
+    return isAvailable() && configuredFeedURL().isValid();
+}
+
 QUrl Updater::feedURL() const
 {
-    if (mFeedURL.isValid())
-        return mFeedURL;
+    return mFeedURL.isValid() ? mFeedURL : configuredFeedURL();
+}
+
+QUrl Updater::configuredFeedURL()
+{
     if (const QString fromEnvironment = qEnvironmentVariable("SPINDREL_APPCAST_URL");
         !fromEnvironment.isEmpty())
         return QUrl(fromEnvironment);

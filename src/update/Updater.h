@@ -27,6 +27,9 @@ public:
 
     /// False in builds made with SPINDREL_UPDATE_CHECK off: no check, no menu item.
     static bool isAvailable();
+    /// Whether the build, the environment or the settings name a feed: without one the deck
+    /// offers no check at all, rather than one that can only fail.
+    static bool hasConfiguredFeed();
     QUrl feedURL() const;
     void setFeedURL(const QUrl& url) { mFeedURL = url; }
     QString currentVersion() const { return mCurrentVersion; }
@@ -51,6 +54,8 @@ Q_SIGNALS:
     void checkFailed(const QString& message);
 
 private:
+    static QUrl configuredFeedURL();
+
     void check(bool userInitiated);
     void replyFinished(bool userInitiated);
     void fail(const QString& message, bool userInitiated);

@@ -10,12 +10,12 @@
 #include "update/Updater.h"
 
 #include <QDir>
-#include <QTest>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,6 +45,12 @@ protected:
     void SetUp() override
     {
         qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
+        qunsetenv("SPINDREL_APPCAST_URL");
+        launch();
+    }
+
+    void launch()
+    {
         mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
             mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
         mPreferences = std::make_unique<PreferencesController>(*mDefaults, library());
@@ -151,10 +157,23 @@ TEST_F(AppControllerTest, FeedbackReachesTheDesktopsOpenerWithSubjectAndBodyInta
                   AppController::currentSystemVersionString() + QStringLiteral(".)\n"));
 }
 
-TEST_F(AppControllerTest, CheckForUpdatesIsInTheMenuButTheFirstLaunchesDoNotCheckAtStart)
+TEST_F(AppControllerTest, CheckForUpdatesIsOfferedOnlyWithAFeedAndTheFirstLaunchesDoNotCheckAtStart)
 {
+    // No feed named anywhere: a check could only fail, so none is offered.
+    EXPECT_EQ(mApp->sparkleUpdater(), nullptr);
+    ASSERT_NE(mApp->checkForUpdatesMenuItem(), nullptr);
+    EXPECT_FALSE(mApp->checkForUpdatesMenuItem()->isVisible());
     if (!Updater::isAvailable())
         GTEST_SKIP() << "built without the update check";
+
+    // Nothing listens on port 9 here, so the user's check must come back with a failure.
+    mApp->windowController()->window()->close();
+    mApp.reset();
+    mPreferences.reset();
+    mDefaults.reset();
+    qputenv("SPINDREL_APPCAST_URL", "http://127.0.0.1:9/appcast.xml");
+    const auto unset = qScopeGuard([] { qunsetenv("SPINDREL_APPCAST_URL"); });
+    launch();
     Updater* updater = mApp->sparkleUpdater();
     ASSERT_NE(updater, nullptr);
     EXPECT_FALSE(updater->isChecking());
@@ -163,9 +182,7 @@ TEST_F(AppControllerTest, CheckForUpdatesIsInTheMenuButTheFirstLaunchesDoNotChec
     EXPECT_TRUE(item->isVisible());
     EXPECT_EQ(item->text(), QStringLiteral("Check for Updates…"));
 
-    // Nothing listens on port 9 here, so the user's check must come back with a failure.
     updater->setPresentsAlerts(false);
-    updater->setFeedURL(QUrl(QStringLiteral("http://127.0.0.1:9/appcast.xml")));
     QSignalSpy failed(updater, &Updater::checkFailed);
     item->trigger();
     EXPECT_TRUE(updater->isChecking());
