@@ -211,8 +211,9 @@ void populateDevicePopUp(QComboBox* popUp, const QString& automatic, const QList
     popUp->clear();
     popUp->addItem(automatic);
     popUp->insertSeparator(1);
-    for (const VORLAudioDevice& device : devices)
-        popUp->addItem(device.deviceName(), device.deviceUID());
+    const QStringList names = VORLAudioDevice::distinctNames(devices);
+    for (qsizetype i = 0; i < devices.size(); ++i)
+        popUp->addItem(names[i], devices[i].deviceUID());
     const int stored = storedUID.isEmpty() ? 0 : popUp->findData(storedUID);
     popUp->setCurrentIndex(std::max(stored, 0));
 }

@@ -88,15 +88,22 @@ void clearStreamCallbacks(pa_stream* stream)
 
 PulseDeviceInfo PulseDeviceInfo::fromSource(const pa_source_info& info)
 {
-    return deviceInfo(info.name, info.description, info.index, info.sample_spec, info.channel_map,
-                      info.monitor_of_sink != PA_INVALID_INDEX,
-                      info.configured_latency ? info.configured_latency : info.latency);
+    PulseDeviceInfo device = deviceInfo(info.name, info.description, info.index, info.sample_spec,
+                                        info.channel_map, info.monitor_of_sink != PA_INVALID_INDEX,
+                                        info.configured_latency ? info.configured_latency : info.latency);
+    if (info.active_port && info.active_port->description)
+        device.portDescription = QString::fromUtf8(info.active_port->description);
+    return device;
 }
 
 PulseDeviceInfo PulseDeviceInfo::fromSink(const pa_sink_info& info)
 {
-    return deviceInfo(info.name, info.description, info.index, info.sample_spec, info.channel_map, false,
-                      info.configured_latency ? info.configured_latency : info.latency);
+    PulseDeviceInfo device =
+        deviceInfo(info.name, info.description, info.index, info.sample_spec, info.channel_map, false,
+                   info.configured_latency ? info.configured_latency : info.latency);
+    if (info.active_port && info.active_port->description)
+        device.portDescription = QString::fromUtf8(info.active_port->description);
+    return device;
 }
 
 PulseConnection::PulseConnection(const QString& clientName)

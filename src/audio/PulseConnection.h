@@ -23,6 +23,7 @@ struct PulseDeviceInfo
 {
     QString name; // stable: the device UID
     QString description;
+    QString portDescription; // the active port ("Microphone", "Headphones"), if the device has ports
     uint32_t index = 0;
     unsigned channels = 0;
     unsigned sampleRate = 0;

@@ -49,6 +49,27 @@ QString VORLAudioDevice::deviceName() const
     return mDefaultSink ? mDefaultSink->description : QString();
 }
 
+QStringList VORLAudioDevice::distinctNames(const QList<VORLAudioDevice>& devices)
+{
+    const auto countOf = [](const QStringList& list, const QString& name) { return list.count(name); };
+    QStringList names;
+    for (const VORLAudioDevice& device : devices)
+        names << device.deviceName();
+    QStringList withPorts = names;
+    for (qsizetype i = 0; i < devices.size(); ++i) {
+        const auto& info = devices[i].mSource ? devices[i].mSource : devices[i].mSink;
+        if (countOf(names, names[i]) > 1 && info && !info->portDescription.isEmpty())
+            withPorts[i] = QStringLiteral("%1 (%2)").arg(names[i], info->portDescription);
+    }
+    // Two of a kind (two of the same microphone) share their port too; their UIDs differ.
+    QStringList result = withPorts;
+    for (qsizetype i = 0; i < devices.size(); ++i) {
+        if (countOf(withPorts, withPorts[i]) > 1)
+            result[i] = QStringLiteral("%1 (%2)").arg(names[i], devices[i].deviceUID());
+    }
+    return result;
+}
+
 unsigned VORLAudioDevice::numberOfChannelsForDirection(unsigned direction) const
 {
     // A UID known in the other direction has no channels in this one.

@@ -2,7 +2,9 @@
 
 #include "audio/PulseConnection.h"
 
+#include <QList>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 namespace spindrel {
@@ -28,6 +30,9 @@ public:
     /// The display name for menus (the server's description), of the default device when the
     /// UID is unknown.
     QString deviceName() const;
+    /// Names for a menu of these devices, in their order: a name that two devices share gets the
+    /// device's port, or else its UID, in parentheses, so that each entry tells its device.
+    static QStringList distinctNames(const QList<VORLAudioDevice>& devices);
     /// Channel count for a direction: 1 input, 0 output.
     unsigned numberOfChannelsForDirection(unsigned direction) const;
     /// True when at least two input channels can be recorded.

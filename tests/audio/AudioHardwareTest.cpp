@@ -3,6 +3,7 @@
 
 #include <QRegularExpression>
 #include <QScopeGuard>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -146,4 +147,46 @@ TEST(AudioHardware, choosingAnotherDefaultInputIsNoticed)
     pactl({QStringLiteral("set-default-source"), QStringLiteral("vmic")});
     ASSERT_TRUE(defaultChanged.wait(10000));
     EXPECT_EQ(listChanged.count(), 0) << "no device came or went";
+}
+
+TEST(AudioHardware, devicesOfTheSameNameAreToldApartInMenus)
+{
+    VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
+    QSignalSpy listChanged(hardware, &VORLAudioHardware::deviceListDidChange);
+    QStringList modules;
+    for (const char* sink : {"twin1", "twin2"}) {
+        modules << pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
+                          QStringLiteral("sink_name=") + QLatin1String(sink),
+                          QStringLiteral("sink_properties=device.description=Twin")});
+    }
+    const auto unload = qScopeGuard([&] {
+        for (const QString& module : modules)
+            pactl({QStringLiteral("unload-module"), module});
+    });
+    ASSERT_TRUE(QTest::qWaitFor(
+        [] {
+            const QStringList known = uids(VORLAudioHardware::playbackDevices());
+            return known.contains(QStringLiteral("twin1")) && known.contains(QStringLiteral("twin2"));
+        },
+        10000));
+    const QList<VORLAudioDevice> devices = VORLAudioHardware::playbackDevices();
+    const QStringList names = VORLAudioDevice::distinctNames(devices);
+    ASSERT_EQ(names.size(), devices.size());
+    QStringList plain;
+    for (const VORLAudioDevice& device : devices)
+        plain << device.deviceName();
+    QStringList twins;
+    for (qsizetype i = 0; i < devices.size(); ++i) {
+        if (devices[i].deviceName() == QStringLiteral("Twin")) {
+            twins << names[i];
+        } else if (plain.count(plain[i]) == 1) {
+            EXPECT_EQ(names[i], plain[i]) << "a name of its own stays as it is";
+        }
+    }
+    EXPECT_EQ(QSet<QString>(names.begin(), names.end()).size(), names.size())
+        << "every entry tells its device";
+    ASSERT_EQ(twins.size(), 2);
+    EXPECT_NE(twins[0], twins[1]);
+    for (const QString& twin : twins)
+        EXPECT_TRUE(twin.startsWith(QStringLiteral("Twin ("))) << twin.toStdString();
 }
