@@ -3,6 +3,7 @@
 #include "MP4Tags/MP4Tags.h"
 #include "tapes/LibraryQuery.h"
 #include "tapes/Tape.h"
+#include "tapes/TapeCassette.h"
 #include "tapes/TapeLetterTag.h"
 #include "tapes/TapeLibraryArrayController.h"
 
@@ -133,8 +134,37 @@ void BM_FilterQuery(benchmark::State& state)
     state.SetLabel(query.toStdString());
 }
 
+// What writing a letter-less file costs: the cover art drawn and encoded, then the tags written.
+void BM_CoverArt(benchmark::State& state)
+{
+    Tape tape(QDir(library().folder()).filePath(QStringLiteral("00001.m4a")));
+    const CassetteValues values = TapeCassette::valuesForTape(tape);
+    qsizetype bytes = 0;
+    for (auto _ : state)
+        bytes = TapeCassette::coverArtPNG(values).size();
+    state.counters["bytes"] = double(bytes);
+}
+
+void BM_CommitLetterlessTape(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const QString source = QDir(library().folder()).filePath(QStringLiteral("00002.m4a"));
+    int run = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const QString path = dir.filePath(QStringLiteral("%1.m4a").arg(run++));
+        QFile::copy(source, path);
+        Tape tape(path);
+        tape.setTapeLetter(TapeLetter::tapeLetter(QStringLiteral("B")));
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(tape.commitAttributes());
+    }
+}
+
 } // namespace
 
+BENCHMARK(BM_CoverArt)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CommitLetterlessTape)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LoadTapes)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_LoadTapes_TagLib)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_ScanIntoModel)->Unit(benchmark::kMillisecond)->Iterations(3);
