@@ -2,6 +2,7 @@
 
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLAudioInputMeter.h"
+#include "deck/DeckKeyboardFocus.h"
 #include "deck/DeckPreferences.h"
 #include "deck/DeckSoundEffects.h"
 #include "deck/DeckStatusItem.h"
@@ -81,6 +82,8 @@ void WindowController::buildDeck()
     observeHUD();
     setupSoundEffectPlayers();
     bindTapeView();
+    // Owned by this controller as a child object.
+    new DeckKeyboardFocus(*mWindow, *mTapeBox, this);
 
     // The initial call loads the newest tape, selected above, into the deck.
     connect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this,
@@ -105,9 +108,6 @@ void WindowController::placeWindowAndConnectAudio()
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
     mSoundServerNotice = std::make_unique<SoundServerNotice>(*this);
-    // Tab goes from the keys to the search field and back.
-    QWidget::setTabOrder(mSegmentedTapeButtonView, mTapeBox->searchField());
-    QWidget::setTabOrder(mTapeBox->searchField(), mSegmentedTapeButtonView);
     mSegmentedTapeButtonView->setFocus();
 }
 
