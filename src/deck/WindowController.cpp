@@ -13,6 +13,7 @@
 #include "deck/TapeBoxViewController.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
+#include "hud/HUDAccessibility.h"
 #include "hud/HUDView.h"
 #include "hud/KeyboardTransportMap.h"
 #include "hud/SegmentedTapeButtonView.h"
@@ -64,6 +65,7 @@ void WindowController::buildDeck()
     connect(mStatusItem, &DeckStatusItem::playTriggered, this, &WindowController::playTape);
     connect(mStatusItem, &DeckStatusItem::showDeckTriggered, this, &WindowController::activateApp);
 
+    HUDAccessibility::install();
     mWindow = new DeckWindow;
     mHUDView = mWindow->hudView();
     mSegmentedTapeButtonView = mWindow->buttonView();
