@@ -23,8 +23,13 @@ public:
     QAccessibleInterface* focusChild() const override { return nullptr; }
     void setText(QAccessible::Text, const QString&) override {}
     QAccessible::Role role() const override { return QAccessible::RadioButton; }
-    // The boxes are drawn by the control; its area stands for each of them.
-    QRect rect() const override { return group() ? group()->rect() : QRect(); }
+    QRect rect() const override
+    {
+        if (!isValid())
+            return {};
+        const QRect local = group()->choices().frame(mIndex).toAlignedRect();
+        return {mWidget->mapToGlobal(local.topLeft()), local.size()};
+    }
 
     QString text(QAccessible::Text t) const override
     {
@@ -107,6 +112,16 @@ int AccessibleChoiceGroup::indexOfChild(const QAccessibleInterface* child) const
             return index;
     }
     return -1;
+}
+
+QAccessibleInterface* AccessibleChoiceGroup::childAt(int x, int y) const
+{
+    const QPointF point = widget()->mapFromGlobal(QPoint(x, y));
+    for (int index = 0; index < childCount(); ++index) {
+        if (mChoices.frame(index).contains(point))
+            return child(index);
+    }
+    return nullptr;
 }
 
 QString AccessibleChoiceGroup::text(QAccessible::Text t) const

@@ -17,6 +17,8 @@ public:
     {
         QString name;
         std::function<QStringList()> names;
+        /// Where each box is drawn, in the control's coordinates.
+        std::function<QRectF(int)> frame;
         std::function<int()> chosen;
         std::function<void(int)> choose;
         /// True while the choice cannot be changed (recording).
@@ -29,6 +31,7 @@ public:
     int childCount() const override;
     QAccessibleInterface* child(int index) const override;
     int indexOfChild(const QAccessibleInterface* child) const override;
+    QAccessibleInterface* childAt(int x, int y) const override;
     QString text(QAccessible::Text t) const override;
 
     const Choices& choices() const { return mChoices; }

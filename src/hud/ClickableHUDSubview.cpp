@@ -1,5 +1,6 @@
 #include "hud/ClickableHUDSubview.h"
 
+#include <QAccessible>
 #include <QMouseEvent>
 
 namespace spindrel {
@@ -23,6 +24,13 @@ void ClickableHUDSubview::focusOutEvent(QFocusEvent* event)
     if (parentWidget())
         parentWidget()->update();
     QWidget::focusOutEvent(event);
+}
+
+void ClickableHUDSubview::announceValue(const QVariant& value)
+{
+    // A screen reader hears of changes made elsewhere too (the keyboard, the deck's own settings).
+    QAccessibleValueChangeEvent event(this, value);
+    QAccessible::updateAccessibility(&event);
 }
 
 bool ClickableHUDSubview::isActivationKey(int key)

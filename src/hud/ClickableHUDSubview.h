@@ -27,6 +27,8 @@ protected:
 
     /// Space, Return and Enter: the keys that press a focused control.
     static bool isActivationKey(int key);
+    /// Tells assistive technologies the control's value changed (as their value text reads it).
+    void announceValue(const QVariant& value);
 };
 
 } // namespace spindrel

@@ -37,32 +37,40 @@ QString decibels(double value)
 
 QAccessibleInterface* qualityInterface(QualityView* view)
 {
-    return new AccessibleChoiceGroup(
-        view, {QualityView::tr("Recording Quality"),
-               [view] {
-                   QStringList names;
-                   for (const QualityView::Layer& layer : view->layers())
-                       names << layer.tapeQuality;
-                   return names;
-               },
-               [view] { return view->selectedLayer(); },
-               [view](int index) {
-                   if (index >= 0 && index < static_cast<int>(view->layers().size()))
-                       view->setQuality(view->layers()[static_cast<std::size_t>(index)].tapeQuality);
-               },
-               [view] { return view->recordingMode(); }});
+    const auto layer = [view](int index) -> const QualityView::Layer* {
+        const auto& layers = view->layers();
+        return index >= 0 && index < static_cast<int>(layers.size())
+                   ? &layers[static_cast<std::size_t>(index)]
+                   : nullptr;
+    };
+    AccessibleChoiceGroup::Choices choices;
+    choices.name = QualityView::tr("Recording Quality");
+    choices.names = [view] {
+        QStringList names;
+        for (const QualityView::Layer& each : view->layers())
+            names << each.tapeQuality;
+        return names;
+    };
+    choices.frame = [layer](int index) { return layer(index) ? layer(index)->frame : QRectF(); };
+    choices.chosen = [view] { return view->selectedLayer(); };
+    choices.choose = [view, layer](int index) {
+        if (layer(index))
+            view->setQuality(layer(index)->tapeQuality);
+    };
+    choices.locked = [view] { return view->recordingMode(); };
+    return new AccessibleChoiceGroup(view, std::move(choices));
 }
 
 QAccessibleInterface* stereoInterface(StereoView* view)
 {
-    return new AccessibleChoiceGroup(
-        view,
-        {StereoView::tr("Channels"),
-         [] {
-             return QStringList{StereoView::tr("Stereo"), StereoView::tr("Mono")};
-         },
-         [view] { return view->stereo() ? 0 : 1; }, [view](int index) { view->chooseStereo(index == 0); },
-         [view] { return view->recordingMode(); }});
+    AccessibleChoiceGroup::Choices choices;
+    choices.name = StereoView::tr("Channels");
+    choices.names = [] { return QStringList{StereoView::tr("Stereo"), StereoView::tr("Mono")}; };
+    choices.frame = [view](int index) { return view->layerFrame(index == 0 ? 0 : 1); };
+    choices.chosen = [view] { return view->stereo() ? 0 : 1; };
+    choices.choose = [view](int index) { view->chooseStereo(index == 0); };
+    choices.locked = [view] { return view->recordingMode(); };
+    return new AccessibleChoiceGroup(view, std::move(choices));
 }
 
 QAccessibleInterface* volumeInterface(VolumeView* view)

@@ -47,6 +47,7 @@ void QualityView::selectLayer(int layer)
         return;
     mSelectedLayer = layer;
     update();
+    announceValue(quality());
     Q_EMIT qualityChanged();
 }
 

@@ -20,6 +20,7 @@ void StereoView::setStereo(bool stereo)
         return;
     mStereo = stereo;
     update();
+    announceValue(stereo ? tr("Stereo") : tr("Mono"));
     Q_EMIT stereoChanged();
 }
 

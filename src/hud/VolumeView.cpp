@@ -18,6 +18,7 @@ void VolumeView::setVolume(double volume)
         return;
     mVolume = volume;
     update();
+    announceValue(mVolume);
     Q_EMIT volumeChanged();
 }
 

@@ -71,6 +71,12 @@ TEST_F(HUDAccessibilityTest, TheDisplaysSettingsAreRadioGroupsAndItsReadingsSlid
     EXPECT_EQ(quality->indexOfChild(lq), 2);
     EXPECT_TRUE(lq->state().checkable);
     EXPECT_FALSE(lq->state().checked);
+    // Each box is found where it is drawn.
+    const QPoint lqCenter =
+        hud.qualityView()->mapToGlobal(hud.qualityView()->layers()[2].frame.center().toPoint());
+    EXPECT_TRUE(lq->rect().contains(lqCenter));
+    EXPECT_FALSE(quality->child(0)->rect().contains(lqCenter));
+    EXPECT_EQ(quality->childAt(lqCenter.x(), lqCenter.y()), lq);
     press(lq);
     EXPECT_EQ(hud.quality(), QStringLiteral("LQ"));
     EXPECT_TRUE(lq->state().checked);
