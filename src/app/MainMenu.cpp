@@ -2,6 +2,7 @@
 #include "app/AppController.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
+#include "hud/MenuMnemonics.h"
 
 #include <QAction>
 #include <QKeySequence>
@@ -77,6 +78,10 @@ void AppController::buildMainMenu()
     help->addAction(tr("Send Feedback…"), this, &AppController::sendFeedback);
     help->addSeparator();
     help->addAction(tr("About Spindrel"), this, &AppController::showAbout);
+
+    // Connected last, so that items renamed as a menu opens get their letter too.
+    for (QAction* menu : bar->actions())
+        MenuMnemonics::keepAssigned(menu->menu());
 }
 
 } // namespace spindrel

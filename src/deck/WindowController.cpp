@@ -2,6 +2,7 @@
 
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLAudioInputMeter.h"
+#include "deck/DeckKeyboardFocus.h"
 #include "deck/DeckPreferences.h"
 #include "deck/DeckSoundEffects.h"
 #include "deck/DeckStatusItem.h"
@@ -12,6 +13,7 @@
 #include "deck/TapeBoxViewController.h"
 #include "foundation/Assertion.h"
 #include "foundation/Log.h"
+#include "hud/HUDAccessibility.h"
 #include "hud/HUDView.h"
 #include "hud/KeyboardTransportMap.h"
 #include "hud/SegmentedTapeButtonView.h"
@@ -70,6 +72,7 @@ void WindowController::buildDeck()
     connect(mStatusItem, &DeckStatusItem::playTriggered, this, &WindowController::playTape);
     connect(mStatusItem, &DeckStatusItem::showDeckTriggered, this, &WindowController::activateApp);
 
+    HUDAccessibility::install();
     mWindow = new DeckWindow;
     mHUDView = mWindow->hudView();
     mSegmentedTapeButtonView = mWindow->buttonView();
@@ -88,6 +91,8 @@ void WindowController::buildDeck()
     observeHUD();
     setupSoundEffectPlayers();
     bindTapeView();
+    // Owned by this controller as a child object.
+    new DeckKeyboardFocus(*mWindow, *mTapeBox, this);
 
     // The initial call loads the newest tape, selected above, into the deck.
     connect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this,
@@ -112,9 +117,6 @@ void WindowController::placeWindowAndConnectAudio()
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
     mSoundServerNotice = std::make_unique<SoundServerNotice>(*this);
-    // Tab goes from the keys to the search field and back.
-    QWidget::setTabOrder(mSegmentedTapeButtonView, mTapeBox->searchField());
-    QWidget::setTabOrder(mTapeBox->searchField(), mSegmentedTapeButtonView);
     mSegmentedTapeButtonView->setFocus();
 }
 

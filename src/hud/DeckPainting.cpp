@@ -202,4 +202,18 @@ void DeckPainting::drawEmbossedPath(QPainter& painter, const QPainterPath& path,
     painter.restore();
 }
 
+void DeckPainting::drawFocusRing(QPainter& painter, const QRectF& rect, qreal radius, const QColor& color)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    QColor halo = color;
+    halo.setAlphaF(color.alphaF() * 0.35f);
+    painter.setPen(QPen(halo, 3.0));
+    painter.drawRoundedRect(rect, radius, radius);
+    painter.setPen(QPen(color, 1.5));
+    painter.drawRoundedRect(rect, radius, radius);
+    painter.restore();
+}
+
 } // namespace spindrel

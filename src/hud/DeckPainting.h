@@ -39,6 +39,13 @@ public:
     /// A glyph pressed into the surface: a highlight under its lower edge, a dark fill with an
     /// inner shadow at its top.
     static void drawEmbossedPath(QPainter& painter, const QPainterPath& path, const QColor& ink);
+
+    /// The blue of the ring around the control the keyboard drives.
+    static QColor focusRingColor() { return {96, 178, 255}; }
+    /// A ring around a focused control: a soft halo under a crisp line, both in points, so it is
+    /// as thick at every device pixel ratio.
+    static void drawFocusRing(QPainter& painter, const QRectF& rect, qreal radius,
+                              const QColor& color = focusRingColor());
 };
 
 } // namespace spindrel

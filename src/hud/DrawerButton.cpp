@@ -1,5 +1,7 @@
 #include "hud/DrawerButton.h"
 
+#include "hud/DeckPainting.h"
+
 #include <QPainter>
 #include <QPainterPath>
 
@@ -8,12 +10,15 @@ namespace spindrel {
 DrawerButton::DrawerButton(Side side, QWidget* parent) : QAbstractButton(parent), mSide(side)
 {
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    // Tab reaches it; a click leaves the keyboard with the transport keys.
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(tr("Show Tapes"));
 }
 
 void DrawerButton::setDisclosed(bool disclosed)
 {
     mDisclosed = disclosed;
+    setAccessibleName(disclosed ? tr("Hide Tapes") : tr("Show Tapes"));
     update();
 }
 
@@ -47,6 +52,8 @@ void DrawerButton::paintEvent(QPaintEvent*)
     painter.drawPath(arrow.translated(0, 1.0));
     painter.setPen(QPen(QColor(200, 204, 210), 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPath(arrow);
+    if (hasFocus())
+        DeckPainting::drawFocusRing(painter, handle.adjusted(1.0, 1.0, -1.0, -1.0), 3.0);
 }
 
 } // namespace spindrel

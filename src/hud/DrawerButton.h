@@ -16,6 +16,7 @@ public:
     explicit DrawerButton(Side side, QWidget* parent = nullptr);
 
     bool isDisclosed() const { return mDisclosed; }
+    /// Also names the button for assistive technologies by what a press will do.
     void setDisclosed(bool disclosed);
 
     QSize sizeHint() const override { return {14, 48}; }

@@ -219,6 +219,14 @@ void HUDView::paintEvent(QPaintEvent*)
     for (qreal y = screen.top() + 1.5; y < screen.bottom(); y += 2.0)
         painter.drawLine(QPointF(screen.left(), y), QPointF(screen.right(), y));
     painter.restore();
+
+    // The control the keyboard drives is ringed in the display's own light.
+    for (const QWidget* view : {static_cast<QWidget*>(mQualityView), static_cast<QWidget*>(mStereoView),
+                                static_cast<QWidget*>(mVolumeView), static_cast<QWidget*>(mPositionView)}) {
+        if (view->hasFocus())
+            DeckPainting::drawFocusRing(painter, QRectF(view->geometry()).adjusted(-3.0, -3.0, 3.0, 3.0), 3.0,
+                                        activeColor());
+    }
 }
 
 } // namespace spindrel

@@ -3,6 +3,7 @@
 #include "hud/HUDDrawing.h"
 #include "hud/HUDView.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
@@ -109,6 +110,45 @@ double PositionView::timeForPoint(qreal x) const
     const double index = std::clamp(std::rint((x - firstSegment) / seekWidth * segmentCount), 0.0,
                                     static_cast<double>(segmentCount));
     return mMaxTime * index / segmentCount;
+}
+
+double PositionView::steppedTime(int segments) const
+{
+    if (mMaxTime <= 0.0)
+        return mTime;
+    const double step = mMaxTime / segmentCount;
+    const double index = std::rint(mTime / step) + segments;
+    return std::clamp(index * step, 0.0, mMaxTime);
+}
+
+void PositionView::keyPressEvent(QKeyEvent* event)
+{
+    int segments = 0;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        segments = -1;
+        break;
+    case Qt::Key_Right:
+        segments = 1;
+        break;
+    case Qt::Key_PageUp:
+        segments = -5;
+        break;
+    case Qt::Key_PageDown:
+        segments = 5;
+        break;
+    case Qt::Key_Home:
+        segments = -segmentCount;
+        break;
+    case Qt::Key_End:
+        segments = segmentCount;
+        break;
+    default:
+        ClickableHUDSubview::keyPressEvent(event);
+        return;
+    }
+    if (!mRecordingMode)
+        setTime(steppedTime(segments));
 }
 
 void PositionView::pointerAt(const QPointF& point, bool)

@@ -41,6 +41,9 @@ public:
     QColor segmentColor(int index) const;
     /// The time a click at `x` seeks to.
     double timeForPoint(qreal x) const;
+    /// The time `segments` segments later (earlier, when negative) than now, on the segments'
+    /// grid and within the tape.
+    double steppedTime(int segments) const;
 
     QSize sizeHint() const override { return {140, 12}; }
 
@@ -51,6 +54,9 @@ Q_SIGNALS:
 protected:
     void pointerAt(const QPointF& point, bool dragging) override;
     void paintEvent(QPaintEvent* event) override;
+    /// Left and Right seek a segment back and on, Page Up and Page Down five, Home and End to
+    /// the ends of the tape; nothing while recording.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void litSegmentMayHaveMoved(int before);

@@ -5,7 +5,9 @@
 #include "hud/HUDView.h"
 #include "tapes/TapeQuality.h"
 
+#include <QKeyEvent>
 #include <QPainter>
+#include <algorithm>
 
 namespace spindrel {
 
@@ -45,6 +47,7 @@ void QualityView::selectLayer(int layer)
         return;
     mSelectedLayer = layer;
     update();
+    announceValue(quality());
     Q_EMIT qualityChanged();
 }
 
@@ -65,6 +68,26 @@ void QualityView::pointerAt(const QPointF& point, bool dragging)
             return;
         }
     }
+}
+
+void QualityView::keyPressEvent(QKeyEvent* event)
+{
+    const int count = static_cast<int>(mLayers.size());
+    int layer = mSelectedLayer;
+    const int key = event->key();
+    if (key == Qt::Key_Left || key == Qt::Key_Up)
+        layer = std::max(0, layer - 1);
+    else if (key == Qt::Key_Right || key == Qt::Key_Down)
+        layer = std::min(count - 1, layer + 1);
+    else if (isActivationKey(key))
+        layer = count > 0 ? (layer + 1) % count : layer;
+    else {
+        ClickableHUDSubview::keyPressEvent(event);
+        return;
+    }
+    // Taken even while recording, so the key does not reach the transport instead.
+    if (!mRecordingMode)
+        selectLayer(layer);
 }
 
 void QualityView::paintEvent(QPaintEvent*)

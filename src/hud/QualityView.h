@@ -44,6 +44,8 @@ Q_SIGNALS:
 protected:
     void pointerAt(const QPointF& point, bool dragging) override;
     void paintEvent(QPaintEvent* event) override;
+    /// Left/Up and Right/Down pick the neighbouring box, Space or Return the next one round.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void selectLayer(int layer);

@@ -37,8 +37,11 @@ void SegmentedTapeButtonView::setUpTransportSegments()
         {tr("REW"), SpindrelButtons::rewButtonImage()},   {tr("FFWD"), SpindrelButtons::ffButtonImage()},
         {tr("STOP"), SpindrelButtons::stopButtonImage()}, {tr("PAUSE"), SpindrelButtons::pauseButtonImage()},
     };
+    const QStringList spoken = {tr("Record"),       tr("Play"), tr("Rewind"),
+                                tr("Fast Forward"), tr("Stop"), tr("Pause")};
     for (int segment = 0; segment < keys.size(); ++segment) {
         setLabel(keys[segment].first, segment);
+        setSpokenLabel(spoken[segment], segment);
         setImage(keys[segment].second, segment);
         setHoldableSegment(segment, segment >= 1 && segment <= 3);
     }
@@ -124,6 +127,15 @@ int SegmentedTapeButtonView::keyCodeFor(const QString& actionName) const
     return ok ? code : -1;
 }
 
+int SegmentedTapeButtonView::keyCodeForSegment(int segment) const
+{
+    static const QStringList names = {
+        KeyboardTransportMap::recordName(), KeyboardTransportMap::playName(),
+        KeyboardTransportMap::rewindName(), KeyboardTransportMap::fastForwardName(),
+        KeyboardTransportMap::stopName(),   KeyboardTransportMap::pauseName()};
+    return segment >= 0 && segment < names.size() ? keyCodeFor(names[segment]) : -1;
+}
+
 int SegmentedTapeButtonView::segmentForKeyCode(int keyCode) const
 {
     if (keyCode < 0)
@@ -180,6 +192,7 @@ void SegmentedTapeButtonView::clearPressedButtons()
 void SegmentedTapeButtonView::press(int segment)
 {
     mButtonPressTime = now();
+    mHeldSegment = segment;
     pressButtonForSegment(segment);
     Q_EMIT segmentPressed(segment);
     Q_EMIT segmentAction(segment);
@@ -187,11 +200,47 @@ void SegmentedTapeButtonView::press(int segment)
 
 void SegmentedTapeButtonView::releaseHeld(int segment)
 {
+    mHeldSegment = -1;
     if (segment < 0)
         return;
     Q_EMIT segmentReleased(segment);
     if (isHoldableSegment(segment) && now() - mButtonPressTime > holdInterval)
         Q_EMIT segmentAction(segment);
+}
+
+void SegmentedTapeButtonView::tapSegment(int segment)
+{
+    if (segment < 0 || segment >= mSegments)
+        return;
+    press(segment);
+    releaseHeldKey();
+}
+
+void SegmentedTapeButtonView::releaseHeldKey()
+{
+    if (mHeldSegment < 0)
+        return;
+    releaseHeld(mHeldSegment);
+    clearPressedButtons();
+}
+
+void SegmentedTapeButtonView::focusOutEvent(QFocusEvent* event)
+{
+    releaseHeldKey();
+    QWidget::focusOutEvent(event);
+}
+
+void SegmentedTapeButtonView::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::ActivationChange && !isActiveWindow())
+        releaseHeldKey();
+    QWidget::changeEvent(event);
+}
+
+void SegmentedTapeButtonView::hideEvent(QHideEvent* event)
+{
+    releaseHeldKey();
+    QWidget::hideEvent(event);
 }
 
 void SegmentedTapeButtonView::mousePressEvent(QMouseEvent* event)
@@ -234,13 +283,19 @@ void SegmentedTapeButtonView::keyPressEvent(QKeyEvent* event)
 
 void SegmentedTapeButtonView::keyReleaseEvent(QKeyEvent* event)
 {
-    const int segment = segmentForKeyCode(KeyboardTransportMap::hardwareKeyCode(*event));
+    int segment = segmentForKeyCode(KeyboardTransportMap::hardwareKeyCode(*event));
     if (segment < 0) {
         QWidget::keyReleaseEvent(event);
         return;
     }
     if (event->isAutoRepeat())
         return;
+    // The release of a key pressed elsewhere (typed into a field before the keys had the
+    // keyboard) is not one of ours. Play and stop share a key whose meaning flips once it is
+    // down: the release is the held key's.
+    if (mHeldSegment < 0)
+        return;
+    segment = mHeldSegment;
     releaseHeld(segment);
     clearPressedButtons();
 }
@@ -262,12 +317,8 @@ void SegmentedTapeButtonView::paintEvent(QPaintEvent*)
     DeckPainting::drawRecess(painter, QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, QColor(10, 10, 12));
     for (int segment = 0; segment < mSegments; ++segment)
         paintKey(painter, segment);
-    if (hasFocus()) {
-        // A faint line under the keys says the keyboard drives them.
-        painter.setPen(QPen(QColor(120, 200, 255, 70), 1.0));
-        painter.drawLine(QPointF(housingInset + 4, height() - 1.5),
-                         QPointF(width() - housingInset - 4, height() - 1.5));
-    }
+    if (hasFocus())
+        DeckPainting::drawFocusRing(painter, QRectF(rect()).adjusted(2.0, 2.0, -2.0, -2.0), 6.0);
 }
 
 void SegmentedTapeButtonView::paintKey(QPainter& painter, int segment) const

@@ -35,6 +35,12 @@ public:
 
     QString label(int segment) const { return mLabels.value(segment); }
     void setLabel(const QString& label, int segment);
+    /// The key's name for assistive technologies ("Fast Forward" where the key says "FFWD"); the
+    /// label when none is set.
+    QString spokenLabel(int segment) const { return mSpokenLabels.value(segment, label(segment)); }
+    void setSpokenLabel(const QString& label, int segment) { mSpokenLabels[segment] = label; }
+    /// The hardware key code the keyboard map gives the segment's action, or -1.
+    int keyCodeForSegment(int segment) const;
     QImage image(int segment) const { return mImages.value(segment); }
     void setImage(const QImage& image, int segment);
     bool isHoldableSegment(int segment) const { return mHoldableSegments.value(segment, false); }
@@ -62,6 +68,14 @@ public:
     int segmentForKeyCode(int keyCode) const;
     QRectF rectForSegment(int segment) const;
 
+    /// A press and an immediate release of a key, as a click on it (assistive technologies).
+    void tapSegment(int segment);
+    /// The key held down now (mouse or keyboard), or -1.
+    int heldSegment() const { return mHeldSegment; }
+    /// Lets go of the held key as if it were released: the window lost the keyboard, so the real
+    /// release will never arrive here.
+    void releaseHeldKey();
+
     /// Seconds since the epoch; replaceable so that holds can be tested without waiting.
     void setClock(std::function<double()> clock) { mClock = std::move(clock); }
 
@@ -82,6 +96,9 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void press(int segment);
@@ -95,12 +112,14 @@ private:
     int mSegments = 0;
     int mRecordSegment = 0;
     QMap<int, QString> mLabels;
+    QMap<int, QString> mSpokenLabels;
     QMap<int, QImage> mImages;
     QMap<int, bool> mHoldableSegments;
     QVariantMap mKeymap;
     QSet<int> mSelectedSegments;
     std::optional<QSet<int>> mOldSelectedSegments;
     double mButtonPressTime = 0.0;
+    int mHeldSegment = -1;
     std::function<double()> mClock;
 };
 

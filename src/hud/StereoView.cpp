@@ -3,6 +3,7 @@
 #include "hud/HUDDrawing.h"
 #include "hud/HUDView.h"
 
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QPainter>
 
@@ -19,6 +20,7 @@ void StereoView::setStereo(bool stereo)
         return;
     mStereo = stereo;
     update();
+    announceValue(stereo ? tr("Stereo") : tr("Mono"));
     Q_EMIT stereoChanged();
 }
 
@@ -40,23 +42,42 @@ void StereoView::showMonoRecordingOnlyAlert(QWidget* parent)
 
 void StereoView::pointerAt(const QPointF& point, bool dragging)
 {
-    if (dragging || mRecordingMode)
+    if (dragging)
         return;
     for (int layer = 0; layer < 2; ++layer) {
-        if (!layerFrame(layer).contains(point))
-            continue;
-        const bool stereo = layer == 0;
-        if (stereo && mCanRecordStereo && !mCanRecordStereo()) {
-            if (mMonoAlert)
-                mMonoAlert();
-            else
-                showMonoRecordingOnlyAlert(window());
-            setStereo(false);
+        if (layerFrame(layer).contains(point)) {
+            chooseStereo(layer == 0);
             return;
         }
-        setStereo(stereo);
+    }
+}
+
+void StereoView::chooseStereo(bool stereo)
+{
+    if (mRecordingMode)
+        return;
+    if (stereo && mCanRecordStereo && !mCanRecordStereo()) {
+        if (mMonoAlert)
+            mMonoAlert();
+        else
+            showMonoRecordingOnlyAlert(window());
+        setStereo(false);
         return;
     }
+    setStereo(stereo);
+}
+
+void StereoView::keyPressEvent(QKeyEvent* event)
+{
+    const int key = event->key();
+    if (key == Qt::Key_Left || key == Qt::Key_Up)
+        chooseStereo(true);
+    else if (key == Qt::Key_Right || key == Qt::Key_Down)
+        chooseStereo(false);
+    else if (isActivationKey(key))
+        chooseStereo(!mStereo);
+    else
+        ClickableHUDSubview::keyPressEvent(event);
 }
 
 void StereoView::paintEvent(QPaintEvent*)

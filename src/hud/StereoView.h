@@ -37,6 +37,10 @@ public:
     void setMonoAlert(std::function<void()> alert) { mMonoAlert = std::move(alert); }
     static void showMonoRecordingOnlyAlert(QWidget* parent);
 
+    /// The user's choice: stereo on a device that records only mono alerts and stays mono; nothing
+    /// changes while recording.
+    void chooseStereo(bool stereo);
+
     /// Layer 0 is "STEREO", layer 1 "MONO".
     QRectF layerFrame(int layer) const { return mFrames[static_cast<std::size_t>(layer)]; }
 
@@ -48,6 +52,8 @@ Q_SIGNALS:
 protected:
     void pointerAt(const QPointF& point, bool dragging) override;
     void paintEvent(QPaintEvent* event) override;
+    /// Left/Up pick stereo, Right/Down mono, Space or Return the other one.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     std::array<QRectF, 2> mFrames;

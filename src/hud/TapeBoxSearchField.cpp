@@ -44,8 +44,10 @@ TapeBoxSearchField::TapeBoxSearchField(QWidget* parent) : QLineEdit(parent)
 
 void TapeBoxSearchField::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Escape && !text().isEmpty()) {
+    if (event->key() == Qt::Key_Escape) {
+        // Cleared, and passed on: the deck takes the keyboard back.
         clear();
+        event->ignore();
         return;
     }
     QLineEdit::keyPressEvent(event);

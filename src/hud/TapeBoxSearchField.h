@@ -5,7 +5,7 @@
 namespace spindrel {
 
 /// The tape box's search field: a dark rounded field with a magnifier and a clear button.
-/// Each edit is a search; Escape clears the field.
+/// Each edit is a search; Escape clears the field and passes the key on to the window.
 class TapeBoxSearchField : public QLineEdit
 {
     Q_OBJECT

@@ -1,10 +1,12 @@
 #include "hud/TapeBoxView.h"
 
+#include "hud/MenuMnemonics.h"
 #include "hud/TapeBoxItemDelegate.h"
 #include "tapes/FilteringArrayController.h"
 
 #include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMenu>
 
 namespace spindrel {
@@ -32,7 +34,9 @@ TapeBoxView::TapeBoxView(QWidget* parent) : QTableView(parent)
     setDragDropMode(QAbstractItemView::DragDrop);
     setDefaultDropAction(Qt::CopyAction);
     setStyleSheet(QStringLiteral(
-        "QTableView { background: #17181b; border: none; }"
+        "QTableView { background: #17181b; border: 1px solid transparent; border-radius: 4px; }"
+        // The same ring as the search field's while the list has the keyboard.
+        "QTableView:focus { border-color: #4f86b8; }"
         "QScrollBar:vertical { background: #17181b; width: 8px; margin: 2px; }"
         "QScrollBar::handle:vertical { background: #4a4c52; border-radius: 2px; min-height: 24px; }"
         "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
@@ -159,14 +163,63 @@ std::unique_ptr<QMenu> TapeBoxView::contextMenuForTape(const TapePtr& tape)
         connect(item, &QAction::triggered, this,
                 [this, action, tape] { Q_EMIT menuActionTriggered(action, tape); });
     }
+    MenuMnemonics::assign(menu.get());
     return menu;
+}
+
+TapePtr TapeBoxView::selectedTape() const
+{
+    if (!mLibrary || !selectionModel())
+        return nullptr;
+    const QModelIndexList rows = selectionModel()->selectedRows();
+    return rows.isEmpty() ? nullptr : mLibrary->tapeAtRow(rows.first().row());
+}
+
+void TapeBoxView::popUpContextMenu(const TapePtr& tape, const QPoint& globalPos)
+{
+    QMenu* menu = contextMenuForTape(tape).release();
+    // Hidden before its action is sent; deleted once that is done.
+    connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    menu->popup(globalPos);
+}
+
+void TapeBoxView::popUpContextMenuAtSelection()
+{
+    const TapePtr tape = selectedTape();
+    QPoint point(viewport()->width() / 2, 0);
+    if (tape && selectionModel()) {
+        const int selected = selectionModel()->selectedRows().first().row();
+        const QRect row = visualRect(mLibrary->index(selected, FilteringArrayController::TitleColumn));
+        if (row.intersects(viewport()->rect()))
+            point = QPoint(row.left() + 16, row.center().y());
+    }
+    popUpContextMenu(tape, viewport()->mapToGlobal(point));
 }
 
 void TapeBoxView::contextMenuEvent(QContextMenuEvent* event)
 {
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        popUpContextMenuAtSelection();
+        return;
+    }
     const QPoint point = viewport()->mapFrom(this, event->pos());
-    std::unique_ptr<QMenu> menu = contextMenuForTape(tapeAt(point));
-    menu->exec(event->globalPos());
+    popUpContextMenu(tapeAt(point), event->globalPos());
+}
+
+void TapeBoxView::keyPressEvent(QKeyEvent* event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    if (event->key() == Qt::Key_Delete && modifiers == Qt::NoModifier) {
+        if (const TapePtr tape = selectedTape())
+            Q_EMIT menuActionTriggered(MoveTapeToTrash, tape);
+        return;
+    }
+    if ((event->key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier) ||
+        (event->key() == Qt::Key_Menu && modifiers == Qt::NoModifier)) {
+        popUpContextMenuAtSelection();
+        return;
+    }
+    QTableView::keyPressEvent(event);
 }
 
 } // namespace spindrel

@@ -16,7 +16,8 @@ class FilteringArrayController;
 
 /// The tape box: the library's tapes, newest first, one row per tape drawn like the spine of a
 /// cassette case. Keeps its selection in step with the library controller's and offers a
-/// context menu for the clicked tape; the deck carries out the menu's actions.
+/// context menu for the clicked tape (Shift+F10 or the Menu key: the selected one); the deck
+/// carries out the menu's actions. Delete moves the selected tape to the trash, as the menu does.
 class TapeBoxView : public QTableView
 {
     Q_OBJECT
@@ -52,6 +53,8 @@ public:
     std::unique_ptr<QMenu> contextMenuForTape(const TapePtr& tape);
     /// The tape in the row under a point of the viewport, or null.
     TapePtr tapeAt(const QPoint& viewportPoint) const;
+    /// The tape in the selected row, or null.
+    TapePtr selectedTape() const;
 
     /// Selects a row and scrolls it into view (the library's selection follows).
     void selectRow(int row);
@@ -61,8 +64,12 @@ Q_SIGNALS:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    /// Opens the menu without waiting for it; it deletes itself once closed.
+    void popUpContextMenu(const TapePtr& tape, const QPoint& globalPos);
+    void popUpContextMenuAtSelection();
     void tableSelectionChanged();
     void librarySelectionChanged();
     void hideAllButTitle();

@@ -39,7 +39,8 @@ TapeNotesEditor::TapeNotesEditor(QWidget* parent)
         "QPushButton { color: #f4efe2; background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #6d6657, "
         "stop:1 #4b453a); border: 1px solid #2f2b24; border-radius: 4px; padding: 3px 16px; font-weight: "
         "bold; }"
-        "QPushButton:pressed { background: #3d382f; }"));
+        "QPushButton:pressed { background: #3d382f; }"
+        "QPushButton:focus { border-color: #4f86b8; }"));
     connect(mDone, &QPushButton::clicked, this, &TapeNotesEditor::doneEditing);
 }
 
@@ -61,8 +62,9 @@ void TapeNotesEditor::focusText()
 
 void TapeNotesEditor::keyPressEvent(QKeyEvent* event)
 {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
-        event->modifiers() & Qt::ControlModifier) {
+    if (((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
+         event->modifiers() & Qt::ControlModifier) ||
+        event->key() == Qt::Key_Escape) {
         Q_EMIT doneEditing();
         return;
     }

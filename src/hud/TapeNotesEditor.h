@@ -20,7 +20,8 @@ public:
     void focusText();
 
 Q_SIGNALS:
-    /// The user is done (the button, or Ctrl+Return).
+    /// The user is done (the button, Ctrl+Return, or Escape, which keeps the text too: notes can
+    /// be long, and a slip of the finger should not lose them).
     void doneEditing();
 
 protected:

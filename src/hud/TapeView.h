@@ -122,6 +122,8 @@ public:
     void doneEditingNotes();
     bool isEditingNotes() const;
     TapeNotesEditor* notesEditor() const;
+    /// Gives the letter its next colour, as a click on it does.
+    void advanceColorScheme();
 
     /// Where the cassette lies in the view when inserted, and the mapping from its units.
     QRectF cassetteRect() const;
@@ -151,6 +153,9 @@ Q_SIGNALS:
     void shareButtonPressed();
     /// Ctrl-click on the cassette: show the tape's file in the file manager.
     void revealTapeRequested();
+    /// An editor that had the keyboard closed (Return, Escape, Done, or the tape went away): the
+    /// keyboard should go back to the deck rather than to whatever comes next.
+    void editingEnded();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -174,7 +179,6 @@ private:
     void updateReels();
     void placeEditors();
     void closeEditors();
-    void advanceColorScheme();
     void startFileDrag();
     void updateHoverCursor(const QPointF& viewPoint);
 

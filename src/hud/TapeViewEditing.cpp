@@ -92,7 +92,11 @@ void TapeView::endTitleEditing(bool commit)
     mEndingTitleEdit = true;
     QLineEdit* field = mEditField;
     const QString text = field->text();
+    const bool hadKeyboard = window()->focusWidget() == field;
     mEditField = nullptr;
+    // Handed on before the field hides, or Qt gives the keyboard to the next widget in the chain.
+    if (hadKeyboard)
+        Q_EMIT editingEnded();
     field->hide();
     field->deleteLater();
     mEndingTitleEdit = false;
@@ -123,7 +127,10 @@ void TapeView::doneEditingNotes()
         return;
     TapeNotesEditor* editor = mNotesEditor;
     const QString text = editor->text();
+    const bool hadKeyboard = editor->isAncestorOf(window()->focusWidget());
     mNotesEditor = nullptr;
+    if (hadKeyboard)
+        Q_EMIT editingEnded();
     editor->hide();
     editor->deleteLater();
     if (text == mNotes)

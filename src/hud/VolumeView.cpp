@@ -3,6 +3,7 @@
 #include "hud/HUDDrawing.h"
 #include "hud/HUDView.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
@@ -17,6 +18,7 @@ void VolumeView::setVolume(double volume)
         return;
     mVolume = volume;
     update();
+    announceValue(mVolume);
     Q_EMIT volumeChanged();
 }
 
@@ -24,6 +26,36 @@ int VolumeView::litSegmentsForVolume(double volume)
 {
     const double lit = std::rint(segmentCount * (volume + 30.0) / 30.0);
     return static_cast<int>(std::clamp(lit, 0.0, static_cast<double>(segmentCount)));
+}
+
+double VolumeView::steppedVolume(double volume, int steps)
+{
+    // From between two columns the first step lands on the nearer one in that direction.
+    const double column = volume / volumeStep;
+    const double from = steps > 0 ? std::floor(column + 1e-9) : std::ceil(column - 1e-9);
+    return std::clamp((from + steps) * volumeStep, minimumVolume, 0.0);
+}
+
+void VolumeView::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+        setVolume(steppedVolume(mVolume, 1));
+        return;
+    case Qt::Key_Left:
+    case Qt::Key_Down:
+        setVolume(steppedVolume(mVolume, -1));
+        return;
+    case Qt::Key_Home:
+        setVolume(minimumVolume);
+        return;
+    case Qt::Key_End:
+        setVolume(0.0);
+        return;
+    default:
+        ClickableHUDSubview::keyPressEvent(event);
+    }
 }
 
 void VolumeView::pointerAt(const QPointF& point, bool)

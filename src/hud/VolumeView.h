@@ -17,6 +17,9 @@ public:
     static constexpr qreal firstColumn = 29.0;
     static constexpr qreal columnWidth = 6.0;
     static constexpr qreal columnHeight = 16.0;
+    /// What the lowest column sets, and the keyboard's floor; each column is a step of 5 dB.
+    static constexpr double minimumVolume = -25.0;
+    static constexpr double volumeStep = 5.0;
 
     explicit VolumeView(QWidget* parent = nullptr);
 
@@ -27,6 +30,9 @@ public:
     /// Segments lit for a volume: one per 5 dB above -30 dB, rounded to the nearest.
     static int litSegmentsForVolume(double volume);
     int litSegments() const { return litSegmentsForVolume(mVolume); }
+    /// The column's volume `steps` columns up (or down, when negative) from `volume`, within
+    /// minimumVolume and 0 dB.
+    static double steppedVolume(double volume, int steps);
 
     QSize sizeHint() const override { return {66, 16}; }
 
@@ -36,6 +42,8 @@ Q_SIGNALS:
 protected:
     void pointerAt(const QPointF& point, bool dragging) override;
     void paintEvent(QPaintEvent* event) override;
+    /// Right/Up one column louder, Left/Down one softer, Home the softest, End full volume.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     double mVolume = 0.0;

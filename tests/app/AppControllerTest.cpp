@@ -5,6 +5,7 @@
 #include "app/UserDefaults.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
+#include "hud/MenuMnemonics.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 #include "update/Updater.h"
@@ -83,7 +84,7 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     ASSERT_NE(mApp->tapeMenu(), nullptr);
     QStringList items;
     for (QAction* item : mApp->tapeMenu()->actions())
-        items << item->text();
+        items << MenuMnemonics::withoutMnemonic(item->text());
     EXPECT_TRUE(items.contains(QStringLiteral("Show in Folder")));
     EXPECT_TRUE(items.contains(QStringLiteral("Move Tape to Trash")));
 
@@ -92,7 +93,7 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
         Q_EMIT mApp->tapeMenu()->aboutToShow();
         for (QAction* item : mApp->tapeMenu()->actions()) {
             if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+T")))
-                return item->text();
+                return MenuMnemonics::withoutMnemonic(item->text());
         }
         return QString();
     };
@@ -106,10 +107,24 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     for (QAction* menu : deck->window()->menuBar()->actions()) {
         for (QAction* item : menu->menu()->actions()) {
             if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+,")))
-                preferences << item->text();
+                preferences << MenuMnemonics::withoutMnemonic(item->text());
         }
     }
     EXPECT_EQ(preferences, QStringList{QStringLiteral("Preferences…")});
+
+    // Alt and a letter reach every item of an open menu, one item each.
+    for (QAction* menu : deck->window()->menuBar()->actions()) {
+        Q_EMIT menu->menu()->aboutToShow();
+        QString letters;
+        for (const QAction* item : menu->menu()->actions()) {
+            if (item->isSeparator())
+                continue;
+            const QChar letter = MenuMnemonics::mnemonic(item->text());
+            EXPECT_FALSE(letter.isNull()) << item->text().toStdString();
+            EXPECT_FALSE(letters.contains(letter)) << item->text().toStdString();
+            letters += letter;
+        }
+    }
 }
 
 TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
@@ -180,7 +195,7 @@ TEST_F(AppControllerTest, CheckForUpdatesIsOfferedOnlyWithAFeedAndTheFirstLaunch
     QAction* item = mApp->checkForUpdatesMenuItem();
     ASSERT_NE(item, nullptr);
     EXPECT_TRUE(item->isVisible());
-    EXPECT_EQ(item->text(), QStringLiteral("Check for Updates…"));
+    EXPECT_EQ(MenuMnemonics::withoutMnemonic(item->text()), QStringLiteral("Check for Updates…"));
 
     updater->setPresentsAlerts(false);
     QSignalSpy failed(updater, &Updater::checkFailed);

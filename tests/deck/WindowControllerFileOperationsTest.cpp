@@ -2,6 +2,7 @@
 #include "deck/DeckWindow.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
+#include "hud/MenuMnemonics.h"
 #include "hud/TapeBoxView.h"
 #include "tapes/MusicLibraryPlaylist.h"
 #include "tapes/TapeLibraryArrayController.h"
@@ -62,7 +63,7 @@ protected:
         TapeBoxView* box = deck.tapeBoxViewController()->tableView();
         const std::unique_ptr<QMenu> menu = box->contextMenuForTape(tape);
         for (QAction* item : menu->actions()) {
-            if (item->text() == TapeBoxView::menuText(action)) {
+            if (MenuMnemonics::withoutMnemonic(item->text()) == TapeBoxView::menuText(action)) {
                 item->trigger();
                 return;
             }

@@ -3,6 +3,7 @@
 #include "hud/KeyboardTransportMap.h"
 
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -204,6 +205,75 @@ TEST_F(TransportStripTest, KeysAreFoundByTheirPositionNotTheirLetter)
     strip->setKeymap(keymap);
     EXPECT_EQ(strip->segmentForKeyCode(12), Rec);
     EXPECT_EQ(strip->segmentForKeyCode(6), -1);
+}
+
+TEST_F(TransportStripTest, AHeldKeyIsLetGoWhenTheKeyboardOrTheWindowGoesElsewhere)
+{
+    QLineEdit field(&parent);
+    field.show();
+    parent.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&parent));
+    QSignalSpy released(strip, &SegmentedTapeButtonView::segmentReleased);
+
+    // Fast-forward held long enough to cue: a field taking the keyboard lets it go as a release
+    // would, sending the held action again.
+    strip->setFocus();
+    sendKey(QEvent::KeyPress, Qt::Key_V);
+    clock += 0.5;
+    field.setFocus();
+    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
+    ASSERT_EQ(released.size(), 1);
+    EXPECT_EQ(released.at(0).at(0).toInt(), Ffwd);
+    EXPECT_FALSE(strip->isDepressedSegment(Ffwd));
+    EXPECT_EQ(strip->heldSegment(), -1);
+    // The real release, whenever it comes, and releases of keys pressed elsewhere change nothing.
+    sendKey(QEvent::KeyRelease, Qt::Key_V);
+    sendKey(QEvent::KeyRelease, Qt::Key_X);
+    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
+    EXPECT_EQ(released.size(), 1);
+
+    // Another window taking the keyboard does the same.
+    strip->setFocus();
+    sendKey(QEvent::KeyPress, Qt::Key_C);
+    clock += 0.5;
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd, Rew, Rew}));
+    EXPECT_FALSE(strip->isDepressedSegment(Rew));
+
+    // A tap, as assistive technologies press a key: one action, nothing left held.
+    actionSpy->clear();
+    strip->tapSegment(Stop);
+    EXPECT_EQ(actions(), QList<int>{Stop});
+    EXPECT_FALSE(strip->isDepressedSegment(Stop));
+    EXPECT_EQ(strip->heldSegment(), -1);
+}
+
+TEST_F(TransportStripTest, TheKeysAreRingedWhileTheyHaveTheKeyboard)
+{
+    QLineEdit field(&parent);
+    field.move(0, strip->height());
+    field.show();
+    parent.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&parent));
+    for (const qreal ratio : {1.0, 2.0}) {
+        const auto drawn = [&] {
+            QImage image((QSizeF(strip->size()) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+            image.setDevicePixelRatio(ratio);
+            image.fill(Qt::black);
+            strip->render(&image);
+            return image;
+        };
+        field.setFocus();
+        const QImage plain = drawn();
+        strip->setFocus();
+        const QImage ringed = drawn();
+        // On the ring, halfway up the left edge.
+        const QPoint pixel = (QPointF(2.0, strip->height() / 2.0) * ratio).toPoint();
+        EXPECT_GT(ringed.pixelColor(pixel).blue(), plain.pixelColor(pixel).blue() + 60) << ratio;
+    }
 }
 
 TEST(KeyboardTransportMapTest, HardwareKeyCodesTranslateBothWays)

@@ -1,5 +1,6 @@
 #include "hud/TapeBoxView.h"
 
+#include "hud/MenuMnemonics.h"
 #include "hud/TestTapes.h"
 #include "tapes/FilteringArrayController.h"
 
@@ -38,7 +39,7 @@ protected:
     {
         QStringList list;
         for (const QAction* action : menu.actions())
-            list << action->text();
+            list << MenuMnemonics::withoutMnemonic(action->text());
         return list;
     }
 
@@ -111,4 +112,53 @@ TEST_F(TapeBoxViewTest, SelectionFollowsTheLibraryAndClicksExceptWhileRecording)
     box.setRecording(false);
     QTest::mouseClick(box.viewport(), Qt::LeftButton, {}, rowPoint(2));
     EXPECT_EQ(library.selectionIndex(), 2);
+}
+
+TEST_F(TapeBoxViewTest, DeleteTrashesTheSelectedTapeAndShiftF10OrTheMenuKeyOpenTheMenuAtIt)
+{
+    box.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
+    box.setFocus();
+    library.setSelectionIndex(1);
+    const TapePtr selected = library.tapeAtRow(1);
+    QSignalSpy triggered(&box, &TapeBoxView::menuActionTriggered);
+    QTest::keyClick(&box, Qt::Key_Delete);
+    ASSERT_EQ(triggered.size(), 1);
+    EXPECT_EQ(triggered.at(0).at(0).value<TapeBoxView::MenuAction>(), TapeBoxView::MoveTapeToTrash);
+    EXPECT_EQ(triggered.at(0).at(1).value<TapePtr>(), selected);
+
+    const QRect row = box.visualRect(library.index(1, FilteringArrayController::TitleColumn));
+    const QRect rowOnScreen(box.viewport()->mapToGlobal(row.topLeft()), row.size());
+    const std::pair<Qt::Key, Qt::KeyboardModifier> openers[] = {{Qt::Key_F10, Qt::ShiftModifier},
+                                                                {Qt::Key_Menu, Qt::NoModifier}};
+    for (const auto& [key, modifier] : openers) {
+        QTest::keyClick(&box, key, modifier);
+        QMenu* menu = nullptr;
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return (menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) != nullptr; },
+            10000))
+            << key;
+        EXPECT_TRUE(rowOnScreen.contains(menu->geometry().topLeft())) << key;
+        EXPECT_EQ(texts(*menu).size(), 5);
+        EXPECT_EQ(texts(*menu).first(), QStringLiteral("Show in Folder"));
+        // Every item has a letter of its own.
+        QString letters;
+        for (const QAction* action : menu->actions()) {
+            const QChar letter = MenuMnemonics::mnemonic(action->text());
+            EXPECT_FALSE(letter.isNull()) << action->text().toStdString();
+            EXPECT_FALSE(letters.contains(letter)) << action->text().toStdString();
+            letters += letter;
+        }
+        if (key == Qt::Key_Menu) {
+            // The trash item's letter chooses it.
+            const QChar trash = MenuMnemonics::mnemonic(menu->actions().at(1)->text());
+            QTest::keyClick(menu, trash.toLatin1());
+        } else {
+            QTest::keyClick(menu, Qt::Key_Escape);
+        }
+        ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activePopupWidget() == nullptr; }, 10000));
+    }
+    ASSERT_EQ(triggered.size(), 2);
+    EXPECT_EQ(triggered.at(1).at(0).value<TapeBoxView::MenuAction>(), TapeBoxView::MoveTapeToTrash);
+    EXPECT_EQ(triggered.at(1).at(1).value<TapePtr>(), selected);
 }

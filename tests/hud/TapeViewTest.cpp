@@ -103,6 +103,38 @@ TEST_F(TapeViewTest, EditedTitleAndNotesAreWrittenToTheTapeUnlessEscapedOrUnchan
     EXPECT_EQ(view.cassetteValues().notes, QStringLiteral("First line second line"));
 }
 
+TEST_F(TapeViewTest, AnEditorWithTheKeyboardHandsItBackAsItCloses)
+{
+    TapePtr tape = loadWelcomeTape();
+    view.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    QSignalSpy ended(&view, &TapeView::editingEnded);
+    view.editTitle();
+    QTest::keyClick(view.titleEditor(), Qt::Key_Return);
+    EXPECT_EQ(ended.size(), 1);
+    view.editTitle();
+    QTest::keyClick(view.titleEditor(), Qt::Key_Escape);
+    EXPECT_EQ(ended.size(), 2);
+
+    // Escape in the notes closes them too, keeping what was written.
+    view.displayNotesEditor();
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral(" Tuned down."));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_FALSE(view.isEditingNotes());
+    EXPECT_TRUE(tape->notes().endsWith(QStringLiteral(" Tuned down."))) << tape->notes().toStdString();
+    EXPECT_EQ(ended.size(), 3);
+
+    // An editor left for another control stays out of the way.
+    QLineEdit elsewhere(&view);
+    elsewhere.show();
+    view.editTitle();
+    elsewhere.setFocus();
+    EXPECT_FALSE(view.isEditingTitle());
+    EXPECT_EQ(ended.size(), 3);
+    EXPECT_EQ(QApplication::focusWidget(), &elsewhere);
+}
+
 TEST_F(TapeViewTest, ClickingTheLetterCyclesItsColours)
 {
     TapePtr tape = loadWelcomeTape();

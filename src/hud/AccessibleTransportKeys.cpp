@@ -1,0 +1,148 @@
+#include "hud/AccessibleTransportKeys.h"
+
+#include "hud/KeyboardTransportMap.h"
+#include "hud/SegmentedTapeButtonView.h"
+
+#include <QKeySequence>
+#include <QPointer>
+
+namespace spindrel {
+
+namespace {
+
+/// One key: not a widget of its own, so an interface over a part of the strip.
+class AccessibleTransportKey : public QAccessibleInterface, public QAccessibleActionInterface
+{
+public:
+    AccessibleTransportKey(SegmentedTapeButtonView* keys, int segment) : mKeys(keys), mSegment(segment) {}
+
+    bool isValid() const override { return mKeys && mSegment < mKeys->segments(); }
+    QObject* object() const override { return nullptr; }
+    QWindow* window() const override { return parent() ? parent()->window() : nullptr; }
+    QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(mKeys); }
+    QAccessibleInterface* child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    QAccessibleInterface* focusChild() const override { return nullptr; }
+    void setText(QAccessible::Text, const QString&) override {}
+    QAccessible::Role role() const override { return QAccessible::Button; }
+
+    QString text(QAccessible::Text t) const override
+    {
+        if (!isValid())
+            return {};
+        switch (t) {
+        case QAccessible::Name:
+            return mKeys->spokenLabel(mSegment);
+        case QAccessible::Accelerator: {
+            const int qtKey =
+                KeyboardTransportMap::qtKeyForHardwareKeyCode(mKeys->keyCodeForSegment(mSegment));
+            return qtKey ? QKeySequence(qtKey).toString(QKeySequence::NativeText) : QString();
+        }
+        default:
+            return {};
+        }
+    }
+
+    QRect rect() const override
+    {
+        if (!isValid())
+            return {};
+        const QRect local = mKeys->rectForSegment(mSegment).toAlignedRect();
+        return {mKeys->mapToGlobal(local.topLeft()), local.size()};
+    }
+
+    QAccessible::State state() const override
+    {
+        QAccessible::State state;
+        if (!isValid())
+            return state;
+        state.invisible = !mKeys->isVisible();
+        state.disabled = !mKeys->isEnabled();
+        state.pressed = mKeys->isDepressedSegment(mSegment);
+        return state;
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override
+    {
+        return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this)
+                                                    : nullptr;
+    }
+
+    QStringList actionNames() const override { return {pressAction()}; }
+    void doAction(const QString& name) override
+    {
+        if (isValid() && name == pressAction())
+            mKeys->tapSegment(mSegment);
+    }
+    QStringList keyBindingsForAction(const QString& name) const override
+    {
+        const QString key = text(QAccessible::Accelerator);
+        return name == pressAction() && !key.isEmpty() ? QStringList{key} : QStringList{};
+    }
+
+private:
+    QPointer<SegmentedTapeButtonView> mKeys;
+    int mSegment;
+};
+
+} // namespace
+
+AccessibleTransportKeys::AccessibleTransportKeys(SegmentedTapeButtonView* keys)
+    : QAccessibleWidget(keys, QAccessible::Grouping)
+{
+}
+
+AccessibleTransportKeys::~AccessibleTransportKeys()
+{
+    for (const QAccessible::Id id : std::as_const(mKeyIds)) {
+        if (id != 0)
+            QAccessible::deleteAccessibleInterface(id);
+    }
+}
+
+SegmentedTapeButtonView* AccessibleTransportKeys::keys() const
+{
+    return static_cast<SegmentedTapeButtonView*>(widget());
+}
+
+int AccessibleTransportKeys::childCount() const
+{
+    return keys()->segments();
+}
+
+QAccessibleInterface* AccessibleTransportKeys::child(int index) const
+{
+    if (index < 0 || index >= childCount())
+        return nullptr;
+    if (mKeyIds.size() <= index)
+        mKeyIds.resize(index + 1, 0);
+    if (mKeyIds[index] == 0)
+        mKeyIds[index] = QAccessible::registerAccessibleInterface(new AccessibleTransportKey(keys(), index));
+    return QAccessible::accessibleInterface(mKeyIds[index]);
+}
+
+int AccessibleTransportKeys::indexOfChild(const QAccessibleInterface* child) const
+{
+    for (int index = 0; index < mKeyIds.size(); ++index) {
+        if (mKeyIds[index] != 0 && QAccessible::accessibleInterface(mKeyIds[index]) == child)
+            return index;
+    }
+    return -1;
+}
+
+QAccessibleInterface* AccessibleTransportKeys::childAt(int x, int y) const
+{
+    const int segment = keys()->segmentForPoint(keys()->mapFromGlobal(QPoint(x, y)));
+    return segment >= 0 ? child(segment) : nullptr;
+}
+
+QString AccessibleTransportKeys::text(QAccessible::Text t) const
+{
+    if (t == QAccessible::Name && keys()->accessibleName().isEmpty())
+        return SegmentedTapeButtonView::tr("Transport");
+    return QAccessibleWidget::text(t);
+}
+
+} // namespace spindrel
