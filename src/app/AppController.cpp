@@ -2,6 +2,7 @@
 
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
+#include "app/SingleInstance.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/MprisService.h"
@@ -82,6 +83,23 @@ void AppController::openFiles(const QStringList& filenames)
     for (const QString& filename : filenames)
         urls.append(QUrl::fromLocalFile(QFileInfo(filename).absoluteFilePath()));
     mWindowController->importTapesIntoLibrary(urls);
+}
+
+void AppController::serveLaterLaunches(SingleInstance& instance)
+{
+    connect(&instance, &SingleInstance::openRequested, this, [this](const QStringList& paths) {
+        openFiles(paths);
+        raiseDeck();
+    });
+    connect(&instance, &SingleInstance::raiseRequested, this, &AppController::raiseDeck);
+    instance.acceptRequests();
+}
+
+void AppController::raiseDeck()
+{
+    QWidget* window = mWindowController->window();
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    mWindowController->showWindow();
 }
 
 QUrl AppController::soundFileURL() const
