@@ -144,7 +144,7 @@ void AppController::sendFeedback()
 
 void AppController::showPreferences()
 {
-    mPreferencesController->showWindow();
+    mPreferencesController->showWindow(mWindowController->window());
 }
 
 void AppController::showAbout()
