@@ -4,6 +4,8 @@
 #include "hud/TapeBoxView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
+#include <algorithm>
+
 namespace spindrel {
 
 TapeBoxViewController::TapeBoxViewController(TapeLibraryArrayController& library, QWidget* parent)
@@ -32,6 +34,12 @@ void TapeBoxViewController::setRecording(bool recording)
 bool TapeBoxViewController::isRecording() const
 {
     return mTableView->isRecording();
+}
+
+void TapeBoxViewController::resizeEvent(QResizeEvent*)
+{
+    // The list takes the height a short deck leaves it.
+    mTableView->setGeometry(12, 50, 212, std::max(0, height() - 74));
 }
 
 void TapeBoxViewController::selectRow(int row)

@@ -29,6 +29,9 @@ public:
     /// Selects `row` (the library's selection follows) and shows it.
     void selectRow(int row);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     TapeBoxSearchField* mSearchField = nullptr;
     TapeBoxView* mTableView = nullptr;
