@@ -3,6 +3,7 @@
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
 #include "app/SingleInstance.h"
+#include "app/UserDefaults.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/MprisService.h"
@@ -75,6 +76,9 @@ void AppController::applicationWillTerminate()
     mSoftwarePlaythroughManager.reset();
     if (mWindowController)
         mWindowController->windowWillClose();
+    // What the deck kept at the close (its place, the tape box, the tape) is on disk before the
+    // process ends: the settings are otherwise written only as the event loop turns.
+    mPreferencesController->userDefaults().synchronize();
 }
 
 void AppController::openFiles(const QStringList& filenames)

@@ -208,4 +208,16 @@ TEST_F(AppControllerTest, PreferencesOpenCentredOnTheDeckAtOneWidthForEveryPane)
     preferences->close();
 }
 
+TEST_F(AppControllerTest, WhatTheDeckKeepsAtTheEndIsOnDiskWhenTheApplicationEnds)
+{
+    mApp->windowController()->window()->move(150, 110);
+    mApp->applicationWillTerminate();
+    // Read as bytes: another QSettings in this process would share the unwritten values.
+    QFile file(mFolder.filePath(QStringLiteral("defaults.conf")));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray written = file.readAll();
+    EXPECT_TRUE(written.contains("SpindrelWindowTapesDisclosed=false")) << written.toStdString();
+    EXPECT_TRUE(written.contains("@Rect(150 110 ")) << written.toStdString();
+}
+
 } // namespace
