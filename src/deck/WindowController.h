@@ -352,8 +352,8 @@ private:
     bool mRecordingUnusable = false;         // the recorder could not be made or has failed
     bool mUpdatingPositionDisplay = false;
     bool mTapesDisclosed = false;
-    QPointer<QPropertyAnimation> mDrawerAnimation; // the drawer on its way, if it is
-    QMetaObject::Connection mLastTapeWatch;        // until the last tape is back or given up
+    QPointer<QPropertyAnimation> mDrawerAnimation;   // the drawer on its way, if it is
+    QList<QMetaObject::Connection> mLastTapeWatches; // until the last tape is back or given up
     bool mClosed = false;
     double mCurrentPlayTime = 0.0;
     double mCurrentRecordTime = 0.0;

@@ -101,15 +101,30 @@ void WindowController::restoreLastTape()
     const QString filename = mPreferences.defaultsValue(lastTapeAutosaveKey()).toString();
     if (filename.isEmpty() || selectTapeWithFilename(filename))
         return;
-    // A library still filling lists it later; the user's own choice before that wins.
+    // A library still filling lists it later; a tape chosen before that (by the user) wins.
     const TapePtr chosenByDeck = mSelectedTape;
-    mLastTapeWatch = connect(mTapeArrayController.get(), &QAbstractItemModel::rowsInserted, this,
-                             [this, filename, chosenByDeck] {
-                                 if (mSelectedTape != chosenByDeck && mSelectedTape != nullptr)
-                                     disconnect(mLastTapeWatch);
-                                 else if (selectTapeWithFilename(filename))
-                                     disconnect(mLastTapeWatch);
-                             });
+    const auto giveUp = [this] {
+        for (const QMetaObject::Connection& watch : std::as_const(mLastTapeWatches))
+            disconnect(watch);
+        mLastTapeWatches.clear();
+    };
+    const auto retry = [this, filename, giveUp] {
+        if (selectTapeWithFilename(filename))
+            giveUp();
+    };
+    mLastTapeWatches = {
+        connect(this, &WindowController::selectedTapeChanged, this,
+                [this, chosenByDeck, giveUp] {
+                    if (mSelectedTape != chosenByDeck)
+                        giveUp();
+                }),
+        // The list is arranged afresh (a reset) as tapes come, or rows are inserted; the choice
+        // waits until the library has finished its turn.
+        connect(mTapeArrayController.get(), &QAbstractItemModel::modelReset, this, retry,
+                Qt::QueuedConnection),
+        connect(mTapeArrayController.get(), &QAbstractItemModel::rowsInserted, this, retry,
+                Qt::QueuedConnection),
+    };
 }
 
 } // namespace spindrel

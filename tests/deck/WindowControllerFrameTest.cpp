@@ -72,6 +72,33 @@ TEST_F(WindowFrameTest, PlaceSizeDrawerAndTapeComeBackAtTheNextLaunch)
     EXPECT_FALSE(mDeck->tapeBoxViewController()->isVisible());
 }
 
+TEST_F(WindowFrameTest, ALastTapeTheLibraryListsLaterIsLoadedUnlessAnotherWasChosenFirst)
+{
+    addTape(QStringLiteral("Older take"), QDateTime(QDate(2011, 1, 2), QTime(9, 0)));
+    addTape(QStringLiteral("Newer take"), QDateTime(QDate(2012, 3, 4), QTime(10, 15)));
+    const QString late = addTape(QStringLiteral("Late take"), QDateTime(QDate(2010, 5, 6), QTime(8, 0)));
+    const QString away = mFolder.filePath(QStringLiteral("Late take.m4a"));
+    ASSERT_TRUE(QFile::rename(late, away));
+    mPreferences->setDefaultsValue(WindowController::lastTapeAutosaveKey(), late);
+    {
+        WindowController& deck = openDeck();
+        ASSERT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer take"));
+        ASSERT_TRUE(QFile::rename(away, late));
+        EXPECT_TRUE(waitFor([&] { return deck.selectedTape()->title() == QLatin1String("Late take"); }));
+        closeDeck();
+    }
+    mDeck.reset();
+
+    ASSERT_TRUE(QFile::rename(late, away));
+    WindowController& deck = openDeck();
+    deck.tapeBoxViewController()->selectRow(1);
+    ASSERT_TRUE(waitFor([&] { return deck.selectedTape()->title() == QLatin1String("Older take"); }));
+    ASSERT_TRUE(QFile::rename(away, late));
+    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 3; }));
+    QTest::qWait(200);
+    EXPECT_NE(deck.selectedTape()->title(), QStringLiteral("Late take")) << "a choice since the start wins";
+}
+
 TEST_F(WindowFrameTest, APlaceOnNoScreenComesBackOnThePrimaryScreen)
 {
     mPreferences->setDefaultsValue(WindowController::frameAutosaveKey(), QRect(-6000, 5000, 390, 540));
