@@ -30,7 +30,8 @@ public:
     PrivateSessionBus& operator=(const PrivateSessionBus&) = delete;
 
     bool isRunning() const { return !mAddress.isEmpty(); }
-    const QString& address() const { return mAddress; }
+    /// Where other processes find the bus (their DBUS_SESSION_BUS_ADDRESS).
+    QString address() const { return mAddress; }
     /// A new connection to the bus under the connection name `name`.
     QDBusConnection connect(const QString& name)
     {

@@ -2,6 +2,8 @@
 
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
+#include "app/SingleInstance.h"
+#include "app/UserDefaults.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
 #include "deck/MprisService.h"
@@ -74,6 +76,9 @@ void AppController::applicationWillTerminate()
     mSoftwarePlaythroughManager.reset();
     if (mWindowController)
         mWindowController->windowWillClose();
+    // What the deck kept at the close (its place, the tape box, the tape) is on disk before the
+    // process ends: the settings are otherwise written only as the event loop turns.
+    mPreferencesController->userDefaults().synchronize();
 }
 
 void AppController::openFiles(const QStringList& filenames)
@@ -82,6 +87,23 @@ void AppController::openFiles(const QStringList& filenames)
     for (const QString& filename : filenames)
         urls.append(QUrl::fromLocalFile(QFileInfo(filename).absoluteFilePath()));
     mWindowController->importTapesIntoLibrary(urls);
+}
+
+void AppController::serveLaterLaunches(SingleInstance& instance)
+{
+    connect(&instance, &SingleInstance::openRequested, this, [this](const QStringList& paths) {
+        openFiles(paths);
+        raiseDeck();
+    });
+    connect(&instance, &SingleInstance::raiseRequested, this, &AppController::raiseDeck);
+    instance.acceptRequests();
+}
+
+void AppController::raiseDeck()
+{
+    QWidget* window = mWindowController->window();
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    mWindowController->showWindow();
 }
 
 QUrl AppController::soundFileURL() const
@@ -126,7 +148,7 @@ void AppController::sendFeedback()
 
 void AppController::showPreferences()
 {
-    mPreferencesController->showWindow();
+    mPreferencesController->showWindow(mWindowController->window());
 }
 
 void AppController::showAbout()

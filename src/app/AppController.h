@@ -16,6 +16,7 @@ namespace spindrel {
 
 class MprisService;
 class PreferencesController;
+class SingleInstance;
 class SpindrelSoftwarePlayThroughManager;
 class Updater;
 class WindowController;
@@ -37,6 +38,11 @@ public:
     static bool applicationShouldTerminateAfterLastWindowClosed() { return true; }
     /// Files handed to the application go into the library.
     void openFiles(const QStringList& filenames);
+    /// Later launches reach this deck through `instance`: their files are imported, and the deck
+    /// comes to the front.
+    void serveLaterLaunches(SingleInstance& instance);
+    /// Brings the deck's window to the front, out of the task bar if it was minimised.
+    void raiseDeck();
 
     /// The library folder, as a URL and as a path.
     QUrl soundFileURL() const;

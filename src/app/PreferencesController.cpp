@@ -274,11 +274,13 @@ void PreferencesController::tapeLibraryLocationChanged()
     mTapeLibraryPath = mDefaults.stringForKey(K::TapeLibraryLocation);
 }
 
-void PreferencesController::showWindow()
+void PreferencesController::showWindow(const QWidget* centredOn)
 {
     if (!mWindow)
         mWindow = new PreferencesWindow(*this);
     mWindow->refresh();
+    if (centredOn && !mWindow->isVisible())
+        mWindow->centreOn(*centredOn);
     mWindow->show();
     mWindow->raise();
     mWindow->activateWindow();

@@ -8,6 +8,8 @@
 #include <QVariantMap>
 #include <memory>
 
+class QWidget;
+
 namespace spindrel {
 
 class UserDefaults;
@@ -79,7 +81,8 @@ public:
     void playbackDeviceChanged(const QString& deviceUID);
 
     /// Shows the preferences window (made on first use).
-    void showWindow();
+    /// Shows the preferences; a window not yet on screen opens centred on `centredOn` when given.
+    void showWindow(const QWidget* centredOn = nullptr);
     PreferencesWindow* window() const { return mWindow; }
 
 private:

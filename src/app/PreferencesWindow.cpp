@@ -17,9 +17,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace spindrel {
 
@@ -57,6 +59,11 @@ PreferencesWindow::PreferencesWindow(PreferencesController& controller, QWidget*
             mLibraryLabel->setText(mController.tapeLibraryPath());
     });
     refresh();
+    // One width for every pane, the widest one's, so that the tool bar stays where it is.
+    int width = mToolBar->sizeHint().width();
+    for (int i = 0; i < mPanes->count(); ++i)
+        width = std::max(width, mPanes->widget(i)->sizeHint().width());
+    setFixedWidth(width + layout->contentsMargins().left() + layout->contentsMargins().right());
     showPane(GeneralPane);
 }
 
@@ -256,12 +263,26 @@ void PreferencesWindow::showPane(Pane pane)
     const QList<QAction*> actions = mToolBar->actions();
     for (int i = 0; i < actions.size(); ++i)
         actions.at(i)->setChecked(i == pane);
-    // Fit the window to the pane shown, as each pane has its own height.
+    // Fit the window's height to the pane shown, as each pane has its own.
     for (int i = 0; i < mPanes->count(); ++i)
         mPanes->widget(i)->setSizePolicy(QSizePolicy::Preferred,
                                          i == pane ? QSizePolicy::Preferred : QSizePolicy::Ignored);
     mPanes->adjustSize();
     adjustSize();
+}
+
+void PreferencesWindow::centreOn(const QWidget& other)
+{
+    QRect frame = frameGeometry();
+    frame.moveCenter(other.frameGeometry().center());
+    if (const QScreen* screen = other.screen()) {
+        const QRect room = screen->availableGeometry();
+        frame.moveLeft(
+            std::clamp(frame.left(), room.left(), std::max(room.left(), room.right() - frame.width() + 1)));
+        frame.moveTop(
+            std::clamp(frame.top(), room.top(), std::max(room.top(), room.bottom() - frame.height() + 1)));
+    }
+    move(frame.topLeft());
 }
 
 PreferencesWindow::Pane PreferencesWindow::currentPane() const

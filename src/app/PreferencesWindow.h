@@ -42,6 +42,8 @@ public:
     void changeStopHotkey();
     void showPane(Pane pane);
     Pane currentPane() const;
+    /// Puts the window over the middle of `other`, within the screen's room.
+    void centreOn(const QWidget& other);
 
     QComboBox* recordDevicePopUp() const { return mRecordDevicePopUp; }
     QComboBox* recordDeviceChannelsPopUp() const { return mChannelsPopUp; }

@@ -1,9 +1,11 @@
 #include "app/AppController.h"
 #include "app/CommandLine.h"
+#include "app/SingleInstance.h"
 #include "app/Translations.h"
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QIcon>
@@ -56,16 +58,27 @@ int main(int argc, char** argv)
     // The deck ends the application itself once its window has closed and every tape is written.
     QApplication::setQuitOnLastWindowClosed(false);
 
-    spindrel::AppController controller;
+    // Relative names are resolved here: the running deck has a working directory of its own.
     QStringList files;
     for (const QString& argument : arguments.mid(1)) {
-        if (QFileInfo(argument).isFile())
-            files << argument;
+        const QFileInfo file(argument);
+        if (file.isFile())
+            files << file.absoluteFilePath();
     }
-    QTimer::singleShot(0, &controller, [&controller, files] {
+    // A deck already running in this session takes the files (or comes to the front) instead of a
+    // second deck opening on the same library. Without a session bus every launch opens a deck.
+    spindrel::SingleInstance instance;
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected() && !instance.registerOnBus(bus))
+        return spindrel::SingleInstance::handOver(bus, files) ? 0 : 1;
+
+    spindrel::AppController controller;
+    QTimer::singleShot(0, &controller, [&controller, &instance, files] {
         controller.applicationDidFinishLaunching();
         if (!files.isEmpty())
             controller.openFiles(files);
+        if (instance.isRegistered())
+            controller.serveLaterLaunches(instance);
     });
     return app.exec();
 }

@@ -1,6 +1,7 @@
 #include "deck/DeckWindow.h"
 
 #include "hud/DeckBackgroundView.h"
+#include "hud/DeckPainting.h"
 #include "hud/DrawerButton.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
@@ -11,35 +12,64 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QToolButton>
+#include <algorithm>
+#include <cmath>
 
 namespace spindrel {
+
+namespace {
+
+/// The metal around the deck when the window is larger than it, painted to every edge.
+class DeckBackdrop : public QWidget
+{
+public:
+    DeckBackdrop(std::function<void()> resized, QWidget* parent)
+        : QWidget(parent), mResized(std::move(resized))
+    {
+        setAttribute(Qt::WA_OpaquePaintEvent);
+        setMinimumSize(DeckWindow::faceWidth, DeckWindow::minimumDeckHeight);
+    }
+    QSize sizeHint() const override { return {DeckWindow::faceWidth, DeckWindow::deckHeight}; }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        DeckPainting::drawBrushedMetal(painter, rect(), QColor(44, 46, 50));
+    }
+    void resizeEvent(QResizeEvent*) override { mResized(); }
+
+private:
+    std::function<void()> mResized;
+};
+
+// The face at full height, top to bottom: the display keeps its size; below it the cassette,
+// the grilles and the keys shrink together on a short deck.
+constexpr int displayBottom = 80;
+constexpr int fullShrinkingHeight = DeckWindow::deckHeight - displayBottom;
+
+} // namespace
 
 DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Spindrel"));
-    mBody = new DeckBackgroundView(this);
-    mBody->setDividers({86, 334, 444});
-    setCentralWidget(mBody);
-    mBody->setMinimumSize(faceWidth, deckHeight);
-    mBody->setMaximumHeight(deckHeight);
+    mBackdrop = new DeckBackdrop([this] { layoutDeck(); }, this);
+    setCentralWidget(mBackdrop);
+    mBody = new DeckBackgroundView(mBackdrop);
+    mBody->setObjectName(QStringLiteral("Deck"));
 
-    // The face, top to bottom: display, cassette, grilles, keys.
+    // The face, top to bottom: display, cassette, grilles, keys; placed by layoutDeck().
     mHUDView = new HUDView(mBody);
-    mHUDView->setGeometry(12, 14, 366, 66);
     mTapeView = new TapeView(mBody);
-    mTapeView->setGeometry(12, 92, 366, 236);
-    auto* leftGrille = new SpeakerGrillView(mBody);
-    leftGrille->setGeometry(12, 340, 176, 96);
-    auto* rightGrille = new SpeakerGrillView(mBody);
-    rightGrille->setGeometry(202, 340, 176, 96);
+    mLeftGrille = new SpeakerGrillView(mBody);
+    mRightGrille = new SpeakerGrillView(mBody);
     mButtonView = new SegmentedTapeButtonView(mBody);
-    mButtonView->setGeometry(10, 450, 370, 66);
     mDrawerButton = new DrawerButton(DrawerButton::Right, mBody);
     mDrawerButton->setObjectName(QStringLiteral("DrawerButton"));
     mDrawerButton->setToolTip(tr("Show or hide the tapes"));
-    mDrawerButton->setGeometry(faceWidth - 14, 240, 14, 48);
     connect(mDrawerButton, &DrawerButton::clicked, this, &DeckWindow::drawerButtonPressed);
 
     mMessageStrip = new QFrame(mBody);
@@ -71,6 +101,7 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
     mMessageStrip->hide();
 
     resize(faceWidth, deckHeight);
+    layoutDeck();
 }
 
 DeckWindow::~DeckWindow() = default;
@@ -79,9 +110,76 @@ void DeckWindow::setDrawer(QWidget* drawer)
 {
     mDrawer = drawer;
     drawer->setParent(mBody);
-    drawer->setGeometry(faceWidth, 0, drawer->width(), deckHeight);
-    drawer->show();
     mDrawerButton->raise();
+    layoutDeck();
+}
+
+void DeckWindow::setDrawerOpen(bool open)
+{
+    mDrawerOpen = open;
+    layoutDeck();
+}
+
+QWidget* DeckWindow::deckView() const
+{
+    return mBody;
+}
+
+QSize DeckWindow::deckSize() const
+{
+    const int fullWidth = faceWidth + (mDrawerOpen && mDrawer ? mDrawer->width() : 0);
+    return {std::clamp(mBackdrop->width(), faceWidth, fullWidth),
+            std::clamp(mBackdrop->height(), minimumDeckHeight, deckHeight)};
+}
+
+void DeckWindow::layoutDeck()
+{
+    if (!mMessageStrip)
+        return; // still being built
+    const QSize deck = deckSize();
+    // Centred, on whole pixels so that the pictures are copied rather than resampled.
+    mBody->setGeometry(QRect(
+        QPoint((mBackdrop->width() - deck.width()) / 2, (mBackdrop->height() - deck.height()) / 2), deck));
+    const double shrink = double(deck.height() - displayBottom) / fullShrinkingHeight;
+    const auto y = [shrink](int fullY) {
+        return displayBottom + int(std::lround((fullY - displayBottom) * shrink));
+    };
+    const auto span = [&y](int fullY, int fullHeight) { return y(fullY + fullHeight) - y(fullY); };
+    mHUDView->setGeometry(12, 14, 366, 66);
+    mTapeView->setGeometry(12, y(92), 366, span(92, 236));
+    mLeftGrille->setGeometry(12, y(340), 176, span(340, 96));
+    mRightGrille->setGeometry(202, y(340), 176, span(340, 96));
+    mButtonView->setGeometry(10, y(450), 370, span(450, 66));
+    mBody->setDividers({y(86), y(334), y(444)});
+    mDrawerButton->setGeometry(faceWidth - 14, y(264) - 24, 14, 48);
+    if (mDrawer) {
+        mDrawer->setGeometry(faceWidth, 0, mDrawer->width(), deck.height());
+        // The drawer is there as far as the deck reaches beyond the face.
+        mDrawer->setVisible(deck.width() > faceWidth);
+    }
+    if (!mMessageStrip->isHidden())
+        placeMessage();
+}
+
+void DeckWindow::fitInto(const QRect& available)
+{
+    if (available.isEmpty())
+        return;
+    // The frame is known once the window manager has framed the window; before, it counts as none.
+    const QSize frameExtra = frameGeometry().size() - geometry().size();
+    const QSize room = available.size() - frameExtra;
+    const QSize size(std::clamp(width(), minimumWidth(), std::max(minimumWidth(), room.width())),
+                     std::clamp(height(), minimumHeight(), std::max(minimumHeight(), room.height())));
+    if (size != this->size())
+        resize(size);
+    QRect frame(frameGeometry().topLeft(), size + frameExtra);
+    if (!available.contains(frame)) {
+        frame.moveLeft(std::clamp(frame.left(), available.left(),
+                                  std::max(available.left(), available.right() - frame.width() + 1)));
+        frame.moveTop(std::clamp(frame.top(), available.top(),
+                                 std::max(available.top(), available.bottom() - frame.height() + 1)));
+        move(frame.topLeft());
+    }
 }
 
 void DeckWindow::showMessage(const QString& message, const QString& actionText, std::function<void()> action)
@@ -123,21 +221,14 @@ void DeckWindow::placeMessage()
     // Over the top of the cassette, where the eye is while recording.
     const int width = 366 - 16;
     const int height = mMessageStrip->heightForWidth(width);
-    mMessageStrip->setGeometry(20, 100, width, height > 0 ? height : mMessageStrip->sizeHint().height());
+    mMessageStrip->setGeometry(20, mTapeView->y() + 8, width,
+                               height > 0 ? height : mMessageStrip->sizeHint().height());
 }
 
 void DeckWindow::closeEvent(QCloseEvent* event)
 {
     Q_EMIT closing();
     event->accept();
-}
-
-void DeckWindow::resizeEvent(QResizeEvent* event)
-{
-    QMainWindow::resizeEvent(event);
-    // The drawer is there as far as the window reaches beyond the face.
-    if (mDrawer)
-        mDrawer->setVisible(mBody->width() > faceWidth);
 }
 
 } // namespace spindrel

@@ -5,6 +5,7 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QLabel>
+#include <algorithm>
 
 namespace spindrel {
 
@@ -68,6 +69,13 @@ void TapeBoxViewController::setRecording(bool recording)
 bool TapeBoxViewController::isRecording() const
 {
     return mTableView->isRecording();
+}
+
+void TapeBoxViewController::resizeEvent(QResizeEvent*)
+{
+    // The list takes the height a short deck leaves it.
+    mTableView->setGeometry(12, 50, 212, std::max(0, height() - 74));
+    mStatus->setGeometry(12, height() - 22, 212, 18);
 }
 
 void TapeBoxViewController::selectRow(int row)

@@ -35,6 +35,9 @@ public:
     void setStatus(const QString& text);
     QString status() const;
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void updateEmptyNotice();
 

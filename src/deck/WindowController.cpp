@@ -25,7 +25,6 @@
 #include <QApplication>
 #include <QMenu>
 #include <QProgressDialog>
-#include <QScreen>
 #include <QTimer>
 #include <unistd.h>
 
@@ -98,31 +97,18 @@ void WindowController::buildDeck()
     connect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this,
             [this] { sendEvent(&WindowControllerContext::tapeChosen); });
     sendEvent(&WindowControllerContext::tapeChosen);
+    restoreLastTape();
     connect(qApp, &QCoreApplication::aboutToQuit, this, &WindowController::windowWillClose);
 }
 
 void WindowController::placeWindowAndConnectAudio()
 {
-    mWindow->resize(closedWidth, mWindow->sizeHint().height());
-    if (const QScreen* screen = mWindow->screen()) {
-        QRect frame = mWindow->frameGeometry();
-        frame.moveCenter(screen->availableGeometry().center());
-        mWindow->move(frame.topLeft());
-    }
     mWindow->setObjectName(QStringLiteral("SpindrelWindow"));
-    // The window comes back where the user left it.
-    const QPoint saved = mPreferences.defaultsValue(frameAutosaveKey()).toPoint();
-    if (!saved.isNull() && mWindow->screen() && mWindow->screen()->availableGeometry().contains(saved))
-        mWindow->move(saved);
+    restoreWindowFrame();
     VORLAudioHardware::sharedInstance()->addDelegate(this);
     createAudioInputMeter();
     mSoundServerNotice = std::make_unique<SoundServerNotice>(*this);
     mSegmentedTapeButtonView->setFocus();
-}
-
-QString WindowController::frameAutosaveKey()
-{
-    return QStringLiteral("NSWindow Frame SpindrelWindow");
 }
 
 void WindowController::showWindow()
@@ -371,7 +357,7 @@ void WindowController::windowWillClose()
     if (mWaitingForRecorder)
         finishRecording();
     mClosed = true;
-    mPreferences.setDefaultsValue(frameAutosaveKey(), mWindow->pos());
+    saveWindowFrame();
     mTapeArrayController->stopMonitoringRecordingDirectory();
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
     VORLAudioHardware::sharedInstance()->removeDelegate(this);

@@ -71,8 +71,12 @@ public:
 
     DeckWindow* window() const { return mWindow; }
     void showWindow();
-    /// Where the window's place is kept between runs.
+    /// Where the window's place and size are kept between runs; beside them, whether it was
+    /// maximised, whether the tape box was open and which tape was loaded.
     static QString frameAutosaveKey();
+    static QString maximizedAutosaveKey();
+    static QString tapesDisclosedAutosaveKey();
+    static QString lastTapeAutosaveKey();
     /// Connects the deck to the rest of the application: the folder watch, the observed
     /// defaults and the device notices.
     void applicationDidFinishLaunching();
@@ -287,6 +291,16 @@ private:
     void hudPositionChanged();
     void hudVolumeChanged();
 
+    // The window between runs (WindowControllerFrame.cpp).
+    /// Puts the window where it was left, as large as it was, with the tape box as it was, on a
+    /// screen and within the screen's room.
+    void restoreWindowFrame();
+    void saveWindowFrame();
+    /// Loads the tape loaded at the last close, once the library lists it, unless the user has
+    /// chosen another by then.
+    void restoreLastTape();
+    bool selectTapeWithFilename(const QString& filename);
+
     // Recording (WindowControllerRecording.cpp).
     void recordingFailed(const QString& message);
     /// The finishing steps of a stop once the recorder is done, then the deck loads the take.
@@ -345,7 +359,8 @@ private:
     bool mRecordingUnusable = false;         // the recorder could not be made or has failed
     bool mUpdatingPositionDisplay = false;
     bool mTapesDisclosed = false;
-    QPointer<QPropertyAnimation> mDrawerAnimation; // the drawer on its way, if it is
+    QPointer<QPropertyAnimation> mDrawerAnimation;   // the drawer on its way, if it is
+    QList<QMetaObject::Connection> mLastTapeWatches; // until the last tape is back or given up
     bool mClosed = false;
     double mCurrentPlayTime = 0.0;
     double mCurrentRecordTime = 0.0;

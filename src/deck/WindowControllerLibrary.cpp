@@ -140,6 +140,9 @@ void WindowController::discloseTapes()
     mTapesDisclosed = !mTapesDisclosed;
     playSoundEffect(mTapesDisclosed ? SoundEffect::DrawerOpenStereo : SoundEffect::DrawerCloseStereo);
     mWindow->drawerButton()->setDisclosed(mTapesDisclosed);
+    // The deck reaches over the drawer while it opens, and until it has closed.
+    if (mTapesDisclosed)
+        mWindow->setDrawerOpen(true);
 
     const QRect start = mWindow->geometry();
     QRect end = start;
@@ -150,12 +153,20 @@ void WindowController::discloseTapes()
         disconnect(mDrawerAnimation, nullptr, this, nullptr);
         mDrawerAnimation->stop();
     }
+    // A maximised or widened window has room for the drawer: it opens and closes within it.
+    if (mWindow->isMaximized() || mWindow->isFullScreen() || start.width() > openWidth) {
+        mWindow->setDrawerOpen(mTapesDisclosed);
+        return;
+    }
     const int distance = std::abs(end.width() - start.width());
     auto* animation = new QPropertyAnimation(mWindow, "geometry", mWindow);
     animation->setDuration(kDrawerAnimationMs * distance / TapeBoxViewController::drawerWidth);
     animation->setStartValue(start);
     animation->setEndValue(end);
-    connect(animation, &QPropertyAnimation::finished, this, [this, end] { mWindow->setGeometry(end); });
+    connect(animation, &QPropertyAnimation::finished, this, [this, end] {
+        mWindow->setGeometry(end);
+        mWindow->setDrawerOpen(mTapesDisclosed);
+    });
     mDrawerAnimation = animation;
     animation->start(QAbstractAnimation::DeleteWhenStopped);
 }

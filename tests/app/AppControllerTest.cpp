@@ -2,6 +2,7 @@
 
 #include "app/AboutWindow.h"
 #include "app/PreferencesController.h"
+#include "app/PreferencesWindow.h"
 #include "app/UserDefaults.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
@@ -217,6 +218,41 @@ TEST_F(AppControllerTest, TheAboutBoxShowsTheVersionAndBuild)
     AboutWindow* first = mApp->aboutWindow();
     mApp->showAbout();
     EXPECT_EQ(mApp->aboutWindow(), first) << "made once";
+}
+
+TEST_F(AppControllerTest, PreferencesOpenCentredOnTheDeckAtOneWidthForEveryPane)
+{
+    QWidget* deck = mApp->windowController()->window();
+    deck->move(180, 140);
+    ASSERT_TRUE(QTest::qWaitFor([deck] { return deck->pos() == QPoint(180, 140); }, 15000));
+    mApp->showPreferences();
+    PreferencesWindow* preferences = mPreferences->window();
+    ASSERT_NE(preferences, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(preferences));
+    const QPoint offset = preferences->frameGeometry().center() - deck->frameGeometry().center();
+    EXPECT_LE(std::abs(offset.x()), 1) << offset.x();
+    EXPECT_LE(std::abs(offset.y()), 1) << offset.y();
+
+    const int width = preferences->width();
+    for (const auto pane :
+         {PreferencesWindow::HotKeysPane, PreferencesWindow::AudioPane, PreferencesWindow::GeneralPane}) {
+        preferences->showPane(pane);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(preferences->width(), width) << "pane " << int(pane);
+    }
+    preferences->close();
+}
+
+TEST_F(AppControllerTest, WhatTheDeckKeepsAtTheEndIsOnDiskWhenTheApplicationEnds)
+{
+    mApp->windowController()->window()->move(150, 110);
+    mApp->applicationWillTerminate();
+    // Read as bytes: another QSettings in this process would share the unwritten values.
+    QFile file(mFolder.filePath(QStringLiteral("defaults.conf")));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray written = file.readAll();
+    EXPECT_TRUE(written.contains("SpindrelWindowTapesDisclosed=false")) << written.toStdString();
+    EXPECT_TRUE(written.contains("@Rect(150 110 ")) << written.toStdString();
 }
 
 } // namespace

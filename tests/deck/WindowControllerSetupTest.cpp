@@ -44,7 +44,8 @@ TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsWindowWhereItWasLeft
     // The window comes back where it was left.
     deck.window()->move(200, 160);
     closeDeck();
-    EXPECT_EQ(mPreferences->defaultsValue(WindowController::frameAutosaveKey()).toPoint(), QPoint(200, 160));
+    EXPECT_EQ(mPreferences->defaultsValue(WindowController::frameAutosaveKey()).toRect().topLeft(),
+              QPoint(200, 160));
     mDeck.reset();
     openDeck();
     EXPECT_EQ(mDeck->window()->pos(), QPoint(200, 160));
