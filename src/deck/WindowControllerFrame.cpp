@@ -115,7 +115,8 @@ void WindowController::restoreLastTape()
     mLastTapeWatches = {
         connect(this, &WindowController::selectedTapeChanged, this,
                 [this, chosenByDeck, giveUp] {
-                    if (mSelectedTape != chosenByDeck)
+                    // What the library picks as it fills is no choice of the user's.
+                    if (mSelectedTape != chosenByDeck && !mTapeArrayController->isApplyingScan())
                         giveUp();
                 }),
         // The list is arranged afresh (a reset) as tapes come, or rows are inserted; the choice

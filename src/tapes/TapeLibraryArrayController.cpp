@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QMimeData>
 #include <QMimeDatabase>
+#include <QScopedValueRollback>
 #include <QSet>
 
 namespace spindrel {
@@ -94,6 +95,7 @@ void TapeLibraryArrayController::takeScanBatch(const QList<TapePtr>& tapes)
             added.append(tape);
     }
     if (!added.isEmpty()) {
+        const QScopedValueRollback applying(mApplyingScan, true);
         const bool selects = selectsInsertedObjects();
         setSelectsInsertedObjects(false);
         addObjects(added);
@@ -112,8 +114,10 @@ void TapeLibraryArrayController::scanDone()
 {
     // Deleted later: this runs inside one of the scan's own signals.
     mScan.release()->deleteLater();
-    if (mScanLoaded > 0 && selectedObjects() == mSelectionBeforeScan)
+    if (mScanLoaded > 0 && selectedObjects() == mSelectionBeforeScan) {
+        const QScopedValueRollback applying(mApplyingScan, true);
         setSelectionIndex(0);
+    }
     Q_EMIT scanFinished();
     if (std::exchange(mScanAgain, false))
         scanInBackground(std::exchange(mTidyAgain, false));
@@ -160,6 +164,7 @@ void TapeLibraryArrayController::checkRecordingDirectory()
     if (!gone.isEmpty())
         removeObjects(gone);
     if (!added.isEmpty()) {
+        const QScopedValueRollback applying(mApplyingScan, true);
         const bool selects = selectsInsertedObjects();
         setSelectsInsertedObjects(false);
         addObjects(added);

@@ -47,6 +47,8 @@ public:
     /// interrupted edits and recordings left is cleared first.
     void scanInBackground(bool tidy = false);
     bool isScanning() const { return mScan != nullptr; }
+    /// True while a background scan's tapes go in, and while its own choice of tape is made.
+    bool isApplyingScan() const { return mApplyingScan; }
     /// How many new files the running (or last) background scan found, and has read so far.
     int scanTotal() const { return mScanTotal; }
     int scanLoaded() const { return mScanLoaded; }
@@ -113,6 +115,7 @@ private:
     Loading mLoading;
     std::unique_ptr<LibraryScan> mScan;
     bool mScanAgain = false;
+    bool mApplyingScan = false;
     bool mTidyAgain = false;
     QList<TapePtr> mSelectionBeforeScan; // what the scan may replace with the newest tape
     int mScanTotal = 0;

@@ -92,6 +92,7 @@ TEST_F(SingleInstanceTest, ASecondLaunchHandsItsFileToTheRunningDeckAndEnds)
     const QString outside = mFolder.filePath(QStringLiteral("Handed take.m4a"));
     ASSERT_TRUE(test::makeTapeFile(outside));
     WindowController* deck = mApp->windowController();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !deck->library().isScanning(); }, 30000));
     const qsizetype before = deck->library().content().size();
 
     // Named relative to its own working directory, which the running deck does not share.
