@@ -99,6 +99,8 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
     row->addWidget(mMessageButton, 0, Qt::AlignVCenter);
     row->addWidget(dismiss, 0, Qt::AlignTop);
     mMessageStrip->hide();
+    mMessageExpiry.setSingleShot(true);
+    connect(&mMessageExpiry, &QTimer::timeout, this, [this] { dismissMessage(); });
 
     resize(faceWidth, deckHeight);
     layoutDeck();
@@ -191,6 +193,12 @@ void DeckWindow::showMessage(const QString& message, const QString& actionText, 
     placeMessage();
     mMessageStrip->show();
     mMessageStrip->raise();
+    // A message with a way out stays until its cause is gone or it is used; a plain report of
+    // what happened has been read after a while and leaves by itself.
+    if (mMessageButton->isHidden())
+        mMessageExpiry.start(mMessageLifetimeMs);
+    else
+        mMessageExpiry.stop();
 }
 
 QString DeckWindow::message() const
@@ -203,8 +211,14 @@ QPushButton* DeckWindow::messageAction() const
     return mMessageStrip->isHidden() || mMessageButton->isHidden() ? nullptr : mMessageButton;
 }
 
+QRect DeckWindow::messageGeometry() const
+{
+    return mMessageStrip->geometry();
+}
+
 void DeckWindow::dismissMessage()
 {
+    mMessageExpiry.stop();
     mMessageStrip->hide();
     mMessageLabel->clear();
     mMessageAction = {};
@@ -218,11 +232,14 @@ void DeckWindow::dismissMessage(const QString& message)
 
 void DeckWindow::placeMessage()
 {
-    // Over the top of the cassette, where the eye is while recording.
+    // Above the keys, over the speaker grilles, growing upwards: the cassette's title stays in
+    // sight however long the message.
     const int width = 366 - 16;
-    const int height = mMessageStrip->heightForWidth(width);
-    mMessageStrip->setGeometry(20, mTapeView->y() + 8, width,
-                               height > 0 ? height : mMessageStrip->sizeHint().height());
+    const int wanted = mMessageStrip->heightForWidth(width);
+    const int bottom = mButtonView->y() - 6;
+    const int highest = mTapeView->y() + mTapeView->height() / 3;
+    const int height = std::min(wanted > 0 ? wanted : mMessageStrip->sizeHint().height(), bottom - highest);
+    mMessageStrip->setGeometry(20, bottom - height, width, height);
 }
 
 void DeckWindow::closeEvent(QCloseEvent* event)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QTimer>
 #include <functional>
 
 class QLabel;
@@ -29,6 +30,8 @@ public:
     static constexpr int deckHeight = 540;
     /// The shortest the deck becomes on a small screen, with the keys still easy to hit.
     static constexpr int minimumDeckHeight = 360;
+    /// How long a message without a button stays, unless told otherwise.
+    static constexpr int kMessageSeconds = 20;
 
     explicit DeckWindow(QWidget* parent = nullptr);
     ~DeckWindow() override;
@@ -52,10 +55,13 @@ public:
     /// moves onto it, and one too large for it becomes smaller, the deck with it.
     void fitInto(const QRect& available);
 
-    /// Shows a message over the deck until the user dismisses it or another replaces it. With an
-    /// `actionText`, a button beside the message runs `action` (and dismisses the message).
+    /// Shows a message over the deck, clear of the cassette's title, until the user dismisses it
+    /// or another replaces it. With an `actionText`, a button beside the message runs `action`
+    /// (and dismisses the message); without one, the message also leaves after a while.
     void showMessage(const QString& message, const QString& actionText = QString(),
                      std::function<void()> action = {});
+    void setMessageLifetime(int milliseconds) { mMessageLifetimeMs = milliseconds; }
+    QRect messageGeometry() const;
     /// The button of the message shown, or null when it has none.
     QPushButton* messageAction() const;
     QString message() const;
@@ -89,6 +95,8 @@ private:
     QLabel* mMessageLabel = nullptr;
     QPushButton* mMessageButton = nullptr;
     std::function<void()> mMessageAction;
+    QTimer mMessageExpiry;
+    int mMessageLifetimeMs = kMessageSeconds * 1000;
 };
 
 } // namespace spindrel

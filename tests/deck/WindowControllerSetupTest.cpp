@@ -15,6 +15,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -246,6 +247,37 @@ TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
     const auto tags = MP4Tags::fromFile(older);
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->lyrics().value_or(QString()), QStringLiteral("second take was better"));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(SetupTest, MessagesStayClearOfTheTitleAndPlainOnesLeaveByThemselves)
+{
+    addTape(QStringLiteral("Title in sight"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
+    WindowController& deck = openDeck();
+    DeckWindow* window = deck.window();
+    const QRect cassette = window->tapeView()->geometry();
+    const QRect titleBand(cassette.left(), cassette.top(), cassette.width(), cassette.height() / 3);
+    window->setMessageLifetime(300);
+
+    window->showMessage(QStringLiteral("A long report of something that went wrong, long enough to take "
+                                       "several lines on the deck so that it has to grow upwards a good "
+                                       "way before it fits, which it must do without covering the title."));
+    EXPECT_FALSE(window->messageGeometry().intersects(titleBand));
+    EXPECT_LE(window->messageGeometry().bottom(), window->buttonView()->geometry().top());
+    ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }, 20000)) << "a plain message leaves";
+
+    // One with a way out stays until its cause is gone or it is used.
+    bool used = false;
+    window->showMessage(QStringLiteral("The folder is gone."), QStringLiteral("Choose Folder…"),
+                        [&used] { used = true; });
+    QTest::qWait(1000);
+    EXPECT_FALSE(deck.deckMessage().isEmpty());
+    window->messageAction()->click();
+    EXPECT_TRUE(used);
+    EXPECT_TRUE(deck.deckMessage().isEmpty());
 }
 
 } // namespace
