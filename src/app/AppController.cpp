@@ -16,6 +16,7 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QMenu>
+#include <QStandardPaths>
 #include <QSysInfo>
 
 #ifndef SPINDREL_BUILD
@@ -144,6 +145,23 @@ void AppController::sendFeedback()
 {
     // When no mail program takes the URL nothing happens, as with any link.
     QDesktopServices::openUrl(feedbackMailURL(QStringLiteral(SPINDREL_SUPPORT_ADDRESS)));
+}
+
+QUrl AppController::userGuideURL()
+{
+    const QString installed =
+        QStandardPaths::locate(QStandardPaths::GenericDataLocation, QStringLiteral("doc/spindrel/README.md"));
+    if (!installed.isEmpty())
+        return QUrl::fromLocalFile(installed);
+    const QString built = QStringLiteral(SPINDREL_SOURCE_DIR "/README.md");
+    if (QFileInfo(built).isReadable())
+        return QUrl::fromLocalFile(built);
+    return QUrl(QStringLiteral(SPINDREL_USER_GUIDE_URL));
+}
+
+void AppController::showUserGuide()
+{
+    QDesktopServices::openUrl(userGuideURL());
 }
 
 void AppController::showPreferences()

@@ -55,6 +55,10 @@ public:
     /// The mail a user sends to give feedback, as a mailto URL.
     static QUrl feedbackMailURL(const QString& address);
     void sendFeedback();
+    /// The user guide: the copy installed with the program, else the one in the source tree it
+    /// was built from, else the guide on the web.
+    static QUrl userGuideURL();
+    void showUserGuide();
     void showPreferences();
     void showAbout();
 

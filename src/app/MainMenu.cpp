@@ -75,6 +75,7 @@ void AppController::buildMainMenu()
     connect(file, &QMenu::aboutToShow, this, validate);
 
     QMenu* help = bar->addMenu(tr("&Help"));
+    help->addAction(tr("Spindrel Help"), QKeySequence::HelpContents, this, &AppController::showUserGuide);
     help->addAction(tr("Send Feedback…"), this, &AppController::sendFeedback);
     help->addSeparator();
     help->addAction(tr("About Spindrel"), this, &AppController::showAbout);

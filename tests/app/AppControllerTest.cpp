@@ -113,6 +113,19 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     }
     EXPECT_EQ(preferences, QStringList{QStringLiteral("Preferences…")});
 
+    // F1 opens the user guide, which a clone or an installed copy has at hand.
+    QStringList help;
+    for (QAction* menu : deck->window()->menuBar()->actions()) {
+        for (QAction* item : menu->menu()->actions()) {
+            if (item->shortcut() == QKeySequence(QKeySequence::HelpContents))
+                help << MenuMnemonics::withoutMnemonic(item->text());
+        }
+    }
+    EXPECT_EQ(help, QStringList{QStringLiteral("Spindrel Help")});
+    const QUrl guide = AppController::userGuideURL();
+    ASSERT_TRUE(guide.isLocalFile()) << guide.toString().toStdString();
+    EXPECT_TRUE(QFileInfo(guide.toLocalFile()).isReadable());
+
     // Alt and a letter reach every item of an open menu, one item each.
     for (QAction* menu : deck->window()->menuBar()->actions()) {
         Q_EMIT menu->menu()->aboutToShow();
