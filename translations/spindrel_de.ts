@@ -437,6 +437,10 @@
         <source>Hide Tapes</source>
         <translation>Kassetten ausblenden</translation>
     </message>
+    <message>
+        <source>Spindrel Help</source>
+        <translation>Spindrel-Hilfe</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::DeckStatusItem</name>
@@ -477,6 +481,17 @@
     </message>
 </context>
 <context>
+    <name>spindrel::DrawerButton</name>
+    <message>
+        <source>Show Tapes</source>
+        <translation>Kassetten zeigen</translation>
+    </message>
+    <message>
+        <source>Hide Tapes</source>
+        <translation>Kassetten ausblenden</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::FileBrowser</name>
     <message>
         <source>“%1” can’t be shown because it no longer exists.</source>
@@ -512,6 +527,28 @@
     <message>
         <source>Title</source>
         <translation>Titel</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::HUDView</name>
+    <message>
+        <source>%1 dB</source>
+        <translation>%1 dB</translation>
+    </message>
+    <message>
+        <source>Display</source>
+        <translation>Anzeige</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::LevelView</name>
+    <message>
+        <source>Input Level</source>
+        <translation>Eingangspegel</translation>
+    </message>
+    <message>
+        <source>left %1, right %2</source>
+        <translation>links %1, rechts %2</translation>
     </message>
 </context>
 <context>
@@ -630,6 +667,13 @@
     </message>
 </context>
 <context>
+    <name>spindrel::PositionView</name>
+    <message>
+        <source>Position</source>
+        <translation>Position</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::PreferencesWindow</name>
     <message>
         <source>Preferences</source>
@@ -725,6 +769,13 @@
     </message>
 </context>
 <context>
+    <name>spindrel::QualityView</name>
+    <message>
+        <source>Recording Quality</source>
+        <translation>Aufnahmequalität</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::SegmentedTapeButtonView</name>
     <message>
         <source>REC</source>
@@ -749,6 +800,34 @@
     <message>
         <source>PAUSE</source>
         <translation>PAUSE</translation>
+    </message>
+    <message>
+        <source>Transport</source>
+        <translation>Laufwerk</translation>
+    </message>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>Wiedergeben</translation>
+    </message>
+    <message>
+        <source>Rewind</source>
+        <translation>Zurückspulen</translation>
+    </message>
+    <message>
+        <source>Fast Forward</source>
+        <translation>Vorspulen</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pause</translation>
     </message>
 </context>
 <context>
@@ -799,6 +878,18 @@
         <source>Your currently chosen input device only records in mono. Choose another device in the preferences if you require stereo recording.</source>
         <translation>Das gewählte Eingabegerät nimmt nur in Mono auf. Wählen Sie in den Einstellungen ein anderes Gerät, wenn Sie in Stereo aufnehmen möchten.</translation>
     </message>
+    <message>
+        <source>Channels</source>
+        <translation>Kanäle</translation>
+    </message>
+    <message>
+        <source>Stereo</source>
+        <translation>Stereo</translation>
+    </message>
+    <message>
+        <source>Mono</source>
+        <translation>Mono</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::Tape</name>
@@ -839,6 +930,13 @@
     <message>
         <source>Show in Folder</source>
         <translation>Im Ordner zeigen</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TapeBoxViewController</name>
+    <message>
+        <source>No tapes match</source>
+        <translation>Keine passenden Kassetten</translation>
     </message>
 </context>
 <context>
@@ -891,6 +989,36 @@
     </message>
 </context>
 <context>
+    <name>spindrel::TapeView</name>
+    <message>
+        <source>Edit Title</source>
+        <translation>Titel bearbeiten</translation>
+    </message>
+    <message>
+        <source>Edit Notes</source>
+        <translation>Notizen bearbeiten</translation>
+    </message>
+    <message>
+        <source>Change Color</source>
+        <translation>Farbe wechseln</translation>
+    </message>
+    <message>
+        <source>Cassette</source>
+        <translation>Kassette</translation>
+    </message>
+    <message>
+        <source>No tape</source>
+        <translation>Keine Kassette</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::TimeView</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+</context>
+<context>
     <name>spindrel::Trash</name>
     <message>
         <source>“%1” can’t be moved to the trash because it no longer exists.</source>
@@ -929,6 +1057,13 @@
     <message>
         <source>Recording from %1 stopped: the device is gone.</source>
         <translation>Die Aufnahme von %1 wurde beendet: Das Gerät ist fort.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::VolumeView</name>
+    <message>
+        <source>Volume</source>
+        <translation>Lautstärke</translation>
     </message>
 </context>
 <context>
@@ -992,6 +1127,18 @@
     <message>
         <source>%1 What was recorded so far is kept.</source>
         <translation>%1 Was bisher aufgenommen wurde, bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>Saving the tapes’ changes…</source>
+        <translation>Die Änderungen der Kassetten werden gesichert…</translation>
+    </message>
+    <message>
+        <source>Loading tapes… %1 of %2</source>
+        <translation>Kassetten werden geladen… %1 von %2</translation>
+    </message>
+    <message>
+        <source>Saving tapes… %1 of %2</source>
+        <translation>Kassetten werden gesichert… %1 von %2</translation>
     </message>
 </context>
 <context>
