@@ -12,8 +12,10 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenuBar>
 #include <QPainter>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QToolButton>
 #include <algorithm>
 #include <cmath>
@@ -102,6 +104,9 @@ DeckWindow::DeckWindow(QWidget* parent) : QMainWindow(parent)
     mMessageExpiry.setSingleShot(true);
     connect(&mMessageExpiry, &QTimer::timeout, this, [this] { dismissMessage(); });
 
+    // The menus come later: the height their bar takes is added to the window rather than taken
+    // from a deck shown at its full height.
+    menuBar()->installEventFilter(this);
     resize(faceWidth, deckHeight);
     layoutDeck();
 }
@@ -240,6 +245,17 @@ void DeckWindow::placeMessage()
     const int highest = mTapeView->y() + mTapeView->height() / 3;
     const int height = std::min(wanted > 0 ? wanted : mMessageStrip->sizeHint().height(), bottom - highest);
     mMessageStrip->setGeometry(20, bottom - height, width, height);
+}
+
+bool DeckWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == menuBar() && event->type() == QEvent::Resize && !isMaximized() && !isFullScreen()) {
+        const auto* resize = static_cast<QResizeEvent*>(event);
+        const int grown = resize->size().height() - std::max(0, resize->oldSize().height());
+        if (grown > 0 && mBackdrop->height() + grown >= deckHeight)
+            this->resize(width(), height() + grown);
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void DeckWindow::closeEvent(QCloseEvent* event)

@@ -75,6 +75,7 @@ Q_SIGNALS:
     void closing();
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
