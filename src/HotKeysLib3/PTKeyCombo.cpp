@@ -4,6 +4,7 @@
 #include "HotKeysLib3/PTKeyCodeTranslator.h"
 
 #include <QCoreApplication>
+#include <QHash>
 
 namespace spindrel {
 
@@ -95,8 +96,33 @@ QString PTKeyCombo::platformDescription(const PTKeyCodeTranslator& translator) c
         parts << QCoreApplication::translate("PTKeyCombo", "Super");
     if (mModifiers & shiftKey)
         parts << QCoreApplication::translate("PTKeyCombo", "Shift");
-    parts << keyCodeString(translator);
+    parts << linuxKeyName(keyCodeString(translator));
     return parts.join(QLatin1Char('+'));
+}
+
+QString PTKeyCombo::linuxKeyName(const QString& name)
+{
+    // The key table names some keys by the glyphs of another desktop's menus; here they are
+    // spelt out as the Linux desktop's shortcuts spell them.
+    static const QHash<QString, const char*> words = {
+        {QStringLiteral("←"), QT_TRANSLATE_NOOP("PTKeyCombo", "Left")},
+        {QStringLiteral("↑"), QT_TRANSLATE_NOOP("PTKeyCombo", "Up")},
+        {QStringLiteral("→"), QT_TRANSLATE_NOOP("PTKeyCombo", "Right")},
+        {QStringLiteral("↓"), QT_TRANSLATE_NOOP("PTKeyCombo", "Down")},
+        {QStringLiteral("↖"), QT_TRANSLATE_NOOP("PTKeyCombo", "Home")},
+        {QStringLiteral("↘"), QT_TRANSLATE_NOOP("PTKeyCombo", "End")},
+        {QStringLiteral("↩"), QT_TRANSLATE_NOOP("PTKeyCombo", "Return")},
+        {QStringLiteral("⇞"), QT_TRANSLATE_NOOP("PTKeyCombo", "PgUp")},
+        {QStringLiteral("⇟"), QT_TRANSLATE_NOOP("PTKeyCombo", "PgDown")},
+        {QStringLiteral("⇥"), QT_TRANSLATE_NOOP("PTKeyCombo", "Tab")},
+        {QStringLiteral("⌤"), QT_TRANSLATE_NOOP("PTKeyCombo", "Enter")},
+        {QStringLiteral("⌦"), QT_TRANSLATE_NOOP("PTKeyCombo", "Del")},
+        {QStringLiteral("⌧"), QT_TRANSLATE_NOOP("PTKeyCombo", "Clear")},
+        {QStringLiteral("⌫"), QT_TRANSLATE_NOOP("PTKeyCombo", "Backspace")},
+        {QStringLiteral("⎋"), QT_TRANSLATE_NOOP("PTKeyCombo", "Esc")},
+    };
+    const auto word = words.constFind(name);
+    return word == words.cend() ? name : QCoreApplication::translate("PTKeyCombo", *word);
 }
 
 } // namespace spindrel

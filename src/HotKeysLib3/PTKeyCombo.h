@@ -48,6 +48,9 @@ public:
     /// The same combination in the key names of this desktop ("Ctrl+Shift+7"), or "(None)".
     QString platformDescription() const;
     QString platformDescription(const PTKeyCodeTranslator& translator) const;
+    /// A key's name as Linux shortcuts spell it ("Tab", "Up", "Esc"), for the few keys the key
+    /// table names by a glyph; other names are returned as they are.
+    static QString linuxKeyName(const QString& name);
 
     bool operator==(const PTKeyCombo& other) const = default;
 

@@ -66,6 +66,10 @@ TEST(PTKeyComboTest, DescriptionsFollowTheModifierOrderTheFixedNamesAndTheLayout
     EXPECT_EQ(PTKeyCombo(0, PTKeyCombo::optionKey | PTKeyCombo::controlKey).platformDescription(*us),
               QStringLiteral("Alt+Super+A"));
     EXPECT_EQ(PTKeyCombo(26, 0).platformDescription(*us), QStringLiteral("(None)"));
+    // Keys the table names by a glyph are spelt out the Linux way.
+    EXPECT_EQ(PTKeyCombo(48, 768).platformDescription(*us), QStringLiteral("Ctrl+Shift+Tab"));
+    EXPECT_EQ(PTKeyCombo(126, PTKeyCombo::cmdKey).platformDescription(*us), QStringLiteral("Ctrl+Up"));
+    EXPECT_EQ(PTKeyCombo(53, PTKeyCombo::optionKey).platformDescription(*us), QStringLiteral("Alt+Esc"));
     // Key code 16 is the key right of T: Y in the US, Z in Germany; fixed names stay.
     EXPECT_EQ(PTKeyCombo(16, PTKeyCombo::cmdKey).description(*german), QStringLiteral("⌘Z"));
     EXPECT_EQ(PTKeyCombo(122, PTKeyCombo::cmdKey).description(*german), QStringLiteral("⌘F1"));
