@@ -382,7 +382,7 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{.name = "UdtaZeroTerminatorMoovFirst",
              .bytes = [] { return withUdtaTerminator(tone("aac-first.m4a", "aac", true)); },
              .udtaTerminator = true}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST_F(ForeignFilesTest, FragmentedFilesAreRefusedAndLeftAsTheyWere)
 {

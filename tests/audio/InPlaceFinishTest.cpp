@@ -120,7 +120,7 @@ TEST_P(InPlaceByQuality, aCrashedRecordingBecomesTheTapeTheRemuxMakesWithoutASec
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, InPlaceByQuality, ::testing::Values("LQ", "MQ", "HQ"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& testInfo) { return std::string(testInfo.param); });
 
 TEST(InPlaceFinish, withoutRoomForTheMoovTheCompleteFragmentsAreKeptAsTheyLie)
 {

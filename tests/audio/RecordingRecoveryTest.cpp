@@ -97,7 +97,7 @@ TEST_P(RecoveryByQuality, aKilledRecordingComesBackAsAnOrdinaryFileLosingLessTha
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, RecoveryByQuality, ::testing::Values("MQ", "HQ"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& testInfo) { return std::string(testInfo.param); });
 
 TEST(RecordingRecovery, aFileCutAtAnyByteKeepsEveryCompleteFragment)
 {
