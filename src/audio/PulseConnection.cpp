@@ -238,9 +238,9 @@ bool PulseConnection::waitUntil(const std::function<bool()>& done, int timeoutMs
     pa_time_event* event = pa_context_rttime_new(
         mContext, pa_rtclock_now() + pa_usec_t(timeoutMs) * PA_USEC_PER_MSEC,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* userdata) {
-            auto* alarm = static_cast<Alarm*>(userdata);
-            alarm->rang = true;
-            pa_threaded_mainloop_signal(alarm->mainloop, 0);
+            auto* ringing = static_cast<Alarm*>(userdata);
+            ringing->rang = true;
+            pa_threaded_mainloop_signal(ringing->mainloop, 0);
         },
         &alarm);
     bool result = done();
@@ -325,12 +325,12 @@ std::optional<PulseServerInfo> PulseConnection::serverInfo() const
     waitFor(pa_context_get_server_info(
         mContext,
         [](pa_context*, const pa_server_info* info, void* userdata) {
-            auto* query = static_cast<Query*>(userdata);
+            auto* pending = static_cast<Query*>(userdata);
             if (info) {
-                query->info = PulseServerInfo{QString::fromUtf8(info->default_source_name),
-                                              QString::fromUtf8(info->default_sink_name)};
+                pending->info = PulseServerInfo{QString::fromUtf8(info->default_source_name),
+                                                QString::fromUtf8(info->default_sink_name)};
             }
-            pa_threaded_mainloop_signal(query->mainloop, 0);
+            pa_threaded_mainloop_signal(pending->mainloop, 0);
         },
         &query));
     return query.info;

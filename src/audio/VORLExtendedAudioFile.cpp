@@ -175,7 +175,8 @@ void VORLExtendedAudioFile::Impl::open_(const VORLAudioStreamBasicDescription& s
 
     const AVCodec* encoder = avcodec_find_encoder(lossless ? AV_CODEC_ID_ALAC : AV_CODEC_ID_AAC);
     if (!encoder)
-        throw AudioException(QStringLiteral("No %1 encoder").arg(lossless ? "Apple Lossless" : "AAC"));
+        throw AudioException(QStringLiteral("No %1 encoder")
+                                 .arg(lossless ? QStringLiteral("Apple Lossless") : QStringLiteral("AAC")));
     codec = avcodec_alloc_context3(encoder);
     if (!codec)
         throw AudioException(QStringLiteral("Out of memory"));

@@ -242,17 +242,17 @@ void WindowController::tapeLibraryLocationChanged()
     reloadLibrary();
 }
 
-std::optional<Error> WindowController::sendEvent(TransportEvent event)
+std::optional<Error> WindowController::sendEvent(TransportEvent transportEvent)
 {
     if (mClosed)
         return std::nullopt;
     if (mWaitingForRecorder) {
         // The finished take is loaded anyway, so a choice of tape meanwhile needs no turn of its own.
-        if (event != &WindowControllerContext::tapeChosen)
-            mDeferredEvents.append(event);
+        if (transportEvent != &WindowControllerContext::tapeChosen)
+            mDeferredEvents.append(transportEvent);
         return std::nullopt;
     }
-    std::optional<Error> refusal = ((*mFSM).*event)();
+    std::optional<Error> refusal = ((*mFSM).*transportEvent)();
     if (refusal)
         logError(QStringLiteral("Spindrel_sm"), refusal->localizedDescription());
     Q_EMIT transportStateChanged(transportState());

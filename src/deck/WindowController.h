@@ -287,7 +287,7 @@ private:
     /// Sends one event to the transport. Events wait while a stopping recorder drains and are
     /// sent once the take is finished; an event the transport refuses is logged and answered
     /// with its error.
-    std::optional<Error> sendEvent(TransportEvent event);
+    std::optional<Error> sendEvent(TransportEvent transportEvent);
     void hudPositionChanged();
     void hudVolumeChanged();
 

@@ -164,8 +164,8 @@ void WindowController::recorderStopped()
     sendEvent(&WindowControllerContext::tapeChosen);
     // What was pressed meanwhile runs in order; a new stop among it queues the rest again.
     const QList<TransportEvent> deferred = std::exchange(mDeferredEvents, {});
-    for (const TransportEvent event : deferred)
-        sendEvent(event);
+    for (const TransportEvent pressed : deferred)
+        sendEvent(pressed);
 }
 
 void WindowController::finishRecording()

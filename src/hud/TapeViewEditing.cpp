@@ -233,11 +233,11 @@ void TapeView::mouseReleaseEvent(QMouseEvent* event)
 
 void TapeView::startFileDrag()
 {
-    std::unique_ptr<QMimeData> data = mTape->mimeData();
-    if (!data)
+    std::unique_ptr<QMimeData> mimeData = mTape->mimeData();
+    if (!mimeData)
         return;
     auto* drag = new QDrag(this);
-    drag->setMimeData(data.release());
+    drag->setMimeData(mimeData.release());
     const QImage image = dragImage();
     drag->setPixmap(QPixmap::fromImage(image));
     const QSizeF half = QSizeF(image.size()) / image.devicePixelRatio() / 2.0;

@@ -87,8 +87,9 @@ QByteArray atomicParsleyFile()
         for (const char* arguments :
              {"--title x --artist y --tracknum 3/9 --freefree 1", "--comment AtomicParsley's-comment"}) {
             QByteArray output;
-            if (run(QStringLiteral("AtomicParsley"), QStringList{path} + split(arguments) << "--overWrite",
-                    &output, &output) != 0)
+            if (run(QStringLiteral("AtomicParsley"),
+                    QStringList{path} + split(arguments) << QStringLiteral("--overWrite"), &output,
+                    &output) != 0)
                 throw std::runtime_error("AtomicParsley failed: " + output.toStdString());
         }
     }));
@@ -381,7 +382,7 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{.name = "UdtaZeroTerminatorMoovFirst",
              .bytes = [] { return withUdtaTerminator(tone("aac-first.m4a", "aac", true)); },
              .udtaTerminator = true}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST_F(ForeignFilesTest, FragmentedFilesAreRefusedAndLeftAsTheyWere)
 {

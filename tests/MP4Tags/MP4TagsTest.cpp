@@ -129,9 +129,10 @@ TEST_P(MP4TagsRoundTrip, EveryTagReadsTheSameInFFprobeAndTagLib)
 INSTANTIATE_TEST_SUITE_P(FFmpegFiles, MP4TagsRoundTrip,
                          ::testing::Combine(::testing::Values(Codec::AAC, Codec::ALAC),
                                             ::testing::Values(Layout::MoovLast, Layout::MoovFirst)),
-                         [](const auto& info) {
-                             return std::string(std::get<0>(info.param) == Codec::AAC ? "AAC" : "ALAC") +
-                                    (std::get<1>(info.param) == Layout::MoovFirst ? "MoovFirst" : "MoovLast");
+                         [](const auto& testInfo) {
+                             return std::string(std::get<0>(testInfo.param) == Codec::AAC ? "AAC" : "ALAC") +
+                                    (std::get<1>(testInfo.param) == Layout::MoovFirst ? "MoovFirst"
+                                                                                      : "MoovLast");
                          });
 
 TEST_F(MP4TagsTest, EditsResizeEveryContainerAndTheAudioMovesOnlyOnceForPadding)

@@ -108,7 +108,7 @@ TEST_F(RecordDiskFullTest, ARecordingThatFillsTheDiskStopsThereAndIsATapeWithIts
     const double seconds = decodeAllPackets(tape).seconds();
     EXPECT_LT(seconds, 15.0) << "the recording stopped when the disk was full";
     const QStringList atoms = topLevelAtoms(tape);
-    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(' ').toStdString();
+    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(QLatin1Char(' ')).toStdString();
 
     // The library on the full disk lists it, tagged, with its length.
     const QJsonArray tapes = tapesIn(readText(mOut + QStringLiteral("/library")));

@@ -110,11 +110,11 @@ INSTANTIATE_TEST_SUITE_P(Presets, ExtendedAudioFileTest,
                                            PresetCase{"MQ", false, true, 48000.0, "aac", 44100, "fltp"},
                                            PresetCase{"LQ", true, true, 44100.0, "aac", 22050, "fltp"},
                                            PresetCase{"LQ", false, true, 44100.0, "aac", 22050, "fltp"}),
-                         [](const auto& info) {
-                             return std::string(info.param.quality) +
-                                    (info.param.stereo ? "Stereo" : "Mono") +
-                                    (info.param.lockSampleRate ? "" : "DeviceRate") +
-                                    std::to_string(int(info.param.inputRate));
+                         [](const auto& testInfo) {
+                             return std::string(testInfo.param.quality) +
+                                    (testInfo.param.stereo ? "Stereo" : "Mono") +
+                                    (testInfo.param.lockSampleRate ? "" : "DeviceRate") +
+                                    std::to_string(int(testInfo.param.inputRate));
                          });
 
 TEST(ExtendedAudioFile, emptyTinyAndClosedFilesStayPlayable)
@@ -134,16 +134,16 @@ TEST(ExtendedAudioFile, emptyTinyAndClosedFilesStayPlayable)
     // Nothing at all, and one frame that the resampler turns into no sample at all.
     for (const auto& [quality, frames] : {std::pair{"HQ", 0}, std::pair{"LQ", 1}}) {
         QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("empty.m4a"));
+        const QString emptyPath = dir.filePath(QStringLiteral("empty.m4a"));
         {
-            VORLExtendedAudioFile file(
-                path, RecordingPresets::streamDescriptionForQuality(QString::fromLatin1(quality), true),
+            VORLExtendedAudioFile emptyFile(
+                emptyPath, RecordingPresets::streamDescriptionForQuality(QString::fromLatin1(quality), true),
                 48000, 44100.0);
             const float sample[2] = {0.1f, 0.1f};
             if (frames)
-                file.writeFrames(sample, 1);
+                emptyFile.writeFrames(sample, 1);
         } // the destructor closes
-        const ProbedAudio probed = probeAudio(path);
+        const ProbedAudio probed = probeAudio(emptyPath);
         ASSERT_TRUE(probed.ok) << quality;
         EXPECT_GT(probed.durationSeconds, 0.0) << quality;
         EXPECT_LE(probed.durationSeconds, 0.0011) << quality;

@@ -91,8 +91,8 @@ TEST_P(InPlaceByQuality, aCrashedRecordingBecomesTheTapeTheRemuxMakesWithoutASec
 
     // No fragment is left for a player to stumble over; the one 'moov' follows the audio.
     const QStringList atoms = topLevelAtoms(tape);
-    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(' ').toStdString();
-    ASSERT_EQ(atoms.count(QStringLiteral("moov")), 1) << atoms.join(' ').toStdString();
+    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(QLatin1Char(' ')).toStdString();
+    ASSERT_EQ(atoms.count(QStringLiteral("moov")), 1) << atoms.join(QLatin1Char(' ')).toStdString();
     const qsizetype moov = atoms.indexOf(QStringLiteral("moov"));
     EXPECT_GT(moov, atoms.lastIndexOf(QStringLiteral("mdat")));
     for (qsizetype i = moov + 1; i < atoms.size(); ++i)
@@ -120,7 +120,7 @@ TEST_P(InPlaceByQuality, aCrashedRecordingBecomesTheTapeTheRemuxMakesWithoutASec
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, InPlaceByQuality, ::testing::Values("LQ", "MQ", "HQ"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& testInfo) { return std::string(testInfo.param); });
 
 TEST(InPlaceFinish, withoutRoomForTheMoovTheCompleteFragmentsAreKeptAsTheyLie)
 {

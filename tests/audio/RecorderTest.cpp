@@ -113,8 +113,9 @@ INSTANTIATE_TEST_SUITE_P(Presets, RecorderPresetTest,
                          ::testing::Values(RecorderCase{"HQ", true}, RecorderCase{"HQ", false},
                                            RecorderCase{"MQ", true}, RecorderCase{"MQ", false},
                                            RecorderCase{"LQ", true}, RecorderCase{"LQ", false}),
-                         [](const auto& info) {
-                             return std::string(info.param.quality) + (info.param.stereo ? "Stereo" : "Mono");
+                         [](const auto& testInfo) {
+                             return std::string(testInfo.param.quality) +
+                                    (testInfo.param.stereo ? "Stereo" : "Mono");
                          });
 
 TEST(Recorder, pauseAndResumeMakeOneContinuousFile)

@@ -34,8 +34,8 @@ std::vector<int64_t> fragmentEnds(const QByteArray& bytes)
 void expectOrdinaryFile(const QString& path, double minimumSeconds, double maximumSeconds)
 {
     const QStringList atoms = topLevelAtoms(path);
-    EXPECT_EQ(atoms.value(0), QStringLiteral("ftyp")) << atoms.join(' ').toStdString();
-    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(' ').toStdString();
+    EXPECT_EQ(atoms.value(0), QStringLiteral("ftyp")) << atoms.join(QLatin1Char(' ')).toStdString();
+    EXPECT_FALSE(atoms.contains(QStringLiteral("moof"))) << atoms.join(QLatin1Char(' ')).toStdString();
     ASSERT_TRUE(atoms.contains(QStringLiteral("mdat")) && atoms.contains(QStringLiteral("moov")));
     EXPECT_LT(atoms.indexOf(QStringLiteral("mdat")), atoms.indexOf(QStringLiteral("moov")));
     const DecodeCheck decoded = decodeAllPackets(path);
@@ -97,7 +97,7 @@ TEST_P(RecoveryByQuality, aKilledRecordingComesBackAsAnOrdinaryFileLosingLessTha
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, RecoveryByQuality, ::testing::Values("MQ", "HQ"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& testInfo) { return std::string(testInfo.param); });
 
 TEST(RecordingRecovery, aFileCutAtAnyByteKeepsEveryCompleteFragment)
 {

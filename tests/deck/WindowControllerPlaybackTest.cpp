@@ -135,7 +135,7 @@ TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
     EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_EQ(deck.audioFilePlayer(), nullptr);
     EXPECT_TRUE(log.filter(QStringLiteral("(ERROR) WindowController : Exception! ")).size() == 1)
-        << log.join('\n');
+        << log.join(QLatin1Char('\n'));
     deck.playTape(); // nothing to hear, nothing to fail
     EXPECT_EQ(state(), TransportState::Playing);
     deck.stopTape();

@@ -68,14 +68,16 @@ protected:
 
         const QString address = QStringLiteral("unix:path=%1/bus").arg(runtime);
         mBus.setProcessEnvironment(environment);
-        mBus.start(QStringLiteral("dbus-daemon"), {"--session", "--nofork", "--address=" + address});
+        mBus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                                                   QStringLiteral("--address=") + address});
         ASSERT_TRUE(mBus.waitForStarted());
         for (int i = 0; i < 100 && !QFile::exists(runtime + QStringLiteral("/bus")); ++i)
             QThread::msleep(20);
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
         mKeyring.setProcessEnvironment(environment);
         mKeyring.start(QStringLiteral("gnome-keyring-daemon"),
-                       {"--foreground", "--unlock", "--components=secrets"});
+                       {QStringLiteral("--foreground"), QStringLiteral("--unlock"),
+                        QStringLiteral("--components=secrets")});
         ASSERT_TRUE(mKeyring.waitForStarted());
         mKeyring.write("test-password");
         mKeyring.waitForBytesWritten();

@@ -87,7 +87,8 @@ TEST_F(BackgroundLibraryTest, GoneFilesLeaveNewOnesComeAndAScanAskedForMeanwhile
     for (const TapePtr& tape : library.content())
         names << QFileInfo(tape->filename()).fileName();
     names.sort();
-    EXPECT_EQ(names, QStringList({"file 1.m4a", "file 2.m4a", "late.m4a"}));
+    EXPECT_EQ(names, QStringList({QStringLiteral("file 1.m4a"), QStringLiteral("file 2.m4a"),
+                                  QStringLiteral("late.m4a")}));
 }
 
 TEST_F(BackgroundLibraryTest, AnotherFolderDropsWhatTheOldFoldersScanWouldStillBring)
@@ -126,7 +127,7 @@ TEST_F(BackgroundLibraryTest, TheQueueWritesInTheBackgroundAndFollowsRenamesOfCo
     ASSERT_TRUE(idle.wait(60000));
     EXPECT_FALSE(tape->dirty());
     EXPECT_EQ(tape->filename(), path(QStringLiteral("[] Two.m4a")));
-    EXPECT_EQ(m4aFiles(mDir.path()), QStringList({"[] Two.m4a"}));
+    EXPECT_EQ(m4aFiles(mDir.path()), QStringList({QStringLiteral("[] Two.m4a")}));
     const auto tags = MP4Tags::fromFile(tape->filename());
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Two"));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 using namespace spindrel;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -58,25 +59,25 @@ TEST(LibraryQueryTest, EachQueryFindsItsTapes)
     } cases[] = {
         // Title and notes, ignoring case, any part of a word; "guitar" has Piano only in its notes,
         // and an absent title counts as a hit for every word.
-        {"Piano", {"piano", "guitar", "both", "untitled"}},
-        {"pia", {"piano", "guitar", "both", "untitled"}},
-        {"scales", {"piano", "untitled"}},
+        {"Piano", {u"piano"_s, u"guitar"_s, u"both"_s, u"untitled"_s}},
+        {"pia", {u"piano"_s, u"guitar"_s, u"both"_s, u"untitled"_s}},
+        {"scales", {u"piano"_s, u"untitled"_s}},
         // Every term, or any term after a bar; only the first bar switches modes.
-        {"lesson guitar", {"untitled"}},
-        {"piano guitar", {"guitar", "both", "untitled"}},
-        {"lesson | memo", {"piano", "untitled"}},
-        {"lesson | | memo", {"piano", "untitled"}},
+        {"lesson guitar", {u"untitled"_s}},
+        {"piano guitar", {u"guitar"_s, u"both"_s, u"untitled"_s}},
+        {"lesson | memo", {u"piano"_s, u"untitled"_s}},
+        {"lesson | | memo", {u"piano"_s, u"untitled"_s}},
         // A doubled space is an empty term that hits only absent titles; a lone bar leaves no terms.
-        {"piano  guitar", {"untitled"}},
+        {"piano  guitar", {u"untitled"_s}},
         {"|", {}},
         // Keywords, in any case and anywhere in the term.
-        {"color:green quality:hq", {"piano"}},
-        {"COLOR:Green", {"piano", "both"}},
-        {"quality:lq", {"guitar", "untitled"}},
-        {"xcolor:blue", {"guitar"}},
-        {"year:2012", {"piano", "both"}},
-        {"month:march", {"piano", "guitar"}},
-        {"date:2012-03-04", {"piano"}},
+        {"color:green quality:hq", {u"piano"_s}},
+        {"COLOR:Green", {u"piano"_s, u"both"_s}},
+        {"quality:lq", {u"guitar"_s, u"untitled"_s}},
+        {"xcolor:blue", {u"guitar"_s}},
+        {"year:2012", {u"piano"_s, u"both"_s}},
+        {"month:march", {u"piano"_s, u"guitar"_s}},
+        {"date:2012-03-04", {u"piano"_s}},
         {"date:2013-03-04", {}},
         {"year:notadate", {}},
     };

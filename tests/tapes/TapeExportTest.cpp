@@ -51,7 +51,8 @@ TEST_F(TapeExportTest, CopiesTheFileWholeAndReplacesOnlyWithConsent)
     // Even with consent a tape is never exported onto its own file.
     EXPECT_TRUE(TapeExport::exportFile(source, source, TapeExport::ExistingFile::Replace));
     EXPECT_EQ(read(source), QByteArray("new take"));
-    EXPECT_EQ(allEntries(), (QStringList{"copy.m4a", "keep.m4a", "tape.m4a"}));
+    EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("copy.m4a"), QStringLiteral("keep.m4a"),
+                                         QStringLiteral("tape.m4a")}));
 }
 
 TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)

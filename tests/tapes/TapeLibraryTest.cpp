@@ -77,8 +77,8 @@ TEST_F(TapeLibraryTest, ScanKeepsOnlyM4aFilesNewestFirstAndSelectsTheNewestOrNot
 
     TapeLibraryArrayController library(folder());
     EXPECT_EQ(library.soundFileList().size(), 2);
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"new", "old"}));
-    EXPECT_EQ(titles(library.selectedObjects()), QStringList({"new"}));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("new"), QStringLiteral("old")}));
+    EXPECT_EQ(titles(library.selectedObjects()), QStringList({QStringLiteral("new")}));
     EXPECT_EQ(library.rowCount(), 2);
     EXPECT_EQ(library.data(library.index(0, FilteringArrayController::QualityColumn)).toString(),
               QStringLiteral("LQ"));
@@ -178,7 +178,8 @@ TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegul
     {
         TapeLibraryArrayController library(folder());
         ASSERT_EQ(fileNames(library.content()), "cut.m4a, good.m4a");
-        EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"good", ""})) << "undated last";
+        EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("good"), QString()}))
+            << "undated last";
         const TapePtr cut = library.arrangedObjects().last();
         EXPECT_NEAR(cut->duration(), 1.0, 0.05) << "the movie header was whole";
         EXPECT_TRUE(cut->title().isNull());
@@ -203,9 +204,10 @@ TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegul
         ASSERT_TRUE(QDir(elsewhere.path()).mkdir(QStringLiteral("folder.m4a")));
         QList<Error> errors;
         EXPECT_TRUE(finishesWithoutTheFifo(fifo, [&] {
-            errors = library.importTapesIntoLibrary({QUrl::fromLocalFile(fifo),
-                                                     QUrl::fromLocalFile(elsewhere.filePath("folder.m4a")),
-                                                     QUrl::fromLocalFile(QStringLiteral("/dev/null"))});
+            errors = library.importTapesIntoLibrary(
+                {QUrl::fromLocalFile(fifo),
+                 QUrl::fromLocalFile(elsewhere.filePath(QStringLiteral("folder.m4a"))),
+                 QUrl::fromLocalFile(QStringLiteral("/dev/null"))});
         }));
         ASSERT_EQ(errors.size(), 3);
         EXPECT_EQ(errors.first().localizedDescription(),
@@ -232,8 +234,9 @@ TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)
 
     addTape(QStringLiteral("b.m4a"), QStringLiteral("second"), day(2));
     ASSERT_TRUE(waitForMerge(library));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"second", "first"}));
-    EXPECT_EQ(titles(library.selectedObjects()), QStringList({"second"}));
+    EXPECT_EQ(titles(library.arrangedObjects()),
+              QStringList({QStringLiteral("second"), QStringLiteral("first")}));
+    EXPECT_EQ(titles(library.selectedObjects()), QStringList({QStringLiteral("second")}));
 
     const TapePtr before = library.arrangedObjects().last();
     ASSERT_TRUE(QFile::rename(path(QStringLiteral("a.m4a")), path(QStringLiteral("renamed.m4a"))));
@@ -245,7 +248,7 @@ TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)
 
     QFile::remove(path(QStringLiteral("b.m4a")));
     ASSERT_TRUE(waitForMerge(library));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"first"}));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("first")}));
 }
 
 TEST_F(TapeLibraryTest, PausedWatchMissesTheRecordingUntilTheNextEventAfterResuming)
@@ -261,7 +264,8 @@ TEST_F(TapeLibraryTest, PausedWatchMissesTheRecordingUntilTheNextEventAfterResum
     library.resumeMonitoringRecordingDirectory();
     addTape(QStringLiteral("other.m4a"), QStringLiteral("other"), day(4));
     ASSERT_TRUE(waitForMerge(library));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"other", "rec"}));
+    EXPECT_EQ(titles(library.arrangedObjects()),
+              QStringList({QStringLiteral("other"), QStringLiteral("rec")}));
 }
 
 TEST_F(TapeLibraryTest, SearchAndTapesAddedWhileSearching)
@@ -271,7 +275,7 @@ TEST_F(TapeLibraryTest, SearchAndTapesAddedWhileSearching)
     addTape(QStringLiteral("b.m4a"), QStringLiteral("guitar"), day(2), true);
     TapeLibraryArrayController library(folder());
     library.setFilterString(QStringLiteral("piano"));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"piano"}));
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("piano")}));
 
     ASSERT_TRUE(makeTapeFile(path(QStringLiteral("new.m4a"))));
     auto recording = std::make_shared<Tape>(path(QStringLiteral("new.m4a")));
@@ -279,13 +283,15 @@ TEST_F(TapeLibraryTest, SearchAndTapesAddedWhileSearching)
     recording->setTitle(QStringLiteral("drums"));
     recording->setDate(day(5));
     library.addObject(recording);
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"drums", "piano"}));
+    EXPECT_EQ(titles(library.arrangedObjects()),
+              QStringList({QStringLiteral("drums"), QStringLiteral("piano")}));
     EXPECT_EQ(library.selectedObjects(), QList<TapePtr>{recording});
 
     library.setFilterString(QString());
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"drums", "guitar", "piano"}));
+    EXPECT_EQ(titles(library.arrangedObjects()),
+              QStringList({QStringLiteral("drums"), QStringLiteral("guitar"), QStringLiteral("piano")}));
     library.setFilterString(QStringLiteral("piano"));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({"piano"}))
+    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("piano")}))
         << "the added list empties without a filter";
 
     // A date edit re-sorts at once.
@@ -318,7 +324,7 @@ TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
     EXPECT_EQ(requested.first().first().value<QList<QUrl>>(), urls);
 
     EXPECT_TRUE(library.importTapesIntoLibrary(urls).isEmpty());
-    EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList({"take.m4a"}));
+    EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList({QStringLiteral("take.m4a")}));
     // The first of the two same-named files wins.
     Tape imported(path(QStringLiteral("take.m4a")));
     EXPECT_EQ(imported.quality(), QStringLiteral("LQ"));

@@ -182,7 +182,10 @@ TEST_F(TapeTest, CommittedTitleRenamesAndEveryFieldReadsBack)
     EXPECT_EQ(tags->artist(), QStringLiteral("Maria"));
     const QImage cover = QImage::fromData(*tags->coverArt(), "PNG");
     EXPECT_EQ(cover.size(), QSize(880, 560));
-    EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-i", renamed, "-f", "null", "-"}), 0);
+    EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"),
+                         {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), renamed,
+                          QStringLiteral("-f"), QStringLiteral("null"), QStringLiteral("-")}),
+              0);
 }
 
 TEST_F(TapeTest, RenameTakesTheNextFreeNameAndCountsItsOwnPath)
@@ -356,7 +359,10 @@ TEST_F(TapeTest, LargeMdatBeforeMoovIsProbedAndItsTagsRead)
     ASSERT_EQ(readFile(path).mid(mp4test::topLevelBox(large, "mdat").offset, 8), mp4test::be32(1) + "mdat");
     // The rewritten file is sound: ffmpeg decodes all of it.
     EXPECT_NEAR(ffprobe(path).value(QStringLiteral("duration")).toString().toDouble(), duration, 0.05);
-    EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-xerror", "-i", path, "-f", "null", "-"}),
+    EXPECT_EQ(runProgram(QStringLiteral("ffmpeg"),
+                         {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-xerror"),
+                          QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("null"),
+                          QStringLiteral("-")}),
               0);
 
     Tape tape(path);
