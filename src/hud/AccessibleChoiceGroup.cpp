@@ -77,17 +77,12 @@ private:
 } // namespace
 
 AccessibleChoiceGroup::AccessibleChoiceGroup(QWidget* widget, Choices choices)
-    : QAccessibleWidget(widget, QAccessible::Grouping), mChoices(std::move(choices))
+    : QAccessibleWidget(widget, QAccessible::Grouping), mChoices(std::move(choices)),
+      mChoiceParts([widget](int index) { return new AccessibleChoice(widget, index); })
 {
 }
 
-AccessibleChoiceGroup::~AccessibleChoiceGroup()
-{
-    for (const QAccessible::Id id : std::as_const(mChoiceIds)) {
-        if (id != 0)
-            QAccessible::deleteAccessibleInterface(id);
-    }
-}
+AccessibleChoiceGroup::~AccessibleChoiceGroup() {}
 
 int AccessibleChoiceGroup::childCount() const
 {
@@ -96,22 +91,12 @@ int AccessibleChoiceGroup::childCount() const
 
 QAccessibleInterface* AccessibleChoiceGroup::child(int index) const
 {
-    if (index < 0 || index >= childCount())
-        return nullptr;
-    if (mChoiceIds.size() <= index)
-        mChoiceIds.resize(index + 1, 0);
-    if (mChoiceIds[index] == 0)
-        mChoiceIds[index] = QAccessible::registerAccessibleInterface(new AccessibleChoice(widget(), index));
-    return QAccessible::accessibleInterface(mChoiceIds[index]);
+    return mChoiceParts.child(index, childCount());
 }
 
 int AccessibleChoiceGroup::indexOfChild(const QAccessibleInterface* child) const
 {
-    for (int index = 0; index < mChoiceIds.size(); ++index) {
-        if (mChoiceIds[index] != 0 && QAccessible::accessibleInterface(mChoiceIds[index]) == child)
-            return index;
-    }
-    return -1;
+    return mChoiceParts.indexOf(child);
 }
 
 QAccessibleInterface* AccessibleChoiceGroup::childAt(int x, int y) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hud/AccessibleChildren.h"
+
 #include <QAccessibleWidget>
 #include <QList>
 #include <QStringList>
@@ -38,7 +40,7 @@ public:
 
 private:
     Choices mChoices;
-    mutable QList<QAccessible::Id> mChoiceIds;
+    mutable AccessibleChildren mChoiceParts;
 };
 
 } // namespace spindrel

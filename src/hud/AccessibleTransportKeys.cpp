@@ -90,17 +90,12 @@ private:
 } // namespace
 
 AccessibleTransportKeys::AccessibleTransportKeys(SegmentedTapeButtonView* keys)
-    : QAccessibleWidget(keys, QAccessible::Grouping)
+    : QAccessibleWidget(keys, QAccessible::Grouping),
+      mKeyParts([keys](int index) { return new AccessibleTransportKey(keys, index); })
 {
 }
 
-AccessibleTransportKeys::~AccessibleTransportKeys()
-{
-    for (const QAccessible::Id id : std::as_const(mKeyIds)) {
-        if (id != 0)
-            QAccessible::deleteAccessibleInterface(id);
-    }
-}
+AccessibleTransportKeys::~AccessibleTransportKeys() {}
 
 SegmentedTapeButtonView* AccessibleTransportKeys::keys() const
 {
@@ -114,22 +109,12 @@ int AccessibleTransportKeys::childCount() const
 
 QAccessibleInterface* AccessibleTransportKeys::child(int index) const
 {
-    if (index < 0 || index >= childCount())
-        return nullptr;
-    if (mKeyIds.size() <= index)
-        mKeyIds.resize(index + 1, 0);
-    if (mKeyIds[index] == 0)
-        mKeyIds[index] = QAccessible::registerAccessibleInterface(new AccessibleTransportKey(keys(), index));
-    return QAccessible::accessibleInterface(mKeyIds[index]);
+    return mKeyParts.child(index, childCount());
 }
 
 int AccessibleTransportKeys::indexOfChild(const QAccessibleInterface* child) const
 {
-    for (int index = 0; index < mKeyIds.size(); ++index) {
-        if (mKeyIds[index] != 0 && QAccessible::accessibleInterface(mKeyIds[index]) == child)
-            return index;
-    }
-    return -1;
+    return mKeyParts.indexOf(child);
 }
 
 QAccessibleInterface* AccessibleTransportKeys::childAt(int x, int y) const

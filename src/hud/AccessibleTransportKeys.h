@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hud/AccessibleChildren.h"
+
 #include <QAccessibleWidget>
 #include <QList>
 
@@ -25,7 +27,7 @@ private:
     SegmentedTapeButtonView* keys() const;
 
     // The keys' interfaces, made when first asked for and registered with Qt's cache.
-    mutable QList<QAccessible::Id> mKeyIds;
+    mutable AccessibleChildren mKeyParts;
 };
 
 } // namespace spindrel
