@@ -9,6 +9,21 @@ namespace spindrel {
 /// The parts of a custom-drawn control as accessible objects of their own, made when a screen
 /// reader first asks for one and registered with the accessibility framework until the control's
 /// interface goes.
+/// A part of a control that has no parts of its own: the framework's questions about children,
+/// focus and editing all have the same answers.
+class AccessibleLeaf : public QAccessibleInterface
+{
+public:
+    QObject* object() const override { return nullptr; }
+    QWindow* window() const override { return parent() ? parent()->window() : nullptr; }
+    QAccessibleInterface* child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    QAccessibleInterface* focusChild() const override { return nullptr; }
+    void setText(QAccessible::Text, const QString&) override {}
+};
+
 class AccessibleChildren
 {
 public:

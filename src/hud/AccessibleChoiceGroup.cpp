@@ -7,21 +7,13 @@ namespace spindrel {
 
 namespace {
 
-class AccessibleChoice : public QAccessibleInterface, public QAccessibleActionInterface
+class AccessibleChoice : public AccessibleLeaf, public QAccessibleActionInterface
 {
 public:
     AccessibleChoice(QWidget* widget, int index) : mWidget(widget), mIndex(index) {}
 
     bool isValid() const override { return mWidget && group() && mIndex < group()->childCount(); }
-    QObject* object() const override { return nullptr; }
-    QWindow* window() const override { return group() ? group()->window() : nullptr; }
     QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(mWidget); }
-    QAccessibleInterface* child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
-    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-    QAccessibleInterface* focusChild() const override { return nullptr; }
-    void setText(QAccessible::Text, const QString&) override {}
     QAccessible::Role role() const override { return QAccessible::RadioButton; }
     QRect rect() const override
     {

@@ -11,21 +11,13 @@ namespace spindrel {
 namespace {
 
 /// One key: not a widget of its own, so an interface over a part of the strip.
-class AccessibleTransportKey : public QAccessibleInterface, public QAccessibleActionInterface
+class AccessibleTransportKey : public AccessibleLeaf, public QAccessibleActionInterface
 {
 public:
     AccessibleTransportKey(SegmentedTapeButtonView* keys, int segment) : mKeys(keys), mSegment(segment) {}
 
     bool isValid() const override { return mKeys && mSegment < mKeys->segments(); }
-    QObject* object() const override { return nullptr; }
-    QWindow* window() const override { return parent() ? parent()->window() : nullptr; }
     QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(mKeys); }
-    QAccessibleInterface* child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
-    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-    QAccessibleInterface* focusChild() const override { return nullptr; }
-    void setText(QAccessible::Text, const QString&) override {}
     QAccessible::Role role() const override { return QAccessible::Button; }
 
     QString text(QAccessible::Text t) const override
