@@ -128,8 +128,10 @@ void PulseServerWatch::partFetched(pa_context* context, bool answered)
         fetchDevices(context);
         return;
     }
+    mStale = mFetchFailed;
     if (mFetchFailed)
-        return; // half a list is worse than the last whole one
+        return; // half a list is worse than the last whole one; the next probe fetches again
+    mDelivered = mFetching.server;
     auto devices = std::make_shared<const PulseDeviceSnapshot>(std::move(mFetching));
     mFetching = {};
     mListener.devicesFetched(std::move(devices));
@@ -185,10 +187,20 @@ void PulseServerWatch::sinkReceived(pa_context* context, const pa_sink_info* inf
     watch->partFetched(context, eol > 0);
 }
 
-void PulseServerWatch::probeAnswered(pa_context*, const pa_server_info* info, void* self)
+void PulseServerWatch::probeAnswered(pa_context* context, const pa_server_info* info, void* self)
 {
+    auto* watch = static_cast<PulseServerWatch*>(self);
     // Without info the question timed out: no sign of life.
-    static_cast<PulseServerWatch*>(self)->settled(info != nullptr);
+    watch->settled(info != nullptr);
+    if (!info)
+        return;
+    // A server may change its defaults without a word to this client (PipeWire's pulse server
+    // can, under load); the sign of life shows them anyway.
+    const bool defaultsMoved =
+        watch->mDelivered.defaultSourceName != QString::fromUtf8(info->default_source_name) ||
+        watch->mDelivered.defaultSinkName != QString::fromUtf8(info->default_sink_name);
+    if (watch->mStale || defaultsMoved)
+        watch->fetchDevices(context);
 }
 
 } // namespace spindrel

@@ -59,7 +59,9 @@ public:
     /// How long the server has owed an answer (connecting counts), in milliseconds; 0 when it
     /// owes none.
     qint64 unansweredMs() const;
-    /// Asks the server for a sign of life, unless it owes an answer already. Never waits.
+    /// Asks the server for a sign of life, unless it owes an answer already. Never waits. Its
+    /// answer also catches what an event missed: defaults other than the last list's, or a last
+    /// fetch that failed, fetch the lists again.
     void probe();
 
 private:
@@ -82,9 +84,11 @@ private:
     std::atomic<qint64> mOwedSinceMs{0}; // the steady clock when the oldest open question was asked
     int mOwed = 0;                       // questions without an answer yet
     PulseDeviceSnapshot mFetching;
-    int mPartsLeft = 0;        // of the fetch under way
-    bool mFetchFailed = false; // a part of it got no answer
-    bool mFetchAgain = false;  // an event came while fetching
+    int mPartsLeft = 0;         // of the fetch under way
+    bool mFetchFailed = false;  // a part of it got no answer
+    bool mFetchAgain = false;   // an event came while fetching
+    bool mStale = false;        // the last fetch failed: the listener's list may be out of date
+    PulseServerInfo mDelivered; // the defaults of the last list handed over
     std::unique_ptr<PulseConnection> mConnection;
 };
 

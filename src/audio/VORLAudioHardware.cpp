@@ -88,14 +88,18 @@ void VORLAudioHardware::devicesFetched(std::shared_ptr<const PulseDeviceSnapshot
     // Devices coming back after an outage, or after someone was told there were none, are news.
     bool listChanged = !before && (mState != ServerState::Unknown || mSeenWithoutDevices);
     mSeenWithoutDevices = false;
+    const QString& defaultName = devices->server.defaultSourceName;
+    const QString lastDefault = std::exchange(mLastDefaultSource, defaultName);
+    const bool defaultMoved = lastDefault != defaultName;
+    if (defaultMoved && !lastDefault.isEmpty()) {
+        // Also for a server back from an outage, which may come back with another default.
+        postNotice(&VORLAudioHardware::defaultInputDeviceDidChange,
+                   &VORLAudioHardwareDelegate::defaultInputDeviceDidChange, mDefaultNoticePending);
+    }
     if (before) {
         listChanged =
             !sameDevices(before->sources, devices->sources) || !sameDevices(before->sinks, devices->sinks);
-        const QString& defaultName = devices->server.defaultSourceName;
-        if (before->server.defaultSourceName != defaultName) {
-            postNotice(&VORLAudioHardware::defaultInputDeviceDidChange,
-                       &VORLAudioHardwareDelegate::defaultInputDeviceDidChange, mDefaultNoticePending);
-        } else {
+        if (!defaultMoved) {
             const PulseDeviceInfo* was = before->source(defaultName);
             const PulseDeviceInfo* is = devices->source(defaultName);
             if (was && is && was->index == is->index && was->sampleRate != is->sampleRate) {

@@ -111,6 +111,7 @@ private:
     std::shared_ptr<const PulseDeviceSnapshot> mDevices;
     ServerState mState = ServerState::Unknown;
     bool mSeenWithoutDevices = false; // a query found no devices: their coming is a change
+    QString mLastDefaultSource;       // kept through an outage, to tell whether it came back
 
     // A notice waiting for the main thread; later events of the same kind join it.
     std::atomic<bool> mListNoticePending{false};

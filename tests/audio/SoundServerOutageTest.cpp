@@ -21,7 +21,9 @@ class CountingDelegate : public VORLAudioHardwareDelegate
 {
 public:
     void deviceListDidChange() override { ++listChanges; }
+    void defaultInputDeviceDidChange() override { ++defaultChanges; }
     int listChanges = 0;
+    int defaultChanges = 0;
 };
 
 QStringList uids(const QList<VORLAudioDevice>& devices)
@@ -111,6 +113,7 @@ TEST_F(SoundServerOutage, aKilledServerEmptiesTheListsAtOnceAndIsFoundAgainWhenI
     ASSERT_TRUE(waitUntil(
         [&] { return !states.isEmpty() && states.last().at(0).value<State>() == State::Running; }, 10000));
     EXPECT_EQ(deck.listChanges, 1);
+    EXPECT_EQ(deck.defaultChanges, 0) << "it came back with the same default";
     hardware->removeDelegate(&deck);
 }
 
