@@ -1,5 +1,6 @@
 #include "deck/MprisPlayerAdaptor.h"
 
+#include "audio/VORLExtendedAudioFilePlayer.h"
 #include "deck/MprisService.h"
 #include "deck/WindowController.h"
 #include "hud/HUDView.h"

@@ -1,5 +1,6 @@
 #include "deck/SoundServerNotice.h"
 
+#include "deck/DeckInputMeter.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 
@@ -37,8 +38,8 @@ void SoundServerNotice::serverStateDidChange(VORLAudioHardware::ServerState stat
         mDeck.window()->dismissMessage(mShownMessage);
         mShownMessage.clear();
         // The device notice that comes with a returning server may have rebuilt it already.
-        if (!mDeck.audioInputMeter())
-            mDeck.createAudioInputMeter();
+        if (!mDeck.inputMeter().meter())
+            mDeck.inputMeter().start();
         break;
     case VORLAudioHardware::ServerState::Unknown:
         break;
@@ -48,7 +49,7 @@ void SoundServerNotice::serverStateDidChange(VORLAudioHardware::ServerState stat
 void SoundServerNotice::showMessage(const QString& message)
 {
     // A meter on a lost server would only freeze at its last level.
-    mDeck.destroyAudioInputMeter();
+    mDeck.inputMeter().stop();
     if (mDeck.deckMessage() != message)
         mDeck.showDeckMessage(message);
     mShownMessage = message;

@@ -1,13 +1,17 @@
 #include "deck/WindowController.h"
 
 #include "SMC/WindowControllerContext.h"
-#include "audio/VORLAudioInputMeter.h"
+#include "audio/VORLAudioHardware.h"
+#include "audio/VORLExtendedAudioFilePlayer.h"
+#include "deck/DeckInputMeter.h"
 #include "deck/DeckKeyboardFocus.h"
 #include "deck/DeckPreferences.h"
 #include "deck/DeckSoundEffects.h"
 #include "deck/DeckStatusItem.h"
 #include "deck/DeckWindow.h"
 #include "deck/DefaultsKeys.h"
+#include "deck/PlaybackSession.h"
+#include "deck/RecordingSession.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/SoundServerNotice.h"
 #include "deck/TapeBoxViewController.h"
@@ -47,13 +51,8 @@ WindowController::~WindowController()
     mCommits.waitUntilIdle();
     if (mTapeArrayController)
         mTapeArrayController->stopMonitoringRecordingDirectory();
-    VORLAudioHardware::sharedInstance()->removeDelegate(this);
     unregisterHotkeys();
-    destroyAudioInputMeter();
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->setDelegate(nullptr);
-    if (mAudioFileRecorder)
-        mAudioFileRecorder->setDelegate(nullptr);
+    mInputMeter->shutDown();
     // The window's widgets refer to this controller; they go first.
     delete mWindow;
 }
@@ -64,6 +63,15 @@ void WindowController::buildDeck()
     mTapeArrayController = std::make_unique<TapeLibraryArrayController>(
         mPreferences.tapeLibraryPath(), TapeLibraryArrayController::Loading::InBackground);
     mFSM = std::make_unique<WindowControllerContext>(*this);
+    mRecording = new RecordingSession(this);
+    // A device that goes away or a disk that fills up ends the recording; the take is kept.
+    connect(mRecording, &RecordingSession::failed, this, [this](const QString& message) {
+        recordingFailed(tr("%1 What was recorded so far is kept.").arg(message));
+    });
+    connect(mRecording, &RecordingSession::stopped, this, &WindowController::recorderStopped);
+    mPlayback = new PlaybackSession(this);
+    connect(mPlayback, &PlaybackSession::reachedEnd, this, &WindowController::stopTape);
+    connect(mPlayback, &PlaybackSession::outputLost, this, &WindowController::playbackOutputLost);
     mStatusItem = new DeckStatusItem(this);
     connect(mStatusItem, &DeckStatusItem::recordTriggered, this, &WindowController::recordTape);
     connect(mStatusItem, &DeckStatusItem::pauseTriggered, this, &WindowController::pauseTape);
@@ -88,7 +96,7 @@ void WindowController::buildDeck()
     registerDefaults();
     loadDefaults();
     observeHUD();
-    setupSoundEffectPlayers();
+    mSoundEffects = new DeckSoundEffects(mPreferences, systemOutputDeviceUID(), this);
     bindTapeView();
     // Owned by this controller as a child object.
     new DeckKeyboardFocus(*mWindow, *mTapeBox, this);
@@ -105,8 +113,8 @@ void WindowController::placeWindowAndConnectAudio()
 {
     mWindow->setObjectName(QStringLiteral("SpindrelWindow"));
     restoreWindowFrame();
-    VORLAudioHardware::sharedInstance()->addDelegate(this);
-    createAudioInputMeter();
+    mInputMeter = new DeckInputMeter(mPreferences, *mHUDView, this);
+    mInputMeter->start();
     mSoundServerNotice = std::make_unique<SoundServerNotice>(*this);
     mSegmentedTapeButtonView->setFocus();
 }
@@ -127,18 +135,14 @@ void WindowController::applicationDidFinishLaunching()
     mFolderWatch.setFolder(mPreferences.tapeLibraryPath());
     mPreferences.observe(K::ShowNSStatusItem, this, [this] {
         if (mPreferences.boolForKey(K::ShowNSStatusItem))
-            installStatusItem();
+            mStatusItem->install();
         else
-            removeStatusItem();
+            mStatusItem->remove();
     });
     // One handler for the four: each change registers all three hot keys again.
     for (const QString& key : {K::EnableHotKeys, K::RecordHotKey, K::StopHotKey, K::PauseHotKey})
         mPreferences.observe(key, this, [this] { registerHotkeys(); });
     mPreferences.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
-    connect(&mPreferences, &DeckPreferences::recordDeviceChangedNotification, this,
-            &WindowController::recordDeviceDidChange);
-    connect(&mPreferences, &DeckPreferences::recordDeviceChannelsChangedNotification, this,
-            &WindowController::recordDeviceChannelsDidChange);
 }
 
 void WindowController::buildTransportStrip()
@@ -162,17 +166,12 @@ void WindowController::buildTransportStrip()
     });
 }
 
-QVariantMap WindowController::deckDefaults()
+void WindowController::registerDefaults()
 {
     QVariantMap defaults = RecordingDefaults::deckValues();
     defaults.insert(K::PlaybackVolume, 0.0);
     defaults.insert(K::EnableSoftwarePlaythrough, false);
-    return defaults;
-}
-
-void WindowController::registerDefaults()
-{
-    mPreferences.registerDefaults(deckDefaults());
+    mPreferences.registerDefaults(defaults);
 }
 
 void WindowController::loadDefaults()
@@ -200,18 +199,17 @@ void WindowController::observeHUD()
 void WindowController::hudVolumeChanged()
 {
     mPreferences.setDefaultsValue(K::PlaybackVolume, double(float(mHUDView->volume())));
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->setPlaybackVolume(mHUDView->volume());
+    mPlayback->setVolume(mHUDView->volume());
 }
 
 void WindowController::hudPositionChanged()
 {
     // Only the user's moves seek; the controller's own refreshes set the flag around theirs.
-    if (mUpdatingPositionDisplay || !mAudioFilePlayer)
+    if (mUpdatingPositionDisplay || !mPlayback->player())
         return;
     const double position = mHUDView->position();
-    mAudioFilePlayer->setCurrentTime(position);
-    mHUDView->setMaxTime(mAudioFilePlayer->maxTime());
+    mPlayback->seek(position);
+    mHUDView->setMaxTime(mPlayback->maxTime());
     mHUDView->setTime(position);
 }
 
@@ -264,11 +262,6 @@ TransportState WindowController::transportState() const
     return mFSM->transportState();
 }
 
-QString WindowController::systemFullUserName()
-{
-    return RecordingDefaults::systemFullUserName();
-}
-
 QString WindowController::systemOutputDeviceUID()
 {
     const VORLAudioDevice device = VORLAudioHardware::defaultOutputDevice();
@@ -283,65 +276,6 @@ QString WindowController::systemOutputDeviceUID()
         return {};
     }
     return uid;
-}
-
-void WindowController::createAudioInputMeter()
-{
-    // Without a server there is nothing to meter; the sound server notice brings the meter back.
-    if (VORLAudioHardware::sharedInstance()->serverState() != VORLAudioHardware::ServerState::Running)
-        return;
-    try {
-        mAudioInputMeter = std::make_unique<VORLAudioInputMeter>(mPreferences.recordingAudioDevice(),
-                                                                 mPreferences.recordingAudioDeviceChannels());
-        mAudioInputMeter->start();
-        startLevelMeter(true);
-    } catch (const std::exception& exception) {
-        mAudioInputMeter.reset();
-        logError(QStringLiteral("WindowController"),
-                 QStringLiteral("Could not create the audio input meter."));
-        logError(QStringLiteral("WindowController"),
-                 QStringLiteral("Exception:%1").arg(QString::fromLocal8Bit(exception.what())));
-    }
-}
-
-void WindowController::destroyAudioInputMeter()
-{
-    startLevelMeter(false);
-    if (mAudioInputMeter)
-        mAudioInputMeter->stop();
-    mAudioInputMeter.reset();
-}
-
-void WindowController::defaultInputDeviceDidChange()
-{
-    mPreferences.checkDefaultAudioDevices();
-    destroyAudioInputMeter();
-    createAudioInputMeter();
-}
-
-void WindowController::defaultInputDeviceSampleRateDidChange()
-{
-    destroyAudioInputMeter();
-    createAudioInputMeter();
-}
-
-void WindowController::deviceListDidChange()
-{
-    defaultInputDeviceDidChange();
-}
-
-void WindowController::recordDeviceDidChange()
-{
-    destroyAudioInputMeter();
-    createAudioInputMeter();
-    // Setting the HUD to mono also stores the choice, through the HUD's observation.
-    if (mHUDView->stereo() && !mPreferences.recordingAudioDevice().canRecordStereo())
-        mHUDView->setStereo(false);
-}
-
-void WindowController::recordDeviceChannelsDidChange()
-{
-    recordDeviceDidChange();
 }
 
 void WindowController::windowWillClose()
@@ -360,16 +294,13 @@ void WindowController::windowWillClose()
     saveWindowFrame();
     mTapeArrayController->stopMonitoringRecordingDirectory();
     disconnect(mTapeArrayController.get(), &TapeLibraryArrayController::selectionChanged, this, nullptr);
-    VORLAudioHardware::sharedInstance()->removeDelegate(this);
     disconnect(&mPreferences, nullptr, this, nullptr);
     destroyTapePlayer();
     mCommits.commit(mTapeArrayController->content());
-    if (mAudioFileRecorder)
-        mAudioFileRecorder->setDelegate(nullptr);
-    mAudioFileRecorder.reset();
+    mRecording->finish();
     mSoundServerNotice.reset();
-    destroyAudioInputMeter();
-    removeStatusItem();
+    mInputMeter->shutDown();
+    mStatusItem->remove();
     unregisterHotkeys();
     finishClosing();
 }
@@ -400,12 +331,6 @@ void WindowController::finishClosing()
     progress->setValue(mCommits.batchDone());
 }
 
-void WindowController::setupSoundEffectPlayers()
-{
-    delete mSoundEffects;
-    mSoundEffects = new DeckSoundEffects(mPreferences, systemOutputDeviceUID(), this);
-}
-
 SoundEffectPlayer* WindowController::soundEffect(SoundEffect sound) const
 {
     return mSoundEffects ? mSoundEffects->player(sound) : nullptr;
@@ -423,39 +348,19 @@ void WindowController::stopSoundEffect(SoundEffect sound)
         mSoundEffects->stop(sound);
 }
 
-void WindowController::installStatusItem()
+bool WindowController::isRecordingPaused() const
 {
-    mStatusItem->install();
+    return mRecording->isPaused();
 }
 
-void WindowController::removeStatusItem()
+VORLExtendedAudioFilePlayer* WindowController::audioFilePlayer() const
 {
-    mStatusItem->remove();
+    return mPlayback->player();
 }
 
-void WindowController::refreshStatusItemState()
+VORLExtendedAudioFileRecorder* WindowController::audioFileRecorder() const
 {
-    mStatusItem->setPaused(mRecordingPaused);
-}
-
-void WindowController::setStatusItemImage(const QString& name)
-{
-    mStatusItem->setImage(name);
-}
-
-QSystemTrayIcon* WindowController::statusItem() const
-{
-    return mStatusItem->icon();
-}
-
-QMenu* WindowController::statusItemMenu() const
-{
-    return mStatusItem->menu();
-}
-
-const QString& WindowController::statusItemImageName() const
-{
-    return mStatusItem->imageName();
+    return mRecording->recorder();
 }
 
 void WindowController::showDeckMessage(const QString& message)

@@ -2,9 +2,6 @@
 
 #include "SMC/TransportState.h"
 #include "SMC/WindowControllerOwner.h"
-#include "audio/VORLAudioHardware.h"
-#include "audio/VORLExtendedAudioFilePlayer.h"
-#include "audio/VORLExtendedAudioFileRecorder.h"
 #include "deck/FileBrowser.h"
 #include "foundation/Error.h"
 #include "tapes/LibraryFolderWatch.h"
@@ -27,7 +24,10 @@ class QTimer;
 
 namespace spindrel {
 
+class DeckInputMeter;
 class DeckPreferences;
+class PlaybackSession;
+class RecordingSession;
 class DeckSoundEffects;
 class DeckStatusItem;
 class PTHotKey;
@@ -40,6 +40,8 @@ class TapeBoxViewController;
 class TapeLibraryArrayController;
 class TapeView;
 class VORLAudioInputMeter;
+class VORLExtendedAudioFilePlayer;
+class VORLExtendedAudioFileRecorder;
 class WindowControllerContext;
 
 /// The deck: owns the window, the transport machine, the library, the player, the recorder and
@@ -51,11 +53,7 @@ class WindowControllerContext;
 /// operations (WindowControllerFileOperations.cpp) and the hot keys
 /// (WindowControllerHotKeys.cpp). The sound effects (DeckSoundEffects) and the status item
 /// (DeckStatusItem) are objects of their own.
-class WindowController : public QObject,
-                         public WindowControllerOwner,
-                         public VORLAudioHardwareDelegate,
-                         public VORLExtendedAudioFileRecorderDelegate,
-                         public VORLExtendedAudioFilePlayerDelegate
+class WindowController : public QObject, public WindowControllerOwner
 {
     Q_OBJECT
 
@@ -167,17 +165,9 @@ public:
     void playRemovalAnimation() override;
 
     // Recording.
-    static QString fileExtension() { return QStringLiteral("m4a"); }
-    /// A fresh UUID with the extension: 36 characters, a dot and "m4a".
-    static QString newFilename();
-    static QString newTitle();
-    void finalizeRecordedFile();
-    /// The recorder has drained (or was given up on): the take is finished and loaded, and the
-    /// transport events held back meanwhile are sent.
-    void audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder) override;
     /// A stop is under way: the transport is idle, the recorder still drains into the file.
     bool isWaitingForRecorder() const { return mWaitingForRecorder; }
-    bool isRecordingPaused() const { return mRecordingPaused; }
+    bool isRecordingPaused() const;
 
     // The loaded tape.
     const TapePtr& selectedTape() const { return mSelectedTape; }
@@ -185,55 +175,22 @@ public:
     /// Writes the loaded tape's edits now, rebuilding the player around the write.
     void commitDirtyTape();
 
-    // Playback and display refresh.
-    void audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer* player) override;
-    void audioFilePlayerDidFail(VORLExtendedAudioFilePlayer* player) override;
+    // Display refresh.
     void startHUDUpdates(bool start);
     void updateHUD();
-    void startLevelMeter(bool start);
-    void updateMeter();
-    double currentPlayTime() const { return mCurrentPlayTime; }
-    void setCurrentPlayTime(double time) { mCurrentPlayTime = time; }
-    double currentRecordTime() const { return mCurrentRecordTime; }
-    void setCurrentRecordTime(double time) { mCurrentRecordTime = time; }
-    // Kept for the transport's vocabulary; the reels already follow the speed.
-    void playRewindAnimation() {}
-    void stopRewindAnimation() {}
-    void playRewindingAudio() {}
 
     // Sound effects.
-    void setupSoundEffectPlayers();
     SoundEffectPlayer* soundEffect(SoundEffect sound) const;
 
-    // Defaults and devices.
+    // Defaults.
     void registerDefaults();
-    /// What registerDefaults registers.
-    static QVariantMap deckDefaults();
-    void loadDefaults();
-    /// The user's full name from the system (the login name when none is recorded).
-    static QString systemFullUserName();
-    /// The output device for sound effects, or a null string when the sound server has none.
-    static QString systemOutputDeviceUID();
-    void createAudioInputMeter();
-    void destroyAudioInputMeter();
-    void defaultInputDeviceDidChange() override;
-    void defaultInputDeviceSampleRateDidChange() override;
-    void deviceListDidChange() override;
-    void recordDeviceDidChange();
-    void recordDeviceChannelsDidChange();
 
     /// Registers the record, stop and pause hot keys from the preferences (clear ones when hot
     /// keys are turned off), replacing the deck's earlier ones.
     void registerHotkeys();
 
-    // Status item.
-    void installStatusItem();
-    void removeStatusItem();
-    void refreshStatusItemState();
-    QSystemTrayIcon* statusItem() const;
-    QMenu* statusItemMenu() const;
-    /// "spstatus", or "spstatus-recording" while recording.
-    const QString& statusItemImageName() const;
+    /// The tray icon with its menu.
+    DeckStatusItem& statusItem() const { return *mStatusItem; }
 
     /// Stops the transport, commits every tape and lets go of the audio objects; the window's
     /// closing calls it.
@@ -255,11 +212,10 @@ public:
     SegmentedTapeButtonView* buttonView() const { return mSegmentedTapeButtonView; }
     TapeView* tapeView() const { return mTapeView; }
     TapeBoxViewController* tapeBoxViewController() const { return mTapeBox; }
-    VORLExtendedAudioFilePlayer* audioFilePlayer() const { return mAudioFilePlayer.get(); }
-    VORLExtendedAudioFileRecorder* audioFileRecorder() const { return mAudioFileRecorder.get(); }
-    VORLAudioInputMeter* audioInputMeter() const { return mAudioInputMeter.get(); }
+    VORLExtendedAudioFilePlayer* audioFilePlayer() const;
+    VORLExtendedAudioFileRecorder* audioFileRecorder() const;
+    DeckInputMeter& inputMeter() const { return *mInputMeter; }
     bool isHUDUpdating() const { return mHUDTimer != nullptr; }
-    bool isMetering() const { return mMeterTimer != nullptr; }
     const LibraryFolderWatch& libraryFolderWatch() const { return mFolderWatch; }
 
 Q_SIGNALS:
@@ -269,6 +225,8 @@ Q_SIGNALS:
     void transportStateChanged(spindrel::TransportState state);
     /// A recording ended and its tape is in its file.
     void recordingFinished(const spindrel::TapePtr& tape);
+    /// Whether the tape operations may be used may have changed (see canOperateOnSelectedTape).
+    void tapeOperationsChanged();
     /// The window has closed and every tape is committed.
     void windowDidClose();
 
@@ -301,6 +259,11 @@ private:
     void restoreLastTape();
     bool selectTapeWithFilename(const QString& filename);
 
+    void loadDefaults();
+    /// The output device for sound effects, or a null string when the sound server has none.
+    static QString systemOutputDeviceUID();
+    void playbackOutputLost(const QString& deviceName);
+
     // Recording (WindowControllerRecording.cpp).
     void recordingFailed(const QString& message);
     /// The finishing steps of a stop once the recorder is done, then the deck loads the take.
@@ -331,7 +294,6 @@ private:
 
     // Hot keys (WindowControllerHotKeys.cpp).
     void unregisterHotkeys();
-    void setStatusItemImage(const QString& name);
 
     DeckPreferences& mPreferences;
     DeckWindow* mWindow = nullptr; // owned
@@ -348,25 +310,20 @@ private:
     QString mFolderBanner; // the folder problem the deck shows, so that its return can dismiss it
 
     TapePtr mSelectedTape;
-    std::unique_ptr<VORLExtendedAudioFileRecorder> mAudioFileRecorder;
-    std::unique_ptr<VORLExtendedAudioFilePlayer> mAudioFilePlayer;
-    std::unique_ptr<VORLAudioInputMeter> mAudioInputMeter;
+    RecordingSession* mRecording = nullptr;
+    PlaybackSession* mPlayback = nullptr;
+    DeckInputMeter* mInputMeter = nullptr;
     std::unique_ptr<SoundServerNotice> mSoundServerNotice;
-    bool mRecordingPaused = false;
     bool mWaitingForRecorder = false;
-    QTimer* mRecorderStopDeadline = nullptr; // finishes a stop the recorder never reports
-    QList<TransportEvent> mDeferredEvents;   // sent while a stop was under way
-    bool mRecordingUnusable = false;         // the recorder could not be made or has failed
+    QList<TransportEvent> mDeferredEvents; // sent while a stop was under way
+    bool mRecordingUnusable = false;       // the recorder could not be made or has failed
     bool mUpdatingPositionDisplay = false;
     bool mTapesDisclosed = false;
     QPointer<QPropertyAnimation> mDrawerAnimation;   // the drawer on its way, if it is
     QList<QMetaObject::Connection> mLastTapeWatches; // until the last tape is back or given up
     bool mClosed = false;
-    double mCurrentPlayTime = 0.0;
-    double mCurrentRecordTime = 0.0;
 
     QTimer* mHUDTimer = nullptr;
-    QTimer* mMeterTimer = nullptr;
     DeckSoundEffects* mSoundEffects = nullptr;
 
     std::shared_ptr<PTHotKey> mRecordHotKey;

@@ -1,6 +1,7 @@
 // The deck's operations on tape files: import, export, reveal, trash, mail and the music library.
 #include "deck/DeckPreferences.h"
 #include "deck/DeckWindow.h"
+#include "deck/RecordingSession.h"
 #include "deck/WindowController.h"
 #include "tapes/MailDraft.h"
 #include "tapes/MusicLibraryPlaylist.h"
@@ -61,7 +62,7 @@ void WindowController::exportTape(QObject* sender)
     auto* panel = new QFileDialog(mWindow, tr("Export Tape"), QFileInfo(tape->filename()).fileName(),
                                   kMPEG4AudioFilter);
     panel->setAcceptMode(QFileDialog::AcceptSave);
-    panel->setDefaultSuffix(fileExtension());
+    panel->setDefaultSuffix(QStringLiteral("m4a"));
     // The deck asks before replacing, whichever dialog the desktop supplies.
     panel->setOption(QFileDialog::DontConfirmOverwrite);
     panel->setAttribute(Qt::WA_DeleteOnClose);
@@ -182,8 +183,7 @@ TapePtr WindowController::tapeToOperateOn(QObject* sender) const
 
 bool WindowController::canOperateOnSelectedTape() const
 {
-    const bool recording =
-        (mAudioFileRecorder && mAudioFileRecorder->isFileRecording()) || mWaitingForRecorder;
+    const bool recording = mRecording->isRecording() || mWaitingForRecorder;
     return mSelectedTape && !mSelectedTape->filename().isEmpty() && !recording;
 }
 

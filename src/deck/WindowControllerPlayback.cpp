@@ -1,8 +1,9 @@
 #include "SMC/WindowControllerContext.h"
-#include "audio/AudioException.h"
 #include "audio/VORLAudioInputMeter.h"
 #include "deck/DeckPreferences.h"
 #include "deck/DeckWindow.h"
+#include "deck/PlaybackSession.h"
+#include "deck/RecordingSession.h"
 #include "deck/WindowController.h"
 #include "foundation/Log.h"
 #include "hud/HUDView.h"
@@ -97,16 +98,10 @@ void WindowController::activateApp()
     mWindow->activateWindow();
 }
 
-void WindowController::audioFilePlayerDidReachEndOfFile(VORLExtendedAudioFilePlayer*)
-{
-    stopTape();
-}
-
-void WindowController::audioFilePlayerDidFail(VORLExtendedAudioFilePlayer* player)
+void WindowController::playbackOutputLost(const QString& deviceName)
 {
     // The player has stopped already; the transport follows so the keys come up.
-    showDeckMessage(
-        tr("Playback stopped: the output device “%1” is gone.").arg(player->device().deviceName()));
+    showDeckMessage(tr("Playback stopped: the output device “%1” is gone.").arg(deviceName));
     stopTape();
 }
 
@@ -133,29 +128,13 @@ bool WindowController::canSelectTape()
 
 void WindowController::createTapePlayer()
 {
-    if (!mSelectedTape)
-        return;
-    try {
-        mAudioFilePlayer = std::make_unique<VORLExtendedAudioFilePlayer>(mSelectedTape->filename(),
-                                                                         mPreferences.playbackAudioDevice());
-        mAudioFilePlayer->setPlaybackVolume(mHUDView->volume());
-        mAudioFilePlayer->setDelegate(this);
-    } catch (const AudioException& exception) {
-        mAudioFilePlayer.reset();
-        logError(QStringLiteral("WindowController"), QStringLiteral("Exception! %1").arg(exception.reason()));
-    } catch (const std::exception& exception) {
-        mAudioFilePlayer.reset();
-        logError(QStringLiteral("WindowController"),
-                 QStringLiteral("Exception! %1").arg(QString::fromLocal8Bit(exception.what())));
-    }
+    if (mSelectedTape)
+        mPlayback->open(mSelectedTape->filename(), mPreferences.playbackAudioDevice(), mHUDView->volume());
 }
 
 void WindowController::destroyTapePlayer()
 {
-    if (!mAudioFilePlayer)
-        return;
-    mAudioFilePlayer->setDelegate(nullptr);
-    mAudioFilePlayer.reset();
+    mPlayback->close();
 }
 
 void WindowController::clearCurrentTime()
@@ -168,8 +147,9 @@ void WindowController::clearCurrentTime()
 
 void WindowController::startPlayingAudio()
 {
-    if (mAudioFilePlayer && !mAudioFilePlayer->startFilePlaying()) {
-        showDeckMessage(tr("Spindrel could not play the tape: %1").arg(mAudioFilePlayer->errorString()));
+    QString error;
+    if (!mPlayback->start(&error)) {
+        showDeckMessage(tr("Spindrel could not play the tape: %1").arg(error));
         // Not from inside the transition that started playing: the stop comes right after it.
         QMetaObject::invokeMethod(this, &WindowController::stopTape, Qt::QueuedConnection);
     }
@@ -177,27 +157,22 @@ void WindowController::startPlayingAudio()
 
 void WindowController::stopPlayingAudio()
 {
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->stopFilePlaying();
+    mPlayback->stop();
 }
 
 void WindowController::muteAudio()
 {
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->setPlaybackLevel(0.0);
+    mPlayback->mute();
 }
 
 void WindowController::unmuteAudio()
 {
-    // The volume, not the level: setting the user's volume again lifts the mute.
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->setPlaybackVolume(mHUDView->volume());
+    mPlayback->setVolume(mHUDView->volume());
 }
 
 void WindowController::setPlaybackSpeed(double speed)
 {
-    if (mAudioFilePlayer)
-        mAudioFilePlayer->setPlaybackSpeed(speed);
+    mPlayback->setSpeed(speed);
     mTapeView->setRotationSpeed(speed);
 }
 
@@ -215,16 +190,8 @@ void WindowController::startHUDUpdates(bool start)
 
 void WindowController::updateHUD()
 {
-    double time = 0.0;
-    double maxTime = 0.0;
-    if (mAudioFilePlayer) {
-        time = mAudioFilePlayer->currentTime();
-        maxTime = mAudioFilePlayer->maxTime();
-        mCurrentPlayTime = time;
-    } else if (mAudioFileRecorder) {
-        time = mAudioFileRecorder->currentTime();
-        mCurrentRecordTime = time;
-    }
+    const double time = mPlayback->player() ? mPlayback->currentTime() : mRecording->currentTime();
+    const double maxTime = mPlayback->maxTime();
     mHUDView->setTime(time);
     mUpdatingPositionDisplay = true;
     mHUDView->setPosition(time);
@@ -233,27 +200,6 @@ void WindowController::updateHUD()
     // The wound packs on the cassette follow the play position.
     if (maxTime > 0.0)
         mTapeView->setPlayProgress(std::clamp(time / maxTime, 0.0, 1.0));
-}
-
-void WindowController::startLevelMeter(bool start)
-{
-    if (start) {
-        delete mMeterTimer;
-        mMeterTimer = makeRefreshTimer(this, [this] { updateMeter(); });
-        return;
-    }
-    delete mMeterTimer;
-    mMeterTimer = nullptr;
-    updateMeter();
-    mHUDView->setLevels(-100.0, -100.0);
-}
-
-void WindowController::updateMeter()
-{
-    if (!mAudioInputMeter)
-        return;
-    const auto [left, right] = mAudioInputMeter->levels();
-    mHUDView->setLevels(left, right);
 }
 
 void WindowController::startPlayAnimation()

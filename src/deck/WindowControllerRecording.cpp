@@ -1,7 +1,9 @@
 #include "SMC/WindowControllerContext.h"
-#include "audio/VORLExtendedAudioFile.h"
 #include "deck/DeckPreferences.h"
+#include "deck/DeckStatusItem.h"
 #include "deck/DefaultsKeys.h"
+#include "deck/PlaybackSession.h"
+#include "deck/RecordingSession.h"
 #include "deck/TapeBoxViewController.h"
 #include "deck/WindowController.h"
 #include "foundation/Assertion.h"
@@ -21,21 +23,6 @@ namespace spindrel {
 
 namespace K = DefaultsKeys;
 
-namespace {
-// The recorder reports its stop well within this, a second or two after the stop at most.
-constexpr int kRecorderStopDeadlineMs = 5000;
-} // namespace
-
-QString WindowController::newFilename()
-{
-    return NewRecording::newFilename();
-}
-
-QString WindowController::newTitle()
-{
-    return NewRecording::newTitle();
-}
-
 void WindowController::startRecordingAudio()
 {
     // The transport unloads a tape before it records; recording over one still loaded would lose it.
@@ -48,7 +35,7 @@ void WindowController::startRecordingAudio()
 
     const QVariant author = mPreferences.defaultsValue(K::TapeAuthor);
     const TapePtr tape =
-        NewRecording::tapeForRecording(mPreferences.tapeLibraryPath(), newTitle(),
+        NewRecording::tapeForRecording(mPreferences.tapeLibraryPath(), NewRecording::newTitle(),
                                        author.isValid() ? author.toString() : QString(), mHUDView->quality());
     setSelectedTape(tape);
     mTapeArrayController->addObject(tape);
@@ -56,23 +43,9 @@ void WindowController::startRecordingAudio()
     mRecordingUnusable = false;
     const VORLAudioDevice device = mPreferences.recordingAudioDevice();
     QString error;
-    mAudioFileRecorder = NewRecording::recorderForTape(
-        *tape, mHUDView->quality(), mHUDView->stereo(), device, mPreferences.recordingAudioDeviceChannels(),
-        mPreferences.boolForKey(K::SPLockRecordingSampleRate), &error);
-    if (mAudioFileRecorder) {
-        mAudioFileRecorder->setDelegate(this);
-        if (mAudioFileRecorder->startRecording()) {
-            // A device that goes away or a disk that fills up later ends the recording; the
-            // recorder keeps what it has as a tape.
-            connect(mAudioFileRecorder.get(), &VORLExtendedAudioFileRecorder::audioFileRecorderDidFail, this,
-                    [this](VORLExtendedAudioFileRecorder*, const QString& message) {
-                        recordingFailed(tr("%1 What was recorded so far is kept.").arg(message));
-                    });
-        } else {
-            error = mAudioFileRecorder->errorString();
-        }
-    }
-    if (!mAudioFileRecorder || !mAudioFileRecorder->isFileRecording()) {
+    if (!mRecording->start(*tape, mHUDView->quality(), mHUDView->stereo(), device,
+                           mPreferences.recordingAudioDeviceChannels(),
+                           mPreferences.boolForKey(K::SPLockRecordingSampleRate), &error)) {
         // A folder that is gone or closed to us explains the failure better than the file does.
         const QString folderProblem = mFolderWatch.problemText();
         const QString problem = !folderProblem.isEmpty() ? folderProblem : device.inputProblem();
@@ -84,9 +57,10 @@ void WindowController::startRecordingAudio()
             showFolderBanner(deckMessage());
     }
 
-    setStatusItemImage(QStringLiteral("spstatus-recording"));
+    mStatusItem->setImage(QStringLiteral("spstatus-recording"));
     mHUDView->setRecordingMode(true);
     mTapeBox->setRecording(true);
+    Q_EMIT tapeOperationsChanged();
 }
 
 void WindowController::recordingFailed(const QString& message)
@@ -104,55 +78,26 @@ void WindowController::recordingFailed(const QString& message)
 
 void WindowController::pauseRecordingAudio()
 {
-    mRecordingPaused = true;
-    refreshStatusItemState();
-    if (!mAudioFileRecorder)
-        return;
-    // Without a delegate no did-stop notice comes for a pause; the file stays open.
-    mAudioFileRecorder->setDelegate(nullptr);
-    mAudioFileRecorder->stopRecording();
+    mRecording->pause();
+    mStatusItem->setPaused(true);
 }
 
 void WindowController::resumeRecordingAudio()
 {
-    mRecordingPaused = false;
-    refreshStatusItemState();
-    if (!mAudioFileRecorder)
-        return;
-    mAudioFileRecorder->setDelegate(this);
-    if (!mAudioFileRecorder->startRecording())
-        recordingFailed(tr("The recording could not go on: %1. What was recorded so far is kept.")
-                            .arg(mAudioFileRecorder->errorString()));
+    mStatusItem->setPaused(false);
+    QString error;
+    if (!mRecording->resume(&error))
+        recordingFailed(
+            tr("The recording could not go on: %1. What was recorded so far is kept.").arg(error));
 }
 
 void WindowController::stopRecordingAudio()
 {
-    mWaitingForRecorder = mAudioFileRecorder && mAudioFileRecorder->isFileRecording();
-    if (!mWaitingForRecorder) {
+    // The server still holds the last moments of the take. Until the recorder has them in the file
+    // the transport rests at idle and its events wait their turn.
+    mWaitingForRecorder = mRecording->stop();
+    if (!mWaitingForRecorder)
         finishRecording();
-        return;
-    }
-    // The server still holds the last moments of the take; the recorder says when they are in the
-    // file. Until then the transport rests at idle and its events wait their turn.
-    if (!mRecorderStopDeadline) {
-        mRecorderStopDeadline = new QTimer(this);
-        mRecorderStopDeadline->setSingleShot(true);
-        mRecorderStopDeadline->setInterval(kRecorderStopDeadlineMs);
-        connect(mRecorderStopDeadline, &QTimer::timeout, this, [this] {
-            logError(QStringLiteral("WindowController"),
-                     QStringLiteral("The recorder did not report its stop; the take is finished anyway"));
-            recorderStopped();
-        });
-    }
-    mRecorderStopDeadline->start();
-    mAudioFileRecorder->stopRecording();
-}
-
-void WindowController::audioFileRecorderDidStop(VORLExtendedAudioFileRecorder* recorder)
-{
-    // The recorder is let go in the finishing steps, so they run once this call has returned.
-    if (recorder == mAudioFileRecorder.get())
-        QMetaObject::invokeMethod(this, &WindowController::recorderStopped, Qt::QueuedConnection);
 }
 
 void WindowController::recorderStopped()
@@ -170,40 +115,13 @@ void WindowController::recorderStopped()
 
 void WindowController::finishRecording()
 {
-    if (mRecorderStopDeadline)
-        mRecorderStopDeadline->stop();
     // Finishing renames the file and rearranges the library; the choice of tape that causes is
     // loaded after, not in the middle.
     mWaitingForRecorder = true;
-    finalizeRecordedFile();
-    mTapeArrayController->resumeMonitoringRecordingDirectory();
-
-    mRecordingPaused = false;
-    setStatusItemImage(QStringLiteral("spstatus"));
-    refreshStatusItemState();
-    mHUDView->setRecordingMode(false);
-    mTapeBox->setRecording(false);
-    mWaitingForRecorder = false;
-}
-
-void WindowController::finalizeRecordedFile()
-{
-    const double recordedMs = mAudioFileRecorder ? mAudioFileRecorder->currentTime() : 0.0;
-    std::unique_ptr<VORLExtendedAudioFileRecorder> recorder = std::move(mAudioFileRecorder);
-    std::shared_ptr<VORLExtendedAudioFile> file;
-    if (recorder) {
-        recorder->setDelegate(nullptr);
-        disconnect(recorder.get(), nullptr, this, nullptr);
-        file = recorder->recordFile();
-        // Letting go of the recorder drains its encoder, so nothing writes while the file closes,
-        // also when the recorder never reported its stop.
-        recorder.reset();
-    }
-    if (file)
-        file->closeFile();
+    const RecordingSession::Take take = mRecording->finish();
     if (mSelectedTape) {
         // A recorder that never got going leaves an empty file: that is no tape.
-        if (file && mRecordingUnusable && recordedMs <= 0.0)
+        if (take.hadFile && mRecordingUnusable && take.recordedMs <= 0.0)
             QFile::remove(mSelectedTape->filename());
         // After a failure the tags may not fit on the full disk: the failure is what the user
         // needs to read, not that.
@@ -216,6 +134,14 @@ void WindowController::finalizeRecordedFile()
             showDeckMessage(failure);
     }
     mRecordingUnusable = false;
+    mTapeArrayController->resumeMonitoringRecordingDirectory();
+
+    mStatusItem->setPaused(false);
+    mStatusItem->setImage(QStringLiteral("spstatus"));
+    mHUDView->setRecordingMode(false);
+    mTapeBox->setRecording(false);
+    mWaitingForRecorder = false;
+    Q_EMIT tapeOperationsChanged();
 }
 
 void WindowController::discardUnrecordedTape()
@@ -274,7 +200,7 @@ void WindowController::commitDirtyTape()
     // An edit made while a tape is loaded for playing is written at once. Tag writes never move
     // the audio of a file in place, and a replaced file stays open under the player, so the
     // sound goes on uninterrupted.
-    if (!mAudioFilePlayer || !mSelectedTape)
+    if (!mPlayback->player() || !mSelectedTape)
         return;
     mCommits.commit(mSelectedTape);
 }

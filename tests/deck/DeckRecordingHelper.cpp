@@ -2,6 +2,7 @@
 // it is killed: what a user's deck is when the machine or the process dies mid-recording. Like the
 // application, it ends as quitting does on SIGTERM, SIGINT and SIGHUP.
 #include "TestPreferences.h"
+#include "audio/VORLExtendedAudioFileRecorder.h"
 #include "deck/WindowController.h"
 #include "foundation/TerminationSignals.h"
 

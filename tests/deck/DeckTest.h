@@ -1,6 +1,8 @@
 #pragma once
 
 #include "TestPreferences.h"
+#include "audio/VORLExtendedAudioFilePlayer.h"
+#include "audio/VORLExtendedAudioFileRecorder.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 

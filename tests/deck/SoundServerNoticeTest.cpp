@@ -3,6 +3,7 @@
 #include "DeckTest.h"
 #include "audio/PrivateSoundServer.h"
 #include "audio/PulseTestSupport.h"
+#include "deck/DeckInputMeter.h"
 #include "hud/HUDView.h"
 
 #include <QElapsedTimer>
@@ -40,7 +41,7 @@ protected:
     }
 
     PrivateSoundServer& server() { return *sServer; }
-    bool meterRuns() const { return mDeck->audioInputMeter() && mDeck->isMetering(); }
+    bool meterRuns() const { return mDeck->inputMeter().meter() && mDeck->inputMeter().isMetering(); }
     static std::unique_ptr<PrivateSoundServer> sServer;
 };
 
@@ -55,8 +56,8 @@ TEST_F(SoundServerNoticeTest, WithoutAServerTheDeckSaysSoAtOnceAndPicksUpWhenOne
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage() == SoundServerNotice::notRunningMessage(); }, 10000))
         << deck.deckMessage();
     report("deck opened without a server to its message", clock.elapsed());
-    EXPECT_EQ(deck.audioInputMeter(), nullptr);
-    EXPECT_FALSE(deck.isMetering());
+    EXPECT_EQ(deck.inputMeter().meter(), nullptr);
+    EXPECT_FALSE(deck.inputMeter().isMetering());
 
     ASSERT_TRUE(server().start());
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }, 20000)) << deck.deckMessage();
@@ -86,7 +87,7 @@ TEST_F(SoundServerNoticeTest, AServerThatGoesWhileTheDeckRunsIsReportedAndFoundA
         report("killed server to the deck's message", clock.elapsed());
     }
     // The meter goes quiet instead of standing at its last level.
-    EXPECT_EQ(deck.audioInputMeter(), nullptr);
+    EXPECT_EQ(deck.inputMeter().meter(), nullptr);
     EXPECT_EQ(deck.hudView()->levels(), std::make_pair(-100.0, -100.0));
 
     ASSERT_TRUE(server().start());
@@ -120,7 +121,7 @@ TEST_F(SoundServerNoticeTest, AStoppedServerIsReportedWithoutFreezingTheDeck)
         ASSERT_FALSE(guard.finish()) << "the deck waited on the stopped server";
         ASSERT_TRUE(reported) << deck.deckMessage();
     }
-    EXPECT_EQ(deck.audioInputMeter(), nullptr);
+    EXPECT_EQ(deck.inputMeter().meter(), nullptr);
 
     server().resume();
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage().isEmpty(); }, 20000)) << deck.deckMessage();

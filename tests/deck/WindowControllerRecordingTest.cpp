@@ -2,6 +2,7 @@
 #include "MP4Tags/MP4Tags.h"
 #include "audio/DecodeCheck.h"
 #include "audio/RecordingRecovery.h"
+#include "deck/DeckStatusItem.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
@@ -83,7 +84,7 @@ TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterI
     EXPECT_EQ(tape->quality(), QStringLiteral("LQ"));
     EXPECT_FALSE(deck.library().isMonitoring());
     EXPECT_TRUE(deck.hudView()->recordingMode());
-    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus-recording"));
+    EXPECT_EQ(deck.statusItem().imageName(), QStringLiteral("spstatus-recording"));
     EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Record)));
     EXPECT_TRUE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
 
@@ -99,7 +100,7 @@ TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterI
     EXPECT_GT(tape->duration(), 0.8);
     EXPECT_TRUE(deck.library().isMonitoring());
     EXPECT_FALSE(deck.hudView()->recordingMode());
-    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus"));
+    EXPECT_EQ(deck.statusItem().imageName(), QStringLiteral("spstatus"));
     EXPECT_NE(deck.audioFilePlayer(), nullptr) << "the recording is loaded for playing";
 
     const auto tags = MP4Tags::fromFile(tape->filename());
@@ -126,7 +127,7 @@ TEST_F(RecordingTest, TheRecordKeyRecordsAndTheStopKeyStops)
 TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesNotWait)
 {
     WindowController& deck = openDeck();
-    deck.installStatusItem();
+    deck.statusItem().install();
     feedTone(10.0);
     clickSegment(TransportButton::Record);
     ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 800.0; }));
@@ -136,7 +137,7 @@ TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesN
     EXPECT_TRUE(deck.isRecordingPaused());
     EXPECT_FALSE(deck.audioFileRecorder()->isFileRecording());
     const auto pauseItem = [&] {
-        for (QAction* item : deck.statusItemMenu()->actions()) {
+        for (QAction* item : deck.statusItem().menu()->actions()) {
             if (item->text() == QLatin1String("Pause"))
                 return item;
         }
@@ -312,7 +313,7 @@ TEST_F(RecordingTest, ADiskThatFillsUpStopsTheRecordingWithAMessageAndTheTakeIsA
         << "the record key came up";
     EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
     EXPECT_FALSE(deck.hudView()->recordingMode());
-    EXPECT_EQ(deck.statusItemImageName(), QStringLiteral("spstatus"));
+    EXPECT_EQ(deck.statusItem().imageName(), QStringLiteral("spstatus"));
     EXPECT_TRUE(deck.library().isMonitoring());
 
     // The take is the tape in the box, named, tagged and playable; nothing is left in progress.

@@ -1,5 +1,7 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
+#include "deck/DeckInputMeter.h"
+#include "deck/DeckStatusItem.h"
 #include "deck/DeckWindow.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
@@ -39,8 +41,8 @@ TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsWindowWhereItWasLeft
     EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_NE(deck.audioFilePlayer(), nullptr);
     EXPECT_EQ(mPreferences->defaultsValue(K::RecordDeviceChannels).toList(), (QVariantList{0, 1}));
-    EXPECT_FALSE(WindowController::systemFullUserName().isEmpty());
-    EXPECT_EQ(mPreferences->stringForKey(K::TapeAuthor), WindowController::systemFullUserName());
+    EXPECT_FALSE(RecordingDefaults::systemFullUserName().isEmpty());
+    EXPECT_EQ(mPreferences->stringForKey(K::TapeAuthor), RecordingDefaults::systemFullUserName());
 
     // The window comes back where it was left.
     deck.window()->move(200, 160);
@@ -160,14 +162,14 @@ TEST_F(SetupTest, TheStatusItemFollowsItsSetting)
 {
     mPreferences->setDefaultsValue(K::ShowNSStatusItem, false);
     WindowController& deck = openDeck();
-    EXPECT_EQ(deck.statusItem(), nullptr);
+    EXPECT_EQ(deck.statusItem().icon(), nullptr);
     mPreferences->setDefaultsValue(K::ShowNSStatusItem, true);
-    ASSERT_NE(deck.statusItem(), nullptr);
-    QSystemTrayIcon* item = deck.statusItem();
-    deck.installStatusItem();
-    EXPECT_EQ(deck.statusItem(), item) << "only one";
+    ASSERT_NE(deck.statusItem().icon(), nullptr);
+    QSystemTrayIcon* item = deck.statusItem().icon();
+    deck.statusItem().install();
+    EXPECT_EQ(deck.statusItem().icon(), item) << "only one";
     mPreferences->setDefaultsValue(K::ShowNSStatusItem, false);
-    EXPECT_EQ(deck.statusItem(), nullptr);
+    EXPECT_EQ(deck.statusItem().icon(), nullptr);
 }
 
 TEST_F(SetupTest, AMonoOnlyRecordingDeviceTurnsTheHUDToMono)
@@ -191,20 +193,20 @@ TEST_F(SetupTest, AMonoOnlyRecordingDeviceTurnsTheHUDToMono)
 TEST_F(SetupTest, TheMeterShowsTheInputAndRestsAtTheFloorWhenStopped)
 {
     WindowController& deck = openDeck();
-    ASSERT_NE(deck.audioInputMeter(), nullptr);
-    EXPECT_TRUE(deck.isMetering());
+    ASSERT_NE(deck.inputMeter().meter(), nullptr);
+    EXPECT_TRUE(deck.inputMeter().isMetering());
     feedTone(6.0);
     ASSERT_TRUE(waitFor([&] { return deck.hudView()->levels().first > -30.0; }));
 
-    deck.destroyAudioInputMeter();
-    EXPECT_EQ(deck.audioInputMeter(), nullptr);
-    EXPECT_FALSE(deck.isMetering());
+    deck.inputMeter().stop();
+    EXPECT_EQ(deck.inputMeter().meter(), nullptr);
+    EXPECT_FALSE(deck.inputMeter().isMetering());
     EXPECT_EQ(deck.hudView()->levels(), std::make_pair(-100.0, -100.0));
 
     // A device notice checks the stored devices and rebuilds the meter.
     const int checks = mPreferences->deviceChecks;
-    deck.defaultInputDeviceDidChange();
-    EXPECT_NE(deck.audioInputMeter(), nullptr);
+    Q_EMIT VORLAudioHardware::sharedInstance()->defaultInputDeviceDidChange();
+    EXPECT_NE(deck.inputMeter().meter(), nullptr);
     EXPECT_EQ(mPreferences->deviceChecks, checks + 1);
 }
 
