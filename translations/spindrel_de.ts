@@ -378,6 +378,41 @@
         <translation>Einstellungen…</translation>
     </message>
     <message>
+        <source>Quit Spindrel</source>
+        <translation>Spindrel beenden</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
+    <message>
+        <source>&amp;Controls</source>
+        <translation>S&amp;teuerung</translation>
+    </message>
+    <message>
+        <source>&amp;Tape</source>
+        <translation>&amp;Kassette</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>Send Feedback…</source>
+        <translation>Feedback senden…</translation>
+    </message>
+    <message>
+        <source>Ctrl+,</source>
+        <translation>Ctrl+,</translation>
+    </message>
+    <message>
+        <source>Spindrel Help</source>
+        <translation>Spindrel-Hilfe</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::DeckActions</name>
+    <message>
         <source>Import Tapes…</source>
         <translation>Kassetten importieren…</translation>
     </message>
@@ -394,20 +429,36 @@
         <translation>Ctrl+E</translation>
     </message>
     <message>
-        <source>Quit Spindrel</source>
-        <translation>Spindrel beenden</translation>
+        <source>Show in Folder</source>
+        <translation>Im Ordner zeigen</translation>
     </message>
     <message>
-        <source>&amp;Edit</source>
-        <translation>&amp;Bearbeiten</translation>
+        <source>Move Tape to Trash</source>
+        <translation>Kassette in den Papierkorb legen</translation>
+    </message>
+    <message>
+        <source>Email Tape…</source>
+        <translation>Kassette per E-Mail senden…</translation>
+    </message>
+    <message>
+        <source>Add Tape to Music Library</source>
+        <translation>Kassette zur Musiksammlung hinzufügen</translation>
+    </message>
+    <message>
+        <source>Open Library Folder</source>
+        <translation>Bibliotheksordner öffnen</translation>
+    </message>
+    <message>
+        <source>Show Tapes</source>
+        <translation>Kassetten zeigen</translation>
+    </message>
+    <message>
+        <source>Ctrl+T</source>
+        <translation>Ctrl+T</translation>
     </message>
     <message>
         <source>Find</source>
         <translation>Suchen</translation>
-    </message>
-    <message>
-        <source>&amp;Controls</source>
-        <translation>S&amp;teuerung</translation>
     </message>
     <message>
         <source>Record</source>
@@ -450,56 +501,8 @@
         <translation>Ctrl+Up</translation>
     </message>
     <message>
-        <source>&amp;Tape</source>
-        <translation>&amp;Kassette</translation>
-    </message>
-    <message>
-        <source>Move Tape to Trash</source>
-        <translation>Kassette in den Papierkorb legen</translation>
-    </message>
-    <message>
-        <source>Show Tapes</source>
-        <translation>Kassetten zeigen</translation>
-    </message>
-    <message>
-        <source>Ctrl+T</source>
-        <translation>Ctrl+T</translation>
-    </message>
-    <message>
-        <source>&amp;Help</source>
-        <translation>&amp;Hilfe</translation>
-    </message>
-    <message>
-        <source>Send Feedback…</source>
-        <translation>Feedback senden…</translation>
-    </message>
-    <message>
-        <source>Email Tape…</source>
-        <translation>Kassette per E-Mail senden…</translation>
-    </message>
-    <message>
-        <source>Add Tape to Music Library</source>
-        <translation>Kassette zur Musiksammlung hinzufügen</translation>
-    </message>
-    <message>
-        <source>Ctrl+,</source>
-        <translation>Ctrl+,</translation>
-    </message>
-    <message>
-        <source>Show in Folder</source>
-        <translation>Im Ordner zeigen</translation>
-    </message>
-    <message>
-        <source>Open Library Folder</source>
-        <translation>Bibliotheksordner öffnen</translation>
-    </message>
-    <message>
         <source>Hide Tapes</source>
         <translation>Kassetten ausblenden</translation>
-    </message>
-    <message>
-        <source>Spindrel Help</source>
-        <translation>Spindrel-Hilfe</translation>
     </message>
 </context>
 <context>

@@ -1,5 +1,6 @@
 // The deck window's menu bar.
 #include "app/AppController.h"
+#include "deck/DeckActions.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 #include "hud/MenuMnemonics.h"
@@ -24,55 +25,25 @@ void AppController::buildMainMenu()
     // Desktops give no standard key for preferences; Ctrl+, is the common one.
     file->addAction(tr("Preferences…"), QKeySequence(tr("Ctrl+,")), this, &AppController::showPreferences);
     file->addSeparator();
-    file->addAction(tr("Import Tapes…"), QKeySequence(tr("Ctrl+I")), deck, &WindowController::importTapes);
-    QAction* exportItem =
-        file->addAction(tr("Export Tape…"), QKeySequence(tr("Ctrl+E")), deck, [deck] { deck->exportTape(); });
+    DeckActions& actions = deck->actions();
+    file->addAction(actions.importTapes());
+    file->addAction(actions.exportTape());
     file->addSeparator();
     file->addAction(tr("Quit Spindrel"), QKeySequence::Quit, window, &QWidget::close);
 
-    QMenu* edit = bar->addMenu(tr("&Edit"));
-    edit->addAction(tr("Find"), QKeySequence::Find, deck, &WindowController::performFindPanelAction);
+    bar->addMenu(tr("&Edit"))->addAction(actions.find());
 
-    // The transport keys work on the deck's keyboard map; the menu carries no shortcuts of its own.
     QMenu* controls = bar->addMenu(tr("&Controls"));
-    controls->addAction(tr("Record"), deck, &WindowController::recordTape);
-    controls->addAction(tr("Play"), deck, &WindowController::playTape);
-    controls->addAction(tr("Stop"), deck, &WindowController::stopTape);
-    controls->addAction(tr("Pause"), deck, &WindowController::pauseTape);
-    controls->addAction(tr("Fast Forward"), deck, &WindowController::fastForwardTape);
-    controls->addAction(tr("Rewind"), deck, &WindowController::rewindTape);
+    const QList<QAction*>& transport = actions.transport();
+    controls->addActions(transport.mid(0, 6));
     controls->addSeparator();
-    controls->addAction(tr("Previous Tape"), QKeySequence(tr("Ctrl+Down")), deck,
-                        &WindowController::previousTape);
-    controls->addAction(tr("Next Tape"), QKeySequence(tr("Ctrl+Up")), deck, &WindowController::nextTape);
+    controls->addActions(transport.mid(6));
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
-    const QList<QPair<QString, void (WindowController::*)(QObject*)>> tapeItems{
-        {tr("Show in Folder"), &WindowController::showInFolder},
-        {tr("Move Tape to Trash"), &WindowController::moveTapeToTrash},
-        {tr("Email Tape…"), &WindowController::emailTape},
-        {tr("Add Tape to Music Library"), &WindowController::sendToMusicLibrary},
-    };
-    // The items that work on the selected tape, enabled together.
-    QList<QAction*> tapeActions{exportItem};
-    for (const auto& item : tapeItems) {
-        const auto action = item.second;
-        tapeActions << mTapeMenu->addAction(item.first, deck, [deck, action] { (deck->*action)(nullptr); });
-    }
-    mTapeMenu->addAction(tr("Open Library Folder"), deck, &WindowController::openLibraryFolder);
+    mTapeMenu->addActions({actions.showInFolder(), actions.moveTapeToTrash(), actions.emailTape(),
+                           actions.addToMusicLibrary(), actions.openLibraryFolder()});
     mTapeMenu->addSeparator();
-    QAction* drawer = mTapeMenu->addAction(tr("Show Tapes"), QKeySequence(tr("Ctrl+T")), deck,
-                                           &WindowController::discloseTapes);
-    connect(mTapeMenu, &QMenu::aboutToShow, this, [deck, drawer] {
-        drawer->setText(deck->tapesDisclosed() ? tr("Hide Tapes") : tr("Show Tapes"));
-    });
-
-    auto validate = [deck, tapeActions] {
-        for (QAction* item : tapeActions)
-            item->setEnabled(deck->canOperateOnSelectedTape());
-    };
-    connect(mTapeMenu, &QMenu::aboutToShow, this, validate);
-    connect(file, &QMenu::aboutToShow, this, validate);
+    mTapeMenu->addAction(actions.showTapes());
 
     QMenu* help = bar->addMenu(tr("&Help"));
     help->addAction(tr("Spindrel Help"), QKeySequence::HelpContents, this, &AppController::showUserGuide);

@@ -3,6 +3,7 @@
 #include "SMC/WindowControllerContext.h"
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
+#include "deck/DeckActions.h"
 #include "deck/DeckInputMeter.h"
 #include "deck/DeckKeyboardFocus.h"
 #include "deck/DeckPreferences.h"
@@ -41,6 +42,7 @@ WindowController::WindowController(DeckPreferences& preferences, QObject* parent
 {
     buildDeck();
     placeWindowAndConnectAudio();
+    mActions = new DeckActions(*this);
 }
 
 WindowController::~WindowController()

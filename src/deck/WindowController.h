@@ -24,6 +24,7 @@ class QTimer;
 
 namespace spindrel {
 
+class DeckActions;
 class DeckInputMeter;
 class DeckPreferences;
 class PlaybackSession;
@@ -136,34 +137,6 @@ public:
     /// The playlist file of the music library (empty: the default in the music folder).
     void setMusicPlaylistPath(const QString& path) { mMusicPlaylistPath = path; }
 
-    // The transport's owner operations.
-    void clearButtons() override;
-    void setSelectedButton(TransportButton button) override;
-    void clearSelectedButton(TransportButton button) override;
-    void playSoundEffect(SoundEffect sound) override;
-    void stopSoundEffect(SoundEffect sound) override;
-    bool canSelectTape() override;
-    void selectCurrentTape() override;
-    void clearSelectedTape() override;
-    void createTapePlayer() override;
-    void destroyTapePlayer() override;
-    void clearCurrentTime() override;
-    void startPlayingAudio() override;
-    void stopPlayingAudio() override;
-    void muteAudio() override;
-    void unmuteAudio() override;
-    void setPlaybackSpeed(double speed) override;
-    void startRecordingAudio() override;
-    void pauseRecordingAudio() override;
-    void resumeRecordingAudio() override;
-    void stopRecordingAudio() override;
-    void startHUDUpdates() override { startHUDUpdates(true); }
-    void stopHUDUpdates() override { startHUDUpdates(false); }
-    void startPlayAnimation() override;
-    void stopPlayAnimation() override;
-    void playInsertionAnimation() override;
-    void playRemovalAnimation() override;
-
     // Recording.
     /// A stop is under way: the transport is idle, the recorder still drains into the file.
     bool isWaitingForRecorder() const { return mWaitingForRecorder; }
@@ -171,19 +144,9 @@ public:
 
     // The loaded tape.
     const TapePtr& selectedTape() const { return mSelectedTape; }
-    void setSelectedTape(const TapePtr& tape);
-    /// Writes the loaded tape's edits now, rebuilding the player around the write.
-    void commitDirtyTape();
-
-    // Display refresh.
-    void startHUDUpdates(bool start);
-    void updateHUD();
 
     // Sound effects.
     SoundEffectPlayer* soundEffect(SoundEffect sound) const;
-
-    // Defaults.
-    void registerDefaults();
 
     /// Registers the record, stop and pause hot keys from the preferences (clear ones when hot
     /// keys are turned off), replacing the deck's earlier ones.
@@ -215,6 +178,8 @@ public:
     VORLExtendedAudioFilePlayer* audioFilePlayer() const;
     VORLExtendedAudioFileRecorder* audioFileRecorder() const;
     DeckInputMeter& inputMeter() const { return *mInputMeter; }
+    /// The commands for the menu bar.
+    DeckActions& actions() const { return *mActions; }
     bool isHUDUpdating() const { return mHUDTimer != nullptr; }
     const LibraryFolderWatch& libraryFolderWatch() const { return mFolderWatch; }
 
@@ -227,10 +192,47 @@ Q_SIGNALS:
     void recordingFinished(const spindrel::TapePtr& tape);
     /// Whether the tape operations may be used may have changed (see canOperateOnSelectedTape).
     void tapeOperationsChanged();
+    /// The tape box drawer was opened or closed.
+    void tapesDisclosedChanged(bool disclosed);
     /// The window has closed and every tape is committed.
     void windowDidClose();
 
 private:
+    // What the transport asks of its owner; only the state machine calls these.
+    void clearButtons() override;
+    void setSelectedButton(TransportButton button) override;
+    void clearSelectedButton(TransportButton button) override;
+    void playSoundEffect(SoundEffect sound) override;
+    void stopSoundEffect(SoundEffect sound) override;
+    bool canSelectTape() override;
+    void selectCurrentTape() override;
+    void clearSelectedTape() override;
+    void createTapePlayer() override;
+    void destroyTapePlayer() override;
+    void clearCurrentTime() override;
+    void startPlayingAudio() override;
+    void stopPlayingAudio() override;
+    void muteAudio() override;
+    void unmuteAudio() override;
+    void setPlaybackSpeed(double speed) override;
+    void startRecordingAudio() override;
+    void pauseRecordingAudio() override;
+    void resumeRecordingAudio() override;
+    void stopRecordingAudio() override;
+    void startHUDUpdates() override { startHUDUpdates(true); }
+    void stopHUDUpdates() override { startHUDUpdates(false); }
+    void startPlayAnimation() override;
+    void stopPlayAnimation() override;
+    void playInsertionAnimation() override;
+    void playRemovalAnimation() override;
+
+    void startHUDUpdates(bool start);
+    void updateHUD();
+    void registerDefaults();
+    void setSelectedTape(const TapePtr& tape);
+    /// Writes the loaded tape's edits in the background while it plays on.
+    void commitDirtyTape();
+
     // Set-up (WindowController.cpp).
     /// The window, the library and the transport, wired together; loads the newest tape.
     void buildDeck();
@@ -313,6 +315,7 @@ private:
     RecordingSession* mRecording = nullptr;
     PlaybackSession* mPlayback = nullptr;
     DeckInputMeter* mInputMeter = nullptr;
+    DeckActions* mActions = nullptr;
     std::unique_ptr<SoundServerNotice> mSoundServerNotice;
     bool mWaitingForRecorder = false;
     QList<TransportEvent> mDeferredEvents; // sent while a stop was under way

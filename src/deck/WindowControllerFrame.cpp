@@ -34,6 +34,7 @@ void WindowController::restoreWindowFrame()
 {
     if (mPreferences.defaultsValue(tapesDisclosedAutosaveKey()).toBool()) {
         mTapesDisclosed = true;
+        Q_EMIT tapesDisclosedChanged(true);
         mWindow->drawerButton()->setDisclosed(true);
         mWindow->setDrawerOpen(true);
     }

@@ -138,6 +138,7 @@ void WindowController::reloadLibrary()
 void WindowController::discloseTapes()
 {
     mTapesDisclosed = !mTapesDisclosed;
+    Q_EMIT tapesDisclosedChanged(mTapesDisclosed);
     playSoundEffect(mTapesDisclosed ? SoundEffect::DrawerOpenStereo : SoundEffect::DrawerCloseStereo);
     mWindow->drawerButton()->setDisclosed(mTapesDisclosed);
     // The deck reaches over the drawer while it opens, and until it has closed.

@@ -2,6 +2,7 @@
 #include "MP4Tags/MP4Tags.h"
 #include "audio/DecodeCheck.h"
 #include "audio/RecordingRecovery.h"
+#include "deck/DeckActions.h"
 #include "deck/DeckStatusItem.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
@@ -172,13 +173,13 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
 {
     addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
     WindowController& deck = openDeck();
-    EXPECT_TRUE(deck.canOperateOnSelectedTape());
+    EXPECT_TRUE(deck.actions().exportTape()->isEnabled());
     feedTone(10.0);
     QStringList recordedAs;
     for (int take = 0; take < 2; ++take) {
         deck.recordTape();
         ASSERT_EQ(state(), TransportState::Recording);
-        EXPECT_FALSE(deck.canOperateOnSelectedTape());
+        EXPECT_FALSE(deck.actions().exportTape()->isEnabled());
         recordedAs << deck.selectedTape()->filename();
         ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
         deck.stopTape();
@@ -191,7 +192,7 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
               (QStringList{QStringLiteral("[2012-03-01] Older.m4a"), todaysName(QStringLiteral("Untitled 1")),
                            todaysName(QStringLiteral("Untitled"))}));
     EXPECT_EQ(deck.library().content().size(), 3);
-    EXPECT_TRUE(deck.canOperateOnSelectedTape());
+    EXPECT_TRUE(deck.actions().exportTape()->isEnabled());
 }
 
 TEST_F(RecordingTest, KeysPressedWhileTheRecorderFinishesRunAfterTheTakeIsATape)
@@ -206,7 +207,7 @@ TEST_F(RecordingTest, KeysPressedWhileTheRecorderFinishesRunAfterTheTakeIsATape)
     deck.stopTape();
     ASSERT_TRUE(deck.isWaitingForRecorder());
     EXPECT_EQ(state(), TransportState::Idle);
-    EXPECT_FALSE(deck.canOperateOnSelectedTape()) << "the take is still being written";
+    EXPECT_FALSE(deck.actions().exportTape()->isEnabled()) << "the take is still being written";
     // Record again before the first take is finished: the key waits for it rather than vanish.
     QTest::keyClick(deck.buttonView(), Qt::Key_Z);
     EXPECT_EQ(state(), TransportState::Idle);
