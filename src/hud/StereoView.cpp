@@ -33,11 +33,13 @@ void StereoView::setRecordingMode(bool recordingMode)
 
 void StereoView::showMonoRecordingOnlyAlert(QWidget* parent)
 {
-    QMessageBox alert(QMessageBox::Warning, tr("Mono Recording Only"), tr("Mono Recording Only"),
-                      QMessageBox::Ok, parent);
-    alert.setInformativeText(tr("Your currently chosen input device only records in mono. Choose another "
-                                "device in the preferences if you require stereo recording."));
-    alert.exec();
+    // Window-modal but not blocking: the deck's keys and hot keys go on working behind it.
+    auto* alert = new QMessageBox(QMessageBox::Warning, tr("Mono Recording Only"), tr("Mono Recording Only"),
+                                  QMessageBox::Ok, parent);
+    alert->setInformativeText(tr("Your currently chosen input device only records in mono. Choose another "
+                                 "device in the preferences if you require stereo recording."));
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->open();
 }
 
 void StereoView::pointerAt(const QPointF& point, bool dragging)

@@ -33,7 +33,7 @@ public:
     {
         mCanRecordStereo = std::move(canRecordStereo);
     }
-    /// Shows the "Mono Recording Only" alert; the default is a modal message box.
+    /// Shows the "Mono Recording Only" alert; a window-modal message box that does not block.
     void setMonoAlert(std::function<void()> alert) { mMonoAlert = std::move(alert); }
     static void showMonoRecordingOnlyAlert(QWidget* parent);
 
