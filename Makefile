@@ -6,7 +6,7 @@ ifneq ($(CI),)
 CMAKE_FLAGS += -DSPINDREL_WERROR=ON
 endif
 
-.PHONY: all deps build run test bench format clean
+.PHONY: all deps build run test bench deb format clean
 
 all: build
 
@@ -33,6 +33,10 @@ endif
 
 bench: build
 	scripts/with-test-services scripts/run-benchmarks $(BUILD)
+
+# A Debian package of the deck in $(BUILD): spindrel_<version>_<arch>.deb.
+deb: build
+	cd $(BUILD) && cpack
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -45,15 +45,13 @@ class VORLExtendedAudioFilePlayer;
 class VORLExtendedAudioFileRecorder;
 class WindowControllerContext;
 
-/// The deck: owns the window, the transport machine, the library, the player, the recorder and
-/// the meter, and carries out what the transport asks of it. Everything runs on the main thread.
-///
-/// The operations are spread over source files by role: set-up and observation
-/// (WindowController.cpp), recording (WindowControllerRecording.cpp), playback and the transport
-/// actions (WindowControllerPlayback.cpp), the tape box (WindowControllerLibrary.cpp), the file
-/// operations (WindowControllerFileOperations.cpp) and the hot keys
-/// (WindowControllerHotKeys.cpp). The sound effects (DeckSoundEffects) and the status item
-/// (DeckStatusItem) are objects of their own.
+/// The deck: owns the window, the transport machine and the library, and carries out what the
+/// transport asks of it by handing each role to an object of its own: the take to RecordingSession,
+/// the loaded tape's player to PlaybackSession, the input levels to DeckInputMeter, the menu bar's
+/// commands to DeckActions, the sounds to DeckSoundEffects and the tray icon to DeckStatusItem.
+/// What stays here is the glue between them and the transport, spread over source files by role:
+/// set-up (WindowController.cpp), recording, playback and the transport actions, the tape box, the
+/// file operations, sharing, the window frame and the hot keys. Everything runs on the main thread.
 class WindowController : public QObject, public WindowControllerOwner
 {
     Q_OBJECT
