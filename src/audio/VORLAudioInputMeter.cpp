@@ -126,7 +126,7 @@ std::pair<double, double> VORLAudioInputMeter::levels()
 {
     if (!mWanted)
         return {kSilence, kSilence};
-    const double seconds = mSinceLevels.isValid() ? mSinceLevels.restart() / 1000.0 : 0.0;
+    const double seconds = mSinceLevels.isValid() ? double(mSinceLevels.restart()) / 1000.0 : 0.0;
     const double fall = std::pow(10.0, -kFallDecibelsPerSecond * seconds / 20.0);
     std::array<double, 2> result{kSilence, kSilence};
     for (unsigned i = 0; i < mMeteredChannels; ++i) {

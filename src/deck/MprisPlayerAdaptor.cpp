@@ -114,7 +114,7 @@ void MprisPlayerAdaptor::seekTo(qlonglong microseconds)
 {
     if (!mService.deck().audioFilePlayer())
         return;
-    const double length = mService.metadata().value(QStringLiteral("mpris:length")).toLongLong();
+    const double length = mService.metadata().value(QStringLiteral("mpris:length")).toDouble();
     const double clamped = std::clamp(double(microseconds), 0.0, length);
     // Through the HUD, as a click on the position bar would, so the display follows.
     mService.deck().hudView()->setPosition(clamped / 1000.0);

@@ -22,7 +22,7 @@ QPainterPath GlyphGrabber::glyphForCharacter(const QString& text, const QFont& f
         layout.endLayout();
         return path;
     }
-    line.setNumColumns(text.size());
+    line.setNumColumns(int(text.size()));
     layout.endLayout();
 
     qreal x = 0.0;

@@ -33,7 +33,7 @@ quint32 wordAt(const QByteArray& bytes, qsizetype at)
     return qFromBigEndian<quint32>(bytes.constData() + at);
 }
 
-bool isAudioRate(quint32 rate)
+bool isAudioRate(quint64 rate)
 {
     static constexpr quint32 rates[] = {8000,  11025, 12000, 16000, 22050, 24000,  32000,
                                         44100, 48000, 64000, 88200, 96000, 176400, 192000};
