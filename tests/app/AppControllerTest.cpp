@@ -1,11 +1,9 @@
 #include "app/AppController.h"
 
+#include "LaunchedDeckTest.h"
 #include "app/AboutWindow.h"
-#include "app/PreferencesController.h"
 #include "app/PreferencesWindow.h"
-#include "app/UserDefaults.h"
-#include "deck/DeckWindow.h"
-#include "deck/WindowController.h"
+#include "hud/MenuLetters.h"
 #include "hud/MenuMnemonics.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
@@ -41,33 +39,14 @@ QMap<QString, QString> mailFields(const QUrl& url)
     return fields;
 }
 
-class AppControllerTest : public ::testing::Test
+class AppControllerTest : public test::LaunchedDeckTest
 {
 protected:
     void SetUp() override
     {
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
         qunsetenv("SPINDREL_APPCAST_URL");
-        launch();
+        launchDeck();
     }
-
-    void launch()
-    {
-        mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
-            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
-        mPreferences = std::make_unique<PreferencesController>(*mDefaults, library());
-        mApp = std::make_unique<AppController>(mPreferences.get());
-        mApp->applicationDidFinishLaunching();
-    }
-
-    void TearDown() override { mApp->windowController()->window()->close(); }
-
-    QString library() const { return mFolder.filePath(QStringLiteral("Library")); }
-
-    QTemporaryDir mFolder;
-    std::unique_ptr<UserDefaults> mDefaults;
-    std::unique_ptr<PreferencesController> mPreferences;
-    std::unique_ptr<AppController> mApp;
 };
 
 TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
@@ -86,59 +65,39 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     QStringList items;
     for (QAction* item : mApp->tapeMenu()->actions())
         items << MenuMnemonics::withoutMnemonic(item->text());
-    EXPECT_TRUE(items.contains(QStringLiteral("Show in Folder")));
     EXPECT_TRUE(items.contains(QStringLiteral("Move Tape to Trash")));
 
-    // The drawer's item says what it will do; preferences have the desktop's usual key.
-    const auto drawerItem = [this] {
-        Q_EMIT mApp->tapeMenu()->aboutToShow();
-        for (QAction* item : mApp->tapeMenu()->actions()) {
-            if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+T")))
-                return MenuMnemonics::withoutMnemonic(item->text());
+    // The items of the usual keys, as the menus show them when they open.
+    const auto withShortcut = [&](const QKeySequence& keys) {
+        QStringList texts;
+        for (QAction* menu : deck->window()->menuBar()->actions()) {
+            Q_EMIT menu->menu()->aboutToShow();
+            for (QAction* item : menu->menu()->actions()) {
+                if (item->shortcut() == keys)
+                    texts << MenuMnemonics::withoutMnemonic(item->text());
+            }
         }
-        return QString();
+        return texts;
     };
-    EXPECT_EQ(drawerItem(),
-              deck->tapesDisclosed() ? QStringLiteral("Hide Tapes") : QStringLiteral("Show Tapes"));
+    // The drawer's item says what it will do.
+    const QKeySequence drawerKeys(QStringLiteral("Ctrl+T"));
+    const QStringList show{QStringLiteral("Show Tapes")}, hide{QStringLiteral("Hide Tapes")};
     const bool disclosed = deck->tapesDisclosed();
+    EXPECT_EQ(withShortcut(drawerKeys), disclosed ? hide : show);
     deck->discloseTapes();
     ASSERT_TRUE(QTest::qWaitFor([&] { return deck->tapesDisclosed() != disclosed; }, 15000));
-    EXPECT_EQ(drawerItem(), disclosed ? QStringLiteral("Show Tapes") : QStringLiteral("Hide Tapes"));
-    QStringList preferences;
-    for (QAction* menu : deck->window()->menuBar()->actions()) {
-        for (QAction* item : menu->menu()->actions()) {
-            if (item->shortcut() == QKeySequence(QStringLiteral("Ctrl+,")))
-                preferences << MenuMnemonics::withoutMnemonic(item->text());
-        }
-    }
-    EXPECT_EQ(preferences, QStringList{QStringLiteral("Preferences…")});
-
+    EXPECT_EQ(withShortcut(drawerKeys), disclosed ? show : hide);
+    EXPECT_EQ(withShortcut(QKeySequence(QStringLiteral("Ctrl+,"))),
+              QStringList{QStringLiteral("Preferences…")});
     // F1 opens the user guide, which a clone or an installed copy has at hand.
-    QStringList help;
-    for (QAction* menu : deck->window()->menuBar()->actions()) {
-        for (QAction* item : menu->menu()->actions()) {
-            if (item->shortcut() == QKeySequence(QKeySequence::HelpContents))
-                help << MenuMnemonics::withoutMnemonic(item->text());
-        }
-    }
-    EXPECT_EQ(help, QStringList{QStringLiteral("Spindrel Help")});
+    EXPECT_EQ(withShortcut(QKeySequence(QKeySequence::HelpContents)),
+              QStringList{QStringLiteral("Spindrel Help")});
     const QUrl guide = AppController::userGuideURL();
     ASSERT_TRUE(guide.isLocalFile()) << guide.toString().toStdString();
     EXPECT_TRUE(QFileInfo(guide.toLocalFile()).isReadable());
 
-    // Alt and a letter reach every item of an open menu, one item each.
-    for (QAction* menu : deck->window()->menuBar()->actions()) {
-        Q_EMIT menu->menu()->aboutToShow();
-        QString letters;
-        for (const QAction* item : menu->menu()->actions()) {
-            if (item->isSeparator())
-                continue;
-            const QChar letter = MenuMnemonics::mnemonic(item->text());
-            EXPECT_FALSE(letter.isNull()) << item->text().toStdString();
-            EXPECT_FALSE(letters.contains(letter)) << item->text().toStdString();
-            letters += letter;
-        }
-    }
+    for (QAction* menu : deck->window()->menuBar()->actions())
+        test::expectALetterPerItem(menu->menu());
 }
 
 TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
@@ -202,7 +161,7 @@ TEST_F(AppControllerTest, CheckForUpdatesIsOfferedOnlyWithAFeedAndTheFirstLaunch
     mDefaults.reset();
     qputenv("SPINDREL_APPCAST_URL", "http://127.0.0.1:9/appcast.xml");
     const auto unset = qScopeGuard([] { qunsetenv("SPINDREL_APPCAST_URL"); });
-    launch();
+    launchDeck();
     Updater* updater = mApp->sparkleUpdater();
     ASSERT_NE(updater, nullptr);
     EXPECT_FALSE(updater->isChecking());
@@ -228,9 +187,6 @@ TEST_F(AppControllerTest, TheAboutBoxShowsTheVersionAndBuild)
     ASSERT_NE(mApp->aboutWindow(), nullptr);
     EXPECT_TRUE(mApp->aboutWindow()->isVisible());
     EXPECT_TRUE(mApp->aboutWindow()->versionString().contains(AppController::versionText()));
-    AboutWindow* first = mApp->aboutWindow();
-    mApp->showAbout();
-    EXPECT_EQ(mApp->aboutWindow(), first) << "made once";
 }
 
 TEST_F(AppControllerTest, PreferencesOpenCentredOnTheDeckAtOneWidthForEveryPane)

@@ -1,11 +1,11 @@
 // Which Qt application the commands run on: the core alone where they only read and write files
 // and devices, a GUI application without a display where they paint.
+#include "CommandRun.h"
 #include "tapes/TapeTestFiles.h"
 
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -13,23 +13,6 @@
 using namespace spindrel::test;
 
 namespace {
-
-struct Result
-{
-    int status;
-    QString out;
-    QString err;
-};
-
-Result run(const QStringList& arguments, const QProcessEnvironment& environment)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(SPINDREL_BINARY), arguments);
-    process.waitForFinished(60000);
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
 
 /// No display of any kind, and no platform asked for.
 QProcessEnvironment headless()
@@ -51,22 +34,23 @@ TEST(CommandLineApplicationTest, FileCommandsLoadNoPlatformAndPaintingOnesNeedNo
     // A platform that cannot load would end a GUI application at its start.
     QProcessEnvironment noPlatform = headless();
     noPlatform.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("no-such-platform"));
-    Result result = run({QStringLiteral("probe"), path, QStringLiteral("--json")}, noPlatform);
+    CommandRun result = runSpindrel({QStringLiteral("probe"), path, QStringLiteral("--json")}, noPlatform);
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_EQ(
         QJsonDocument::fromJson(result.out.toUtf8()).object().value(QStringLiteral("quality")).toString(),
         QStringLiteral("LQ"));
-    result = run({QStringLiteral("tags"), path, QStringLiteral("--set-title"), QStringLiteral("Read back")},
-                 noPlatform);
+    result = runSpindrel(
+        {QStringLiteral("tags"), path, QStringLiteral("--set-title"), QStringLiteral("Read back")},
+        noPlatform);
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_TRUE(result.out.contains(QStringLiteral("Read back"))) << result.out.toStdString();
 
     // The cassette is drawn with fonts, but without anything to show it on.
     const QString png = dir.filePath(QStringLiteral("c.png"));
-    result = run({QStringLiteral("render-cassette"), path, png}, headless());
+    result = runSpindrel({QStringLiteral("render-cassette"), path, png}, headless());
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_EQ(QImage(png).size(), QSize(880, 560));
-    result =
-        run({QStringLiteral("tape"), path, QStringLiteral("--title"), QStringLiteral("Painted")}, headless());
+    result = runSpindrel({QStringLiteral("tape"), path, QStringLiteral("--title"), QStringLiteral("Painted")},
+                         headless());
     EXPECT_EQ(result.status, 0) << result.err.toStdString();
 }

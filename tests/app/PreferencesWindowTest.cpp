@@ -2,8 +2,7 @@
 
 #include "HotKeysLib3/PTHotKeyCenter.h"
 #include "HotKeysLib3/PTKeyComboPanel.h"
-#include "app/PreferencesController.h"
-#include "app/UserDefaults.h"
+#include "LaunchedDeckTest.h"
 #include "deck/DefaultsKeys.h"
 
 #include <QCheckBox>
@@ -12,7 +11,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -27,8 +25,7 @@ protected:
     void SetUp() override
     {
         qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
-            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
+        mDefaults = test::openUserDefaults(mFolder);
         mController =
             std::make_unique<PreferencesController>(*mDefaults, mFolder.filePath(QStringLiteral("Library")));
         mDefaults->registerDefaults(

@@ -1,11 +1,7 @@
 #include "app/SingleInstance.h"
 
+#include "LaunchedDeckTest.h"
 #include "PrivateSessionBus.h"
-#include "app/AppController.h"
-#include "app/PreferencesController.h"
-#include "app/UserDefaults.h"
-#include "deck/DeckWindow.h"
-#include "deck/WindowController.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 
@@ -13,7 +9,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -23,31 +18,18 @@ namespace {
 
 /// A deck served on a session bus of its own, as a launch from the desktop would start it, and
 /// later launches of the real program on that bus.
-class SingleInstanceTest : public ::testing::Test
+class SingleInstanceTest : public test::LaunchedDeckTest
 {
 protected:
     void SetUp() override
     {
         if (!mBus.isRunning())
             GTEST_SKIP() << "dbus-daemon is not installed";
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = std::make_unique<UserDefaults>(std::make_unique<QSettings>(
-            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
-        mPreferences = std::make_unique<PreferencesController>(*mDefaults, library());
-        mApp = std::make_unique<AppController>(mPreferences.get());
-        mApp->applicationDidFinishLaunching();
+        launchDeck();
         mDeckBus = mBus.connect(QStringLiteral("deck"));
         ASSERT_TRUE(mInstance.registerOnBus(mDeckBus));
         mApp->serveLaterLaunches(mInstance);
     }
-
-    void TearDown() override
-    {
-        if (mApp)
-            mApp->windowController()->window()->close();
-    }
-
-    QString library() const { return mFolder.filePath(QStringLiteral("Library")); }
 
     /// The environment of a launch in this session; its home and settings are the test's.
     QProcessEnvironment launchEnvironment(const QString& busAddress) const
@@ -78,12 +60,8 @@ protected:
 
     QStringList namesOnBus() { return mDeckBus.interface()->registeredServiceNames().value(); }
 
-    QTemporaryDir mFolder;
     test::PrivateSessionBus mBus;
     QDBusConnection mDeckBus{QString()};
-    std::unique_ptr<UserDefaults> mDefaults;
-    std::unique_ptr<PreferencesController> mPreferences;
-    std::unique_ptr<AppController> mApp;
     SingleInstance mInstance;
 };
 

@@ -2,21 +2,14 @@
 // stopped or running.
 #include "CommandRun.h"
 #include "audio/PrivateSoundServer.h"
+#include "audio/PulseTestSupport.h"
 
 #include <QElapsedTimer>
 #include <gtest/gtest.h>
-#include <iostream>
 
 using namespace spindrel::test;
 
 namespace {
-
-// Figures for the report, not for asserting: a busy machine may take its time.
-void report(const char* what, qint64 ms)
-{
-    std::cout << "[ measured ] " << what << ": " << ms << " ms" << std::endl;
-    ::testing::Test::RecordProperty(what, int(ms));
-}
 
 TEST(SoundServerCommands, WithoutAServerTheyFailAtOnceAndSayWhy)
 {
@@ -25,7 +18,7 @@ TEST(SoundServerCommands, WithoutAServerTheyFailAtOnceAndSayWhy)
     QElapsedTimer clock;
     clock.start();
     const CommandRun devices = runSpindrel({QStringLiteral("devices")});
-    report("spindrel devices without a server", clock.elapsed());
+    reportMeasurement("spindrel devices without a server", clock.elapsed());
     ASSERT_TRUE(devices.finished);
     EXPECT_EQ(devices.status, 1);
     EXPECT_TRUE(devices.err.contains(QStringLiteral("the sound server is not running")))
@@ -53,7 +46,7 @@ TEST(SoundServerCommands, AStoppedServerMakesThemGiveUpAndARunningOneIsListed)
         QElapsedTimer clock;
         clock.start();
         const CommandRun devices = runSpindrel({QStringLiteral("devices")});
-        report("spindrel devices on a stopped server", clock.elapsed());
+        reportMeasurement("spindrel devices on a stopped server", clock.elapsed());
         const CommandRun meter = runSpindrel(words("meter --count 1"));
         ASSERT_FALSE(guard.finish()) << "a command waited on the stopped server";
         EXPECT_EQ(devices.status, 1);

@@ -1,7 +1,8 @@
 #include "app/UserDefaults.h"
 
+#include "LaunchedDeckTest.h"
+
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -11,11 +12,7 @@ namespace {
 class UserDefaultsTest : public ::testing::Test
 {
 protected:
-    std::unique_ptr<UserDefaults> open()
-    {
-        return std::make_unique<UserDefaults>(std::make_unique<QSettings>(
-            mFolder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
-    }
+    std::unique_ptr<UserDefaults> open() { return test::openUserDefaults(mFolder); }
 
     QTemporaryDir mFolder;
 };

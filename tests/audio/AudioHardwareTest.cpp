@@ -11,27 +11,6 @@
 using namespace spindrel;
 using namespace spindrel::test;
 
-namespace {
-
-class CountingDelegate : public VORLAudioHardwareDelegate
-{
-public:
-    void defaultInputDeviceDidChange() override { ++defaultChanges; }
-    void deviceListDidChange() override { ++listChanges; }
-    int defaultChanges = 0;
-    int listChanges = 0;
-};
-
-QStringList uids(const QList<VORLAudioDevice>& devices)
-{
-    QStringList result;
-    for (const VORLAudioDevice& device : devices)
-        result << device.deviceUID();
-    return result;
-}
-
-} // namespace
-
 TEST(AudioHardware, realInputsComeBeforeTheMonitorsOfOutputs)
 {
     const QList<VORLAudioDevice> inputs = VORLAudioHardware::recordingDevices();
@@ -101,7 +80,7 @@ TEST(AudioHardware, devicesAreKnownByUIDAndUnknownOnesStandForTheDefault)
 TEST(AudioHardware, pluggingAndUnpluggingADeviceIsNoticedOnTheMainThread)
 {
     VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
-    CountingDelegate deck;
+    CountingHardwareDelegate deck;
     hardware->addDelegate(&deck);
     QSignalSpy listChanged(hardware, &VORLAudioHardware::deviceListDidChange);
 

@@ -1,10 +1,12 @@
 #include "AudioTestSupport.h"
 
-#include <QFile>
+#include "MP4Tags/MP4TestFiles.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QtEndian>
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -134,42 +136,20 @@ double medianToneShare(const std::vector<float>& samples, double sampleRate, dou
     return shares[shares.size() / 2];
 }
 
-namespace {
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-uint32_t bigEndian32(const QByteArray& bytes, qsizetype at)
-{
-    if (at + 4 > bytes.size())
-        return 0;
-    const auto* p = reinterpret_cast<const uint8_t*>(bytes.constData() + at);
-    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
-}
-} // namespace
-
 QStringList topLevelAtoms(const QString& path)
 {
-    const QByteArray bytes = fileBytes(path);
     QStringList atoms;
-    for (qsizetype at = 0; at + 8 <= bytes.size();) {
-        const uint32_t size = bigEndian32(bytes, at);
-        atoms << QString::fromLatin1(bytes.mid(at + 4, 4));
-        if (size < 8)
-            break;
-        at += size;
-    }
+    for (const mp4test::BoxAt& box : mp4test::boxesIn(mp4test::readFile(path)))
+        atoms << QString::fromLatin1(box.type);
     return atoms;
 }
 
 uint32_t movieTimeScale(const QString& path)
 {
-    const QByteArray bytes = fileBytes(path);
-    const qsizetype at = bytes.indexOf("mvhd");
-    // mvhd version 0: type, version/flags, creation, modification, then the time scale.
-    return at < 0 ? 0 : bigEndian32(bytes, at + 4 + 4 + 4 + 4);
+    const QByteArray bytes = mp4test::readFile(path);
+    const mp4test::Span mvhd = mp4test::findAtom(bytes, {"moov", "mvhd"});
+    // mvhd version 0: header, version and flags, creation, modification, then the time scale.
+    return mvhd.offset < 0 ? 0 : qFromBigEndian<quint32>(bytes.constData() + mvhd.offset + 8 + 4 + 4 + 4);
 }
 
 } // namespace spindrel::test

@@ -7,6 +7,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 #include <cmath>
+#include <gtest/gtest.h>
+#include <iostream>
 #include <numbers>
 #include <pulse/simple.h>
 
@@ -89,9 +91,23 @@ std::vector<float> MonitorCapture::stop()
     return mSamples;
 }
 
+QStringList uids(const QList<VORLAudioDevice>& devices)
+{
+    QStringList result;
+    for (const VORLAudioDevice& device : devices)
+        result << device.deviceUID();
+    return result;
+}
+
 QString pactl(const QStringList& arguments)
 {
     return QString::fromUtf8(runProgram(QStringLiteral("pactl"), arguments)).trimmed();
+}
+
+void reportMeasurement(const char* what, qint64 ms)
+{
+    std::cout << "[ measured ] " << what << ": " << ms << " ms" << std::endl;
+    ::testing::Test::RecordProperty(what, int(ms));
 }
 
 bool waitForSignal(const QString& source, double decibels, int timeoutMs)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "audio/VORLAudioHardware.h"
+
 #include <QString>
 #include <QStringList>
 #include <atomic>
@@ -50,8 +52,25 @@ private:
     std::thread mThread;
 };
 
+/// Counts what the hardware tells its delegates.
+class CountingHardwareDelegate : public VORLAudioHardwareDelegate
+{
+public:
+    void defaultInputDeviceDidChange() override { ++defaultChanges; }
+    void deviceListDidChange() override { ++listChanges; }
+    int defaultChanges = 0;
+    int listChanges = 0;
+};
+
+/// The devices' UIDs, in order.
+QStringList uids(const QList<VORLAudioDevice>& devices);
+
 /// `pactl` with arguments; its standard output trimmed, empty on failure.
 QString pactl(const QStringList& arguments);
+
+/// Prints a figure for the report and records it as a test property; not for asserting, as a
+/// busy machine may take its time.
+void reportMeasurement(const char* what, qint64 ms);
 
 /// Waits (running the event loop) until the source carries a signal above `decibels`.
 bool waitForSignal(const QString& source, double decibels = -30.0, int timeoutMs = 8000);

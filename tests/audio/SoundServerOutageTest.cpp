@@ -1,4 +1,5 @@
 #include "PrivateSoundServer.h"
+#include "PulseTestSupport.h"
 #include "audio/AudioException.h"
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLAudioInputMeter.h"
@@ -6,9 +7,7 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
-#include <functional>
 #include <gtest/gtest.h>
-#include <iostream>
 #include <memory>
 
 using namespace spindrel;
@@ -17,38 +16,9 @@ using State = VORLAudioHardware::ServerState;
 
 namespace {
 
-class CountingDelegate : public VORLAudioHardwareDelegate
-{
-public:
-    void deviceListDidChange() override { ++listChanges; }
-    void defaultInputDeviceDidChange() override { ++defaultChanges; }
-    int listChanges = 0;
-    int defaultChanges = 0;
-};
-
-QStringList uids(const QList<VORLAudioDevice>& devices)
-{
-    QStringList result;
-    for (const VORLAudioDevice& device : devices)
-        result << device.deviceUID();
-    return result;
-}
-
-bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
-{
-    return QTest::qWaitFor(condition, timeoutMs);
-}
-
 bool stateIs(State state)
 {
     return VORLAudioHardware::sharedInstance()->serverState() == state;
-}
-
-// Figures for the report, not for asserting: a busy machine may take its time.
-void report(const char* what, qint64 ms)
-{
-    std::cout << "[ measured ] " << what << ": " << ms << " ms" << std::endl;
-    ::testing::Test::RecordProperty(what, int(ms));
 }
 
 // One server for every case, so that the hardware, made once per process, always looks for the
@@ -71,9 +41,9 @@ TEST_F(SoundServerOutage, aKilledServerEmptiesTheListsAtOnceAndIsFoundAgainWhenI
 {
     ASSERT_TRUE(server().start());
     VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::Running); }, 20000));
     ASSERT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
-    CountingDelegate deck;
+    CountingHardwareDelegate deck;
     hardware->addDelegate(&deck);
     QSignalSpy states(hardware, &VORLAudioHardware::serverStateDidChange);
 
@@ -81,9 +51,9 @@ TEST_F(SoundServerOutage, aKilledServerEmptiesTheListsAtOnceAndIsFoundAgainWhenI
     clock.start();
     server().kill();
     // A notice of the start may still be on its way: wait for the one of the loss.
-    ASSERT_TRUE(waitUntil(
+    ASSERT_TRUE(QTest::qWaitFor(
         [&] { return !states.isEmpty() && states.last().at(0).value<State>() == State::NotRunning; }, 10000));
-    report("killed server to the hardware's notice", clock.elapsed());
+    reportMeasurement("killed server to the hardware's notice", clock.elapsed());
     EXPECT_EQ(hardware->serverState(), State::NotRunning);
     EXPECT_TRUE(VORLAudioHardware::recordingDevices().isEmpty());
     EXPECT_TRUE(VORLAudioHardware::playbackDevices().isEmpty());
@@ -102,15 +72,15 @@ TEST_F(SoundServerOutage, aKilledServerEmptiesTheListsAtOnceAndIsFoundAgainWhenI
 
     ASSERT_TRUE(server().start());
     clock.restart();
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
-    report("restarted server to the hardware's reconnection", clock.elapsed());
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::Running); }, 20000));
+    reportMeasurement("restarted server to the hardware's reconnection", clock.elapsed());
     EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
     EXPECT_TRUE(uids(VORLAudioHardware::playbackDevices()).contains(QStringLiteral("spk")));
     EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("vmic"));
     EXPECT_EQ(VORLAudioDevice(QStringLiteral("vmic")).numberOfChannelsForDirection(VORLAudioDevice::Input),
               2u);
     // The devices are back, which the deck hears as a device list change, before the state.
-    ASSERT_TRUE(waitUntil(
+    ASSERT_TRUE(QTest::qWaitFor(
         [&] { return !states.isEmpty() && states.last().at(0).value<State>() == State::Running; }, 10000));
     EXPECT_EQ(deck.listChanges, 1);
     EXPECT_EQ(deck.defaultChanges, 0) << "it came back with the same default";
@@ -121,7 +91,7 @@ TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAga
 {
     ASSERT_TRUE(server().start());
     VORLAudioHardware* hardware = VORLAudioHardware::sharedInstance();
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::Running); }, 20000));
     VORLAudioInputMeter meter(VORLAudioDevice(QStringLiteral("vmic")), {0, 1});
     meter.start();
 
@@ -138,7 +108,7 @@ TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAga
         const VORLAudioDevice byUID(QStringLiteral("spk"));
         const quint32 id = VORLAudioHardware::deviceIDForDeviceUID(QStringLiteral("vmic"));
         meter.levels();
-        report("queries on a stopped server", clock.elapsed());
+        reportMeasurement("queries on a stopped server", clock.elapsed());
         ASSERT_FALSE(guard.finish()) << "a query waited on the stopped server";
         // What the server said last.
         EXPECT_TRUE(uids(inputs).contains(QStringLiteral("vmic")));
@@ -148,8 +118,8 @@ TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAga
         EXPECT_NE(id, 0u);
     }
 
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotResponding); }, 10000));
-    report("stopped server to the hardware's notice", sincePause.elapsed());
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::NotResponding); }, 10000));
+    reportMeasurement("stopped server to the hardware's notice", sincePause.elapsed());
     EXPECT_TRUE(uids(VORLAudioHardware::recordingDevices()).contains(QStringLiteral("vmic")));
     std::unique_ptr<VORLAudioInputMeter> later;
     {
@@ -165,18 +135,18 @@ TEST_F(SoundServerOutage, aStoppedServerHoldsUpNoQueryAndNoMeterAndIsFollowedAga
         EXPECT_FALSE(later->isCapturing());
         EXPECT_EQ(later->levels(), std::make_pair(-100.0, -100.0));
         EXPECT_FALSE(VORLAudioHardware::streamProblem().isEmpty());
-        report("a meter made on a stopped server returns after", clock.elapsed());
+        reportMeasurement("a meter made on a stopped server returns after", clock.elapsed());
         ASSERT_FALSE(guard.finish()) << "making a meter waited on the stopped server";
     }
 
     QSignalSpy states(hardware, &VORLAudioHardware::serverStateDidChange);
     server().resume();
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
-    EXPECT_TRUE(waitUntil([&] { return later->isCapturing(); }, 20000))
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::Running); }, 20000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return later->isCapturing(); }, 20000))
         << "the meter made meanwhile captures once the server answers";
     EXPECT_TRUE(later->failure().isEmpty()) << later->failure().toStdString();
     EXPECT_TRUE(VORLAudioHardware::streamProblem().isEmpty());
-    ASSERT_TRUE(waitUntil([&] { return !states.isEmpty(); }, 10000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !states.isEmpty(); }, 10000));
     EXPECT_EQ(states.last().at(0).value<State>(), State::Running);
 }
 
@@ -188,12 +158,12 @@ TEST_F(SoundServerOutage, aServerStoppedBeforeTheFirstQueryHoldsItUpOnlyBriefly)
     QElapsedTimer clock;
     clock.start();
     const VORLAudioDevice input = VORLAudioHardware::defaultInputDevice();
-    report("first query on a stopped server", clock.elapsed());
+    reportMeasurement("first query on a stopped server", clock.elapsed());
     ASSERT_FALSE(guard.finish()) << "the first query waited on the stopped server";
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::NotResponding); }, 10000));
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::NotResponding); }, 10000));
 
     server().resume();
-    ASSERT_TRUE(waitUntil([] { return stateIs(State::Running); }, 20000));
+    ASSERT_TRUE(QTest::qWaitFor([] { return stateIs(State::Running); }, 20000));
     EXPECT_EQ(VORLAudioHardware::defaultInputDevice().deviceUID(), QStringLiteral("vmic"));
 }
 

@@ -63,13 +63,6 @@ TEST_F(FailedCheckTest, TheConditionIsEvaluatedOnce)
     EXPECT_EQ(lines.size(), 1);
 }
 
-TEST_F(FailedCheckTest, ReportsTheFixedUnitAndLineItIsGiven)
-{
-    EXPECT_TRUE(reportFailedCheck("Popping empty state stack", "SMC/statemap", 205, "popState"));
-    EXPECT_EQ(lines, QStringList{QStringLiteral(
-                         "*** Assertion failure in popState, SMC/statemap:205: Popping empty state stack")});
-}
-
 using FailedCheckDeathTest = FailedCheckTest;
 
 TEST_F(FailedCheckDeathTest, AbortsWhereFailedChecksAreFatal)

@@ -1,5 +1,6 @@
 #include "hud/TapeBoxView.h"
 
+#include "hud/MenuLetters.h"
 #include "hud/MenuMnemonics.h"
 #include "hud/TestTapes.h"
 #include "tapes/FilteringArrayController.h"
@@ -141,14 +142,7 @@ TEST_F(TapeBoxViewTest, DeleteTrashesTheSelectedTapeAndShiftF10OrTheMenuKeyOpenT
         EXPECT_TRUE(rowOnScreen.contains(menu->geometry().topLeft())) << key;
         EXPECT_EQ(texts(*menu).size(), 5);
         EXPECT_EQ(texts(*menu).first(), QStringLiteral("Show in Folder"));
-        // Every item has a letter of its own.
-        QString letters;
-        for (const QAction* action : menu->actions()) {
-            const QChar letter = MenuMnemonics::mnemonic(action->text());
-            EXPECT_FALSE(letter.isNull()) << action->text().toStdString();
-            EXPECT_FALSE(letters.contains(letter)) << action->text().toStdString();
-            letters += letter;
-        }
+        test::expectALetterPerItem(menu);
         if (key == Qt::Key_Menu) {
             // The trash item's letter chooses it.
             const QChar trash = MenuMnemonics::mnemonic(menu->actions().at(1)->text());

@@ -7,6 +7,12 @@
 #include <QJsonDocument>
 #include <QTcpSocket>
 #include <QUrlQuery>
+#include <iostream>
+
+void reportDelay(const char* what, qint64 milliseconds)
+{
+    std::cout << "[ measure  ] " << what << ": " << milliseconds << " ms" << std::endl;
+}
 
 namespace {
 

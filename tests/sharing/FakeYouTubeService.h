@@ -14,6 +14,9 @@
 
 class QTcpSocket;
 
+// For the record only: how long the user waits between a fault and the word about it.
+void reportDelay(const char* what, qint64 milliseconds);
+
 // The video service on loopback: a token endpoint, the category list and the resumable upload,
 // speaking just enough HTTP/1.1 (persistent connections, bodies by Content-Length).
 class FakeYouTubeService : public QObject

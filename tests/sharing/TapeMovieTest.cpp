@@ -1,6 +1,5 @@
 #include "sharing/TapeMovie.h"
 
-#include "foundation/Log.h"
 #include "sharing/MediaTools.h"
 #include "tapes/TapeCassette.h"
 
@@ -23,29 +22,19 @@ struct ExportRecord
     std::mutex lock;
     std::vector<double> progress;
     std::vector<std::optional<Error>> completions;
-    QStringList logLines;
 };
 
 class TapeMovieTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(mDir.isValid());
-        mPreviousSink = setLogSink([this](const QString& line) {
-            std::lock_guard guard(mRecord.lock);
-            mRecord.logLines << line;
-        });
-    }
-    void TearDown() override { setLogSink(mPreviousSink); }
+    void SetUp() override { ASSERT_TRUE(mDir.isValid()); }
 
     TapePtr makeTape(const QString& name, double seconds, int sampleRate = 22050, int channels = 1)
     {
         const QString path = mDir.filePath(name);
         if (!mediatools::makeTape(path, seconds, sampleRate, channels))
             return nullptr;
-        auto tape = std::make_shared<Tape>(path);
-        return tape;
+        return std::make_shared<Tape>(path);
     }
 
     // Runs an export to the end; `stopAfter` makes the progress block answer false from that call on.
@@ -74,7 +63,6 @@ protected:
 
     QTemporaryDir mDir;
     ExportRecord mRecord;
-    LogSink mPreviousSink;
 };
 
 TEST_F(TapeMovieTest, TenSecondTapeGivesH264And44kStereoAACOfItsLength)
@@ -87,8 +75,6 @@ TEST_F(TapeMovieTest, TenSecondTapeGivesH264And44kStereoAACOfItsLength)
 
     ASSERT_EQ(mRecord.completions.size(), 1u);
     EXPECT_FALSE(mRecord.completions.front().has_value());
-    EXPECT_TRUE(mRecord.logLines.contains(QStringLiteral("status changed -- 1")));
-    EXPECT_TRUE(mRecord.logLines.contains(QStringLiteral("status changed -- 2")));
 
     const QJsonObject probe = mediatools::probe(movie.filename());
     ASSERT_EQ(probe.value(QStringLiteral("streams")).toArray().size(), 2);
@@ -193,8 +179,6 @@ TEST_F(TapeMovieTest, TapeShorterThanAFrameGivesAMovieOfAudioOnly)
     TapePtr tape = makeTape(QStringLiteral("short.m4a"), 0.03, 44100, 2);
     ASSERT_TRUE(tape);
     ASSERT_EQ(TapeMovie::frameCountForDuration(tape->duration()), 0);
-    EXPECT_EQ(TapeMovie::frameCountForDuration(10.04), 240); // whole frames, rounded
-    EXPECT_EQ(TapeMovie::frameCountForDuration(10.05), 241);
     TapeMovie movie(tape);
     exportMovie(movie);
     ASSERT_EQ(mRecord.completions.size(), 1u);
@@ -235,7 +219,6 @@ TEST_F(TapeMovieTest, SetUpFailuresReachTheCompletionBlock)
     ASSERT_EQ(mRecord.completions.size(), 1u);
     ASSERT_TRUE(mRecord.completions.front().has_value());
     EXPECT_TRUE(mRecord.progress.empty());
-    EXPECT_TRUE(mRecord.logLines.contains(QStringLiteral("Could not create tape asset reader.")));
 
     TapePtr tape = makeTape(QStringLiteral("fine.m4a"), 1.0);
     ASSERT_TRUE(tape);
@@ -247,7 +230,7 @@ TEST_F(TapeMovieTest, SetUpFailuresReachTheCompletionBlock)
     EXPECT_FALSE(QFile::exists(unwritable.filename()));
 }
 
-TEST_F(TapeMovieTest, FinishingASideTwiceOnlyLogs)
+TEST_F(TapeMovieTest, FinishingASideTwiceChangesNothing)
 {
     TapePtr tape = makeTape(QStringLiteral("finish.m4a"), 1.0);
     ASSERT_TRUE(tape);
@@ -259,11 +242,6 @@ TEST_F(TapeMovieTest, FinishingASideTwiceOnlyLogs)
 
     movie.audioWriterFinished();
     movie.videoWriterFinished();
-    for (const char* side : {"audio", "video"})
-        EXPECT_EQ(
-            mRecord.logLines.count(QStringLiteral("called %1WriterFinished after video already finished!")
-                                       .arg(QLatin1String(side))),
-            1);
     EXPECT_EQ(mRecord.completions.size(), 1u);
     EXPECT_EQ(QFileInfo(movie.filename()).size(), written);
 
