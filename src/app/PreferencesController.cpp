@@ -20,14 +20,6 @@ QVariantMap hotKeyCombo(int keyCode, int modifiers)
     return {{QStringLiteral("keyCode"), keyCode}, {QStringLiteral("modifiers"), modifiers}};
 }
 
-QVariantList variantList(const QList<int>& numbers)
-{
-    QVariantList list;
-    for (int number : numbers)
-        list.append(number);
-    return list;
-}
-
 bool contains(const QList<VORLAudioDevice>& devices, const VORLAudioDevice& device)
 {
     return std::find(devices.begin(), devices.end(), device) != devices.end();
@@ -81,13 +73,11 @@ PreferencesController::PreferencesController(UserDefaults& defaults, const QStri
 {
     if (!libraryPath.isEmpty())
         registerPreferenceDefaults(defaults, libraryPath);
-    connect(&mDefaults, &UserDefaults::changed, this, &DeckPreferences::defaultsChanged);
-    mDefaults.observe(K::RecordingIsStereo, this, [this] { recordingIsStereoChanged(); });
-    connect(&mDefaults, &UserDefaults::changed, this, [this](const QString& key) {
-        if (key == K::RecordDeviceUID)
-            recordDeviceUIDChanged();
-    });
-    mDefaults.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
+    connect(&mDefaults, &UserDefaults::changed, this, &PreferencesController::defaultsDidChange);
+    connect(this, &DeckPreferences::recordingIsStereoChanged, this,
+            &PreferencesController::fitChannelsToStereo);
+    connect(this, &DeckPreferences::recordDeviceUIDChanged, this, &PreferencesController::forgetChannels);
+    fitChannelsToStereo();
 }
 
 PreferencesController::~PreferencesController()
@@ -110,92 +100,19 @@ void PreferencesController::registerDefaults(const QVariantMap& defaults)
     mDefaults.registerDefaults(defaults);
 }
 
-VORLAudioDevice PreferencesController::recordingAudioDevice() const
-{
-    const QString uid = mDefaults.stringForKey(K::RecordDeviceUID);
-    return uid.isEmpty() ? VORLAudioHardware::defaultInputDevice() : VORLAudioDevice(uid);
-}
-
-VORLAudioDevice PreferencesController::playbackAudioDevice() const
-{
-    const QString uid = mDefaults.stringForKey(K::PlaybackDeviceUID);
-    return uid.isEmpty() ? VORLAudioHardware::defaultOutputDevice() : VORLAudioDevice(uid);
-}
-
-QList<unsigned> PreferencesController::recordingAudioDeviceChannels() const
-{
-    QList<int> stored = mDefaults.integerArrayForKey(K::RecordDeviceChannels);
-    if (!mDefaults.boolForKey(K::RecordingIsStereo) && stored.size() >= 2)
-        stored = stored.mid(0, 1);
-    QList<unsigned> channels;
-    for (int channel : stored)
-        channels.append(unsigned(std::max(channel, 0)));
-    return channels;
-}
-
-bool PreferencesController::playSoundEffects() const
-{
-    return mDefaults.boolForKey(K::PlaySoundEffects);
-}
-
-bool PreferencesController::showNSStatusItem() const
-{
-    return mDefaults.boolForKey(K::ShowNSStatusItem);
-}
-
-bool PreferencesController::enableHotKeys() const
-{
-    return mDefaults.boolForKey(K::EnableHotKeys);
-}
-
 void PreferencesController::checkDefaultAudioDevices()
 {
-    const QString recordUID = mDefaults.stringForKey(K::RecordDeviceUID);
+    const QString recordUID = recordDeviceUID();
     if (!recordUID.isEmpty() &&
         !contains(VORLAudioHardware::recordingDevices(), VORLAudioDevice(recordUID))) {
         mDefaults.removeObjectForKey(K::RecordDeviceUID);
         Q_EMIT recordDeviceChangedNotification();
     }
-    const QString playbackUID = mDefaults.stringForKey(K::PlaybackDeviceUID);
+    const QString playbackUID = playbackDeviceUID();
     if (!playbackUID.isEmpty() &&
         !contains(VORLAudioHardware::playbackDevices(), VORLAudioDevice(playbackUID)))
         mDefaults.removeObjectForKey(K::PlaybackDeviceUID);
     refreshWindow();
-}
-
-PTKeyCombo PreferencesController::recordHotKeyCombo() const
-{
-    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::RecordHotKey));
-}
-
-PTKeyCombo PreferencesController::pauseHotKeyCombo() const
-{
-    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::PauseHotKey));
-}
-
-PTKeyCombo PreferencesController::stopHotKeyCombo() const
-{
-    return PTKeyCombo::fromPlistRepresentation(mDefaults.objectForKey(K::StopHotKey));
-}
-
-void PreferencesController::setRecordHotKeyCombo(const PTKeyCombo& combo)
-{
-    mDefaults.setObject(combo.plistRepresentation(), K::RecordHotKey);
-}
-
-void PreferencesController::setPauseHotKeyCombo(const PTKeyCombo& combo)
-{
-    mDefaults.setObject(combo.plistRepresentation(), K::PauseHotKey);
-}
-
-void PreferencesController::setStopHotKeyCombo(const PTKeyCombo& combo)
-{
-    mDefaults.setObject(combo.plistRepresentation(), K::StopHotKey);
-}
-
-void PreferencesController::setTapeLibraryURL(const QString& path)
-{
-    mDefaults.setObject(path, K::TapeLibraryLocation);
 }
 
 QList<PreferencesController::ChannelChoice> PreferencesController::channelChoices(unsigned channelCount,
@@ -226,52 +143,40 @@ QList<int> PreferencesController::channelsForStereo(const QList<int>& channels, 
 
 void PreferencesController::recordDeviceChanged(const QString& deviceUID)
 {
-    if (deviceUID.isEmpty())
-        mDefaults.removeObjectForKey(K::RecordDeviceUID);
-    else
-        mDefaults.setObject(deviceUID, K::RecordDeviceUID);
+    setRecordDeviceUID(deviceUID);
     Q_EMIT recordDeviceChangedNotification();
 }
 
 void PreferencesController::recordDeviceChannelsChanged(const QList<unsigned>& channels)
 {
-    QVariantList list;
+    QList<int> stored;
     for (unsigned channel : channels)
-        list.append(int(channel));
-    mDefaults.setObject(list, K::RecordDeviceChannels);
+        stored.append(int(channel));
+    setRecordChannels(stored);
     Q_EMIT recordDeviceChannelsChangedNotification();
 }
 
 void PreferencesController::playbackDeviceChanged(const QString& deviceUID)
 {
     // Play-through follows the default itself; nothing is announced.
-    if (deviceUID.isEmpty())
-        mDefaults.removeObjectForKey(K::PlaybackDeviceUID);
-    else
-        mDefaults.setObject(deviceUID, K::PlaybackDeviceUID);
+    setPlaybackDeviceUID(deviceUID);
 }
 
-void PreferencesController::recordingIsStereoChanged()
+void PreferencesController::fitChannelsToStereo()
 {
     refreshWindow();
-    const QList<int> stored = mDefaults.integerArrayForKey(K::RecordDeviceChannels);
-    const QList<int> fitted = channelsForStereo(stored, mDefaults.boolForKey(K::RecordingIsStereo));
+    const QList<int> stored = recordChannels();
+    const QList<int> fitted = channelsForStereo(stored, recordingIsStereo());
     if (fitted != stored)
-        mDefaults.setObject(variantList(fitted), K::RecordDeviceChannels);
+        setRecordChannels(fitted);
     refreshWindow();
     Q_EMIT recordDeviceChannelsChangedNotification();
 }
 
-void PreferencesController::recordDeviceUIDChanged()
+void PreferencesController::forgetChannels()
 {
-    // A new device starts from the default channels.
     mDefaults.removeObjectForKey(K::RecordDeviceChannels);
     refreshWindow();
-}
-
-void PreferencesController::tapeLibraryLocationChanged()
-{
-    mTapeLibraryPath = mDefaults.stringForKey(K::TapeLibraryLocation);
 }
 
 void PreferencesController::showWindow(const QWidget* centredOn)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "HotKeysLib3/PTKeyCombo.h"
 #include "app/PreferencesWindow.h"
 #include "deck/DeckPreferences.h"
 
@@ -42,26 +41,10 @@ public:
     void setDefaultsValue(const QString& key, const QVariant& value) override;
     void registerDefaults(const QVariantMap& defaults) override;
 
-    VORLAudioDevice recordingAudioDevice() const override;
-    VORLAudioDevice playbackAudioDevice() const override;
-    QList<unsigned> recordingAudioDeviceChannels() const override;
-    bool playSoundEffects() const override;
-    bool showNSStatusItem() const;
-    bool enableHotKeys() const;
     void checkDefaultAudioDevices() override;
 
-    /// The hot keys' combinations, kept as {"keyCode": n, "modifiers": m}.
-    PTKeyCombo recordHotKeyCombo() const;
-    PTKeyCombo pauseHotKeyCombo() const;
-    PTKeyCombo stopHotKeyCombo() const;
-    void setRecordHotKeyCombo(const PTKeyCombo& combo);
-    void setPauseHotKeyCombo(const PTKeyCombo& combo);
-    void setStopHotKeyCombo(const PTKeyCombo& combo);
-
-    QString tapeLibraryPath() const override { return mTapeLibraryPath; }
-    void setTapeLibraryPath(const QString& path) override { setTapeLibraryURL(path); }
-    QString tapeLibraryURL() const { return mTapeLibraryPath; }
-    void setTapeLibraryURL(const QString& path);
+    QString tapeLibraryURL() const { return tapeLibraryPath(); }
+    void setTapeLibraryURL(const QString& path) { setTapeLibraryPath(path); }
 
     /// The choices of the channel pop-up for a device with `channelCount` inputs: pairs "1-2",
     /// "3-4"... in stereo (an odd last channel is not offered), single channels in mono.
@@ -86,13 +69,13 @@ public:
     PreferencesWindow* window() const { return mWindow; }
 
 private:
-    void recordingIsStereoChanged();
-    void recordDeviceUIDChanged();
-    void tapeLibraryLocationChanged();
+    /// Keeps the stored channels to a pair in stereo and to one in mono.
+    void fitChannelsToStereo();
+    /// A new device starts from the default channels.
+    void forgetChannels();
     void refreshWindow();
 
     UserDefaults& mDefaults;
-    QString mTapeLibraryPath;
     QPointer<PreferencesWindow> mWindow;
 };
 

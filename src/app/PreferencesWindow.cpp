@@ -3,7 +3,6 @@
 #include "HotKeysLib3/PTHotKeyCenter.h"
 #include "HotKeysLib3/PTKeyComboPanel.h"
 #include "app/PreferencesController.h"
-#include "app/UserDefaults.h"
 #include "app/WhitespaceStrippingValueTransformer.h"
 #include "audio/VORLAudioHardware.h"
 #include "deck/DefaultsKeys.h"
@@ -51,13 +50,11 @@ PreferencesWindow::PreferencesWindow(PreferencesController& controller, QWidget*
     layout->addWidget(mToolBar);
     layout->addWidget(mPanes);
 
-    UserDefaults& defaults = mController.userDefaults();
-    connect(&defaults, &UserDefaults::changed, this, [this](const QString& key) {
-        if (key == K::TapeAuthor && !mAuthorField->hasFocus())
-            mAuthorField->setText(mController.stringForKey(K::TapeAuthor));
-        if (key == K::TapeLibraryLocation)
-            mLibraryLabel->setText(mController.tapeLibraryPath());
+    connect(&mController, &DeckPreferences::tapeAuthorChanged, this, [this](const QString& author) {
+        if (!mAuthorField->hasFocus())
+            mAuthorField->setText(author);
     });
+    connect(&mController, &DeckPreferences::tapeLibraryPathChanged, mLibraryLabel, &QLabel::setText);
     refresh();
     // One width for every pane, the widest one's, so that the tool bar stays where it is.
     int width = mToolBar->sizeHint().width();
@@ -73,9 +70,16 @@ QWidget* PreferencesWindow::makeGeneralPane()
 {
     auto* pane = new QWidget;
     auto* form = new QFormLayout(pane);
-    form->addRow(boundCheckBox(tr("Play sound effects"), K::PlaySoundEffects));
-    form->addRow(boundCheckBox(tr("Show the deck in the status area"), K::ShowNSStatusItem));
-    form->addRow(boundCheckBox(tr("Record at the sample rate of the quality"), K::SPLockRecordingSampleRate));
+    form->addRow(boundCheckBox(tr("Play sound effects"), K::PlaySoundEffects,
+                               &DeckPreferences::playSoundEffects, &DeckPreferences::setPlaySoundEffects,
+                               &DeckPreferences::playSoundEffectsChanged));
+    form->addRow(boundCheckBox(tr("Show the deck in the status area"), K::ShowNSStatusItem,
+                               &DeckPreferences::showStatusItem, &DeckPreferences::setShowStatusItem,
+                               &DeckPreferences::showStatusItemChanged));
+    form->addRow(boundCheckBox(tr("Record at the sample rate of the quality"), K::SPLockRecordingSampleRate,
+                               &DeckPreferences::lockRecordingSampleRate,
+                               &DeckPreferences::setLockRecordingSampleRate,
+                               &DeckPreferences::lockRecordingSampleRateChanged));
 
     mAuthorField = new QLineEdit(pane);
     mAuthorField->setObjectName(QStringLiteral("TapeAuthorField"));
@@ -100,22 +104,39 @@ QWidget* PreferencesWindow::makeHotKeysPane()
 {
     auto* pane = new QWidget;
     auto* form = new QFormLayout(pane);
-    QCheckBox* enable = boundCheckBox(tr("Enable global hot keys"), K::EnableHotKeys);
+    QCheckBox* enable =
+        boundCheckBox(tr("Enable global hot keys"), K::EnableHotKeys, &DeckPreferences::enableHotKeys,
+                      &DeckPreferences::setEnableHotKeys, &DeckPreferences::enableHotKeysChanged);
     form->addRow(enable);
-    const std::array<std::pair<QString, QString>, 3> hotKeys{
-        {{tr("Record"), K::RecordHotKey}, {tr("Pause"), K::PauseHotKey}, {tr("Stop"), K::StopHotKey}}};
-    for (const auto& [name, key] : hotKeys) {
+    struct HotKey
+    {
+        QString name;
+        QString key;
+        PTKeyCombo (DeckPreferences::*combo)() const;
+        void (DeckPreferences::*setCombo)(const PTKeyCombo&);
+        void (DeckPreferences::*comboChanged)(const PTKeyCombo&);
+    };
+    const std::array<HotKey, 3> hotKeys{{
+        {tr("Record"), K::RecordHotKey, &DeckPreferences::recordHotKey, &DeckPreferences::setRecordHotKey,
+         &DeckPreferences::recordHotKeyChanged},
+        {tr("Pause"), K::PauseHotKey, &DeckPreferences::pauseHotKey, &DeckPreferences::setPauseHotKey,
+         &DeckPreferences::pauseHotKeyChanged},
+        {tr("Stop"), K::StopHotKey, &DeckPreferences::stopHotKey, &DeckPreferences::setStopHotKey,
+         &DeckPreferences::stopHotKeyChanged},
+    }};
+    for (const HotKey& hotKey : hotKeys) {
         auto* button = new QPushButton(pane);
-        button->setObjectName(key);
-        mController.observe(key, button, [this, button, key = key] {
-            const PTKeyCombo combo = PTKeyCombo::fromPlistRepresentation(mController.defaultsValue(key));
+        button->setObjectName(hotKey.key);
+        const auto showCombo = [button](const PTKeyCombo& combo) {
             button->setText(combo.platformDescription());
-        });
-        mController.observe(K::EnableHotKeys, button,
-                            [this, button] { button->setEnabled(mController.boolForKey(K::EnableHotKeys)); });
+        };
+        connect(&mController, hotKey.comboChanged, button, showCombo);
+        showCombo((mController.*hotKey.combo)());
+        connect(&mController, &DeckPreferences::enableHotKeysChanged, button, &QPushButton::setEnabled);
+        button->setEnabled(mController.enableHotKeys());
         connect(button, &QPushButton::clicked, this,
-                [this, name = name, key = key] { changeHotkey(name, key); });
-        form->addRow(name + QLatin1Char(':'), button);
+                [this, hotKey] { changeHotkey(hotKey.name, hotKey.combo, hotKey.setCombo); });
+        form->addRow(hotKey.name + QLatin1Char(':'), button);
     }
     // Wayland without the portal, or no X server: say so instead of keys that never fire.
     auto* availability = new QLabel(pane);
@@ -134,28 +155,28 @@ QWidget* PreferencesWindow::makeHotKeysPane()
 
 void PreferencesWindow::changeRecordHotkey()
 {
-    changeHotkey(tr("Record"), K::RecordHotKey);
+    changeHotkey(tr("Record"), &DeckPreferences::recordHotKey, &DeckPreferences::setRecordHotKey);
 }
 
 void PreferencesWindow::changePauseHotkey()
 {
-    changeHotkey(tr("Pause"), K::PauseHotKey);
+    changeHotkey(tr("Pause"), &DeckPreferences::pauseHotKey, &DeckPreferences::setPauseHotKey);
 }
 
 void PreferencesWindow::changeStopHotkey()
 {
-    changeHotkey(tr("Stop"), K::StopHotKey);
+    changeHotkey(tr("Stop"), &DeckPreferences::stopHotKey, &DeckPreferences::setStopHotKey);
 }
 
-void PreferencesWindow::changeHotkey(const QString& name, const QString& key)
+void PreferencesWindow::changeHotkey(const QString& name, PTKeyCombo (DeckPreferences::*combo)() const,
+                                     void (DeckPreferences::*setCombo)(const PTKeyCombo&))
 {
     PTKeyComboPanel& panel = PTKeyComboPanel::sharedPanel();
     panel.setKeyBindingName(name);
-    panel.setKeyCombo(PTKeyCombo::fromPlistRepresentation(mController.defaultsValue(key)));
-    panel.runSheeetForModalWindow(this, [this, key](int returnCode) {
+    panel.setKeyCombo((mController.*combo)());
+    panel.runSheeetForModalWindow(this, [this, setCombo](int returnCode) {
         if (returnCode == QDialog::Accepted)
-            mController.setDefaultsValue(key,
-                                         PTKeyComboPanel::sharedPanel().keyCombo().plistRepresentation());
+            (mController.*setCombo)(PTKeyComboPanel::sharedPanel().keyCombo());
     });
 }
 
@@ -187,16 +208,23 @@ QWidget* PreferencesWindow::makeAudioPane()
         mController.playbackDeviceChanged(mPlaybackDevicePopUp->itemData(index).toString());
     });
     form->addRow(tr("Play to:"), mPlaybackDevicePopUp);
-    form->addRow(boundCheckBox(tr("Play the input through while recording"), K::EnableSoftwarePlaythrough));
+    form->addRow(boundCheckBox(tr("Play the input through while recording"), K::EnableSoftwarePlaythrough,
+                               &DeckPreferences::enableSoftwarePlaythrough,
+                               &DeckPreferences::setEnableSoftwarePlaythrough,
+                               &DeckPreferences::enableSoftwarePlaythroughChanged));
     return pane;
 }
 
-QCheckBox* PreferencesWindow::boundCheckBox(const QString& title, const QString& key)
+QCheckBox* PreferencesWindow::boundCheckBox(const QString& title, const QString& key,
+                                            bool (DeckPreferences::*value)() const,
+                                            void (DeckPreferences::*setValue)(bool),
+                                            void (DeckPreferences::*valueChanged)(bool))
 {
     auto* box = new QCheckBox(title);
     box->setObjectName(key);
-    mController.observe(key, box, [this, box, key] { box->setChecked(mController.boolForKey(key)); });
-    connect(box, &QCheckBox::toggled, this, [this, key](bool on) { mController.setDefaultsValue(key, on); });
+    connect(&mController, valueChanged, box, &QCheckBox::setChecked);
+    box->setChecked((mController.*value)());
+    connect(box, &QCheckBox::toggled, &mController, setValue);
     return box;
 }
 
@@ -206,7 +234,7 @@ void PreferencesWindow::refresh()
     populateRecordDeviceChannelsPopUp();
     populatePlaybackDevicePopUp();
     if (!mAuthorField->hasFocus())
-        mAuthorField->setText(mController.stringForKey(K::TapeAuthor));
+        mAuthorField->setText(mController.tapeAuthor());
     mLibraryLabel->setText(mController.tapeLibraryPath());
 }
 
@@ -230,18 +258,18 @@ void populateDevicePopUp(QComboBox* popUp, const QString& automatic, const QList
 void PreferencesWindow::populateRecordDevicePopUp()
 {
     populateDevicePopUp(mRecordDevicePopUp, tr("Default Input Device (Auto)"),
-                        VORLAudioHardware::recordingDevices(), mController.stringForKey(K::RecordDeviceUID));
+                        VORLAudioHardware::recordingDevices(), mController.recordDeviceUID());
 }
 
 void PreferencesWindow::populatePlaybackDevicePopUp()
 {
     populateDevicePopUp(mPlaybackDevicePopUp, tr("Default Output Device (Auto)"),
-                        VORLAudioHardware::playbackDevices(), mController.stringForKey(K::PlaybackDeviceUID));
+                        VORLAudioHardware::playbackDevices(), mController.playbackDeviceUID());
 }
 
 void PreferencesWindow::populateRecordDeviceChannelsPopUp()
 {
-    const bool stereo = mController.boolForKey(K::RecordingIsStereo);
+    const bool stereo = mController.recordingIsStereo();
     const unsigned count =
         mController.recordingAudioDevice().numberOfChannelsForDirection(VORLAudioDevice::Input);
     mChannelsLabel->setText(stereo ? tr("On Channels:") : tr("On Channel:"));
@@ -300,10 +328,10 @@ void PreferencesWindow::chooseLibraryFolder()
 
 void PreferencesWindow::authorEdited()
 {
-    const QVariant author =
-        WhitespaceStrippingValueTransformer::reverseTransformedValue(mAuthorField->text());
-    mAuthorField->setText(author.toString());
-    mController.setDefaultsValue(K::TapeAuthor, author);
+    const QString author =
+        WhitespaceStrippingValueTransformer::reverseTransformedValue(mAuthorField->text()).toString();
+    mAuthorField->setText(author);
+    mController.setTapeAuthor(author);
 }
 
 } // namespace spindrel

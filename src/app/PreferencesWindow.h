@@ -11,7 +11,9 @@ class QToolBar;
 
 namespace spindrel {
 
+class DeckPreferences;
 class PreferencesController;
+class PTKeyCombo;
 
 /// The preferences window: general settings, hot keys and audio devices, one pane each, chosen
 /// from the tool bar.
@@ -56,9 +58,13 @@ private:
     QWidget* makeGeneralPane();
     QWidget* makeHotKeysPane();
     QWidget* makeAudioPane();
-    QCheckBox* boundCheckBox(const QString& title, const QString& key);
+    /// A check box that shows and sets one switch of the preferences; named `key`.
+    QCheckBox* boundCheckBox(const QString& title, const QString& key, bool (DeckPreferences::*value)() const,
+                             void (DeckPreferences::*setValue)(bool),
+                             void (DeckPreferences::*valueChanged)(bool));
     /// Opens the key-combination sheet for a hot key and stores what the user typed.
-    void changeHotkey(const QString& name, const QString& key);
+    void changeHotkey(const QString& name, PTKeyCombo (DeckPreferences::*combo)() const,
+                      void (DeckPreferences::*setCombo)(const PTKeyCombo&));
     void chooseLibraryFolder();
     void authorEdited();
 

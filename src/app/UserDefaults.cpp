@@ -116,18 +116,6 @@ QVariantMap UserDefaults::dictionaryForKey(const QString& key) const
     return objectForKey(key).toMap();
 }
 
-QMetaObject::Connection UserDefaults::observe(const QString& key, QObject* context,
-                                              std::function<void()> handler)
-{
-    auto connection =
-        connect(this, &UserDefaults::changed, context, [key, handler](const QString& changedKey) {
-            if (changedKey == key)
-                handler();
-        });
-    handler();
-    return connection;
-}
-
 void UserDefaults::synchronize()
 {
     mSettings->sync();

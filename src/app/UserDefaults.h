@@ -3,14 +3,12 @@
 #include <QObject>
 #include <QSettings>
 #include <QVariant>
-#include <functional>
 #include <memory>
 
 namespace spindrel {
 
 /// The user's settings: values stored in the settings file over defaults registered at start.
-/// Every change of a key's value is announced by changed(key); observe() connects a handler and
-/// runs it once at once, so observers start from the current value.
+/// Every change of a key's value is announced by changed(key).
 class UserDefaults : public QObject
 {
     Q_OBJECT
@@ -41,9 +39,6 @@ public:
     /// A list of integers; a stored single number reads as a list of one.
     QList<int> integerArrayForKey(const QString& key) const;
     QVariantMap dictionaryForKey(const QString& key) const;
-
-    /// Runs `handler` now and after every change of `key`, for as long as `context` lives.
-    QMetaObject::Connection observe(const QString& key, QObject* context, std::function<void()> handler);
 
     /// Writes pending changes to the settings file.
     void synchronize();

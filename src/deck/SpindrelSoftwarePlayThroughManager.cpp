@@ -5,14 +5,11 @@
 #include "audio/VORLAudioHardware.h"
 #include "audio/VORLAudioPlaythroughManager.h"
 #include "deck/DeckPreferences.h"
-#include "deck/DefaultsKeys.h"
 #include "foundation/Log.h"
 
 #include <QCoreApplication>
 
 namespace spindrel {
-
-namespace K = DefaultsKeys;
 
 /// One try at making play-through: what it was asked for, and what came of it.
 struct SpindrelSoftwarePlayThroughManager::Attempt
@@ -98,11 +95,12 @@ SpindrelSoftwarePlayThroughManager::SpindrelSoftwarePlayThroughManager(DeckPrefe
 
     // Only the switch is observed with its initial value; the devices and channels matter
     // once they change.
-    connect(&mPreferences, &DeckPreferences::defaultsChanged, this, [this](const QString& key) {
-        if (key == K::PlaybackDeviceUID || key == K::RecordDeviceUID || key == K::RecordDeviceChannels)
-            _rebuildPlaythroughManager();
-    });
-    mPreferences.observe(K::EnableSoftwarePlaythrough, this, [this] { _rebuildPlaythroughManager(); });
+    const auto rebuild = &SpindrelSoftwarePlayThroughManager::_rebuildPlaythroughManager;
+    connect(&mPreferences, &DeckPreferences::playbackDeviceUIDChanged, this, rebuild);
+    connect(&mPreferences, &DeckPreferences::recordDeviceUIDChanged, this, rebuild);
+    connect(&mPreferences, &DeckPreferences::recordChannelsChanged, this, rebuild);
+    connect(&mPreferences, &DeckPreferences::enableSoftwarePlaythroughChanged, this, rebuild);
+    _rebuildPlaythroughManager();
 }
 
 SpindrelSoftwarePlayThroughManager::~SpindrelSoftwarePlayThroughManager()
@@ -121,30 +119,22 @@ SpindrelSoftwarePlayThroughManager::~SpindrelSoftwarePlayThroughManager()
 
 bool SpindrelSoftwarePlayThroughManager::softwarePlaythroughEnabled() const
 {
-    return mPreferences.boolForKey(K::EnableSoftwarePlaythrough);
+    return mPreferences.enableSoftwarePlaythrough();
 }
 
 QString SpindrelSoftwarePlayThroughManager::recordAudioDeviceUID() const
 {
-    return mPreferences.stringForKey(K::RecordDeviceUID);
+    return mPreferences.recordDeviceUID();
 }
 
 QString SpindrelSoftwarePlayThroughManager::playbackAudioDeviceUID() const
 {
-    return mPreferences.stringForKey(K::PlaybackDeviceUID);
+    return mPreferences.playbackDeviceUID();
 }
 
 QList<int> SpindrelSoftwarePlayThroughManager::recordDeviceChannels() const
 {
-    const QVariant stored = mPreferences.defaultsValue(K::RecordDeviceChannels);
-    QList<int> channels;
-    if (stored.canConvert<QVariantList>() && stored.typeId() != QMetaType::QString) {
-        for (const QVariant& channel : stored.toList())
-            channels.append(channel.toInt());
-    } else if (stored.isValid()) {
-        channels.append(stored.toInt());
-    }
-    return channels;
+    return mPreferences.recordChannels();
 }
 
 void SpindrelSoftwarePlayThroughManager::_rebuildPlaythroughManager()

@@ -135,16 +135,23 @@ void WindowController::applicationDidFinishLaunching()
     connect(&mFolderWatch, &LibraryFolderWatch::stateChanged, this,
             &WindowController::libraryFolderStateChanged);
     mFolderWatch.setFolder(mPreferences.tapeLibraryPath());
-    mPreferences.observe(K::ShowNSStatusItem, this, [this] {
-        if (mPreferences.boolForKey(K::ShowNSStatusItem))
+    const auto showStatusItem = [this](bool show) {
+        if (show)
             mStatusItem->install();
         else
             mStatusItem->remove();
-    });
+    };
+    connect(&mPreferences, &DeckPreferences::showStatusItemChanged, this, showStatusItem);
+    showStatusItem(mPreferences.showStatusItem());
     // One handler for the four: each change registers all three hot keys again.
-    for (const QString& key : {K::EnableHotKeys, K::RecordHotKey, K::StopHotKey, K::PauseHotKey})
-        mPreferences.observe(key, this, [this] { registerHotkeys(); });
-    mPreferences.observe(K::TapeLibraryLocation, this, [this] { tapeLibraryLocationChanged(); });
+    connect(&mPreferences, &DeckPreferences::enableHotKeysChanged, this, &WindowController::registerHotkeys);
+    for (auto changed : {&DeckPreferences::recordHotKeyChanged, &DeckPreferences::stopHotKeyChanged,
+                         &DeckPreferences::pauseHotKeyChanged})
+        connect(&mPreferences, changed, this, &WindowController::registerHotkeys);
+    registerHotkeys();
+    connect(&mPreferences, &DeckPreferences::tapeLibraryPathChanged, this,
+            &WindowController::tapeLibraryLocationChanged);
+    tapeLibraryLocationChanged();
 }
 
 void WindowController::buildTransportStrip()

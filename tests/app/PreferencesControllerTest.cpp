@@ -4,8 +4,12 @@
 #include "deck/DefaultsKeys.h"
 
 #include <QFileInfo>
+#include <QMetaProperty>
 #include <QSignalSpy>
+#include <QTemporaryDir>
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <map>
 
 using namespace spindrel;
 namespace K = DefaultsKeys;
@@ -118,6 +122,81 @@ TEST_F(PreferencesControllerTest, ANewRecordDeviceStartsFromTheDefaultChannels)
     controller->playbackDeviceChanged(QStringLiteral("spk"));
     EXPECT_EQ(mDefaults->stringForKey(K::PlaybackDeviceUID), QStringLiteral("spk"));
     EXPECT_EQ(deviceChanged.count() + channelsChanged.count(), 0);
+}
+
+TEST_F(PreferencesControllerTest, EachPreferenceStoresItsOwnKeyAndAnnouncesOnlyItsOwnChange)
+{
+    struct Case
+    {
+        const char* property;
+        QString key;
+        QVariant value;
+        // What the controller changes in turn.
+        QStringList alsoChanged = {};
+    };
+    // The device comes before stereo, and stereo before the channels, so that the channels the
+    // controller fits or forgets do not overwrite the ones set here.
+    const QList<Case> cases{
+        {"playSoundEffects", K::PlaySoundEffects, false},
+        {"showStatusItem", K::ShowNSStatusItem, false},
+        {"enableHotKeys", K::EnableHotKeys, false},
+        {"recordHotKey", K::RecordHotKey, QVariant::fromValue(PTKeyCombo(1, PTKeyCombo::cmdKey))},
+        {"pauseHotKey", K::PauseHotKey, QVariant::fromValue(PTKeyCombo(2, PTKeyCombo::optionKey))},
+        {"stopHotKey", K::StopHotKey, QVariant::fromValue(PTKeyCombo(3, PTKeyCombo::controlKey))},
+        {"tapeLibraryPath", K::TapeLibraryLocation, mFolder.filePath(QStringLiteral("Elsewhere"))},
+        {"recordDeviceUID", K::RecordDeviceUID, QStringLiteral("usb-mic")},
+        {"recordingIsStereo", K::RecordingIsStereo, false, {QStringLiteral("recordChannels")}},
+        {"recordChannels", K::RecordDeviceChannels, QVariant::fromValue(QList<int>{3})},
+        {"recordingQuality", K::RecordingQuality, QStringLiteral("HQ")},
+        {"playbackDeviceUID", K::PlaybackDeviceUID, QStringLiteral("usb-phones")},
+        {"playbackVolume", K::PlaybackVolume, -12.5},
+        {"tapeAuthor", K::TapeAuthor, QStringLiteral("Ann")},
+        {"enableSoftwarePlaythrough", K::EnableSoftwarePlaythrough, true},
+        {"lockRecordingSampleRate", K::SPLockRecordingSampleRate, false},
+    };
+
+    auto controller = makeController();
+    const QMetaObject& meta = DeckPreferences::staticMetaObject;
+    std::map<QString, std::unique_ptr<QSignalSpy>> spies;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        const QString name = QString::fromLatin1(property.name());
+        EXPECT_TRUE(std::any_of(cases.begin(), cases.end(),
+                                [&](const Case& c) { return name == QLatin1String(c.property); }))
+            << "no case for " << property.name();
+        ASSERT_TRUE(property.hasNotifySignal()) << property.name();
+        spies[name] = std::make_unique<QSignalSpy>(controller.get(), property.notifySignal());
+    }
+
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.property);
+        const QMetaProperty property = meta.property(meta.indexOfProperty(c.property));
+        ASSERT_TRUE(property.isValid());
+        ASSERT_NE(property.read(controller.get()), c.value) << "the case must change the value";
+        for (auto& [name, spy] : spies)
+            spy->clear();
+
+        ASSERT_TRUE(property.write(controller.get(), c.value));
+        EXPECT_EQ(property.read(controller.get()), c.value);
+        EXPECT_TRUE(mDefaults->hasStoredValue(c.key));
+        for (auto& [name, spy] : spies) {
+            if (name == QLatin1String(c.property)) {
+                ASSERT_EQ(spy->count(), 1);
+                EXPECT_EQ(spy->first().first(), c.value) << "the signal carries the new value";
+            } else {
+                EXPECT_EQ(spy->count(), c.alsoChanged.contains(name) ? 1 : 0) << name.toStdString();
+            }
+        }
+    }
+
+    // Everything reads back the same from the settings file.
+    mDefaults->synchronize();
+    controller.reset();
+    mDefaults = test::openUserDefaults(mFolder);
+    PreferencesController reopened(*mDefaults, library());
+    for (const Case& c : cases) {
+        EXPECT_EQ(reopened.property(c.property), c.value) << c.property;
+    }
 }
 
 } // namespace

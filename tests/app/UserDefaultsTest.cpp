@@ -76,24 +76,4 @@ TEST_F(UserDefaultsTest, ChangesAreAnnouncedOnlyWhenTheValueSeenChanges)
     EXPECT_EQ(changes.count(), 0);
 }
 
-TEST_F(UserDefaultsTest, ObservingRunsTheHandlerAtOnceAndForEachChangeOfItsKeyOnly)
-{
-    auto defaults = open();
-    QObject context;
-    QStringList seen;
-    defaults->observe(QStringLiteral("TapeAuthor"), &context,
-                      [&] { seen << defaults->stringForKey(QStringLiteral("TapeAuthor")); });
-    defaults->setObject(QStringLiteral("Ann"), QStringLiteral("TapeAuthor"));
-    defaults->setObject(QStringLiteral("LQ"), QStringLiteral("RecordingQuality"));
-    EXPECT_EQ(seen, (QStringList{QString(), QStringLiteral("Ann")}));
-
-    // The observation ends with its context.
-    auto* shortLived = new QObject;
-    int calls = 0;
-    defaults->observe(QStringLiteral("TapeAuthor"), shortLived, [&] { ++calls; });
-    delete shortLived;
-    defaults->setObject(QStringLiteral("Bo"), QStringLiteral("TapeAuthor"));
-    EXPECT_EQ(calls, 1);
-}
-
 } // namespace

@@ -1,5 +1,6 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
+#include "audio/VORLAudioHardware.h"
 #include "deck/DeckInputMeter.h"
 #include "deck/DeckStatusItem.h"
 #include "deck/DeckWindow.h"
