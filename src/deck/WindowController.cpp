@@ -185,15 +185,15 @@ void WindowController::registerDefaults()
 
 void WindowController::loadDefaults()
 {
-    mHUDView->setStereo(mPreferences.boolForKey(K::RecordingIsStereo));
-    mHUDView->setVolume(mPreferences.doubleForKey(K::PlaybackVolume));
-    mHUDView->setQuality(mPreferences.stringForKey(K::RecordingQuality));
+    mHUDView->setStereo(mPreferences.recordingIsStereo());
+    mHUDView->setVolume(mPreferences.playbackVolume());
+    mHUDView->setQuality(mPreferences.recordingQuality());
 }
 
 void WindowController::observeHUD()
 {
-    auto stereo = [this] { mPreferences.setDefaultsValue(K::RecordingIsStereo, mHUDView->stereo()); };
-    auto quality = [this] { mPreferences.setDefaultsValue(K::RecordingQuality, mHUDView->quality()); };
+    auto stereo = [this] { mPreferences.setRecordingIsStereo(mHUDView->stereo()); };
+    auto quality = [this] { mPreferences.setRecordingQuality(mHUDView->quality()); };
     connect(mHUDView, &HUDView::stereoChanged, this, stereo);
     connect(mHUDView, &HUDView::qualityChanged, this, quality);
     connect(mHUDView, &HUDView::volumeChanged, this, &WindowController::hudVolumeChanged);
@@ -207,7 +207,7 @@ void WindowController::observeHUD()
 
 void WindowController::hudVolumeChanged()
 {
-    mPreferences.setDefaultsValue(K::PlaybackVolume, double(float(mHUDView->volume())));
+    mPreferences.setPlaybackVolume(double(float(mHUDView->volume())));
     mPlayback->setVolume(mHUDView->volume());
 }
 

@@ -20,7 +20,7 @@ void WindowController::registerHotkeys()
         {QStringLiteral("Pause"), DefaultsKeys::PauseHotKey, &WindowController::pauseTape, &mPauseHotKey},
     };
     PTHotKeyCenter& center = PTHotKeyCenter::sharedCenter();
-    const bool enabled = mPreferences.boolForKey(DefaultsKeys::EnableHotKeys);
+    const bool enabled = mPreferences.enableHotKeys();
     for (const Binding& binding : bindings) {
         const PTKeyCombo combo =
             enabled ? PTKeyCombo::fromPlistRepresentation(mPreferences.defaultsValue(binding.key))

@@ -33,10 +33,9 @@ void WindowController::startRecordingAudio()
     }
     mTapeArrayController->pauseMonitoringRecordingDirectory();
 
-    const QVariant author = mPreferences.defaultsValue(K::TapeAuthor);
     const TapePtr tape =
         NewRecording::tapeForRecording(mPreferences.tapeLibraryPath(), NewRecording::newTitle(),
-                                       author.isValid() ? author.toString() : QString(), mHUDView->quality());
+                                       mPreferences.tapeAuthor(), mHUDView->quality());
     setSelectedTape(tape);
     mTapeArrayController->addObject(tape);
 
@@ -45,7 +44,7 @@ void WindowController::startRecordingAudio()
     QString error;
     if (!mRecording->start(*tape, mHUDView->quality(), mHUDView->stereo(), device,
                            mPreferences.recordingAudioDeviceChannels(),
-                           mPreferences.boolForKey(K::SPLockRecordingSampleRate), &error)) {
+                           mPreferences.lockRecordingSampleRate(), &error)) {
         // A folder that is gone or closed to us explains the failure better than the file does.
         const QString folderProblem = mFolderWatch.problemText();
         const QString problem = !folderProblem.isEmpty() ? folderProblem : device.inputProblem();
