@@ -113,16 +113,16 @@ QWidget* PreferencesWindow::makeHotKeysPane()
         QString name;
         QString key;
         PTKeyCombo (DeckPreferences::*combo)() const;
-        void (DeckPreferences::*setCombo)(const PTKeyCombo&);
         void (DeckPreferences::*comboChanged)(const PTKeyCombo&);
+        void (PreferencesWindow::*change)();
     };
     const std::array<HotKey, 3> hotKeys{{
-        {tr("Record"), K::RecordHotKey, &DeckPreferences::recordHotKey, &DeckPreferences::setRecordHotKey,
-         &DeckPreferences::recordHotKeyChanged},
-        {tr("Pause"), K::PauseHotKey, &DeckPreferences::pauseHotKey, &DeckPreferences::setPauseHotKey,
-         &DeckPreferences::pauseHotKeyChanged},
-        {tr("Stop"), K::StopHotKey, &DeckPreferences::stopHotKey, &DeckPreferences::setStopHotKey,
-         &DeckPreferences::stopHotKeyChanged},
+        {tr("Record"), K::RecordHotKey, &DeckPreferences::recordHotKey, &DeckPreferences::recordHotKeyChanged,
+         &PreferencesWindow::changeRecordHotkey},
+        {tr("Pause"), K::PauseHotKey, &DeckPreferences::pauseHotKey, &DeckPreferences::pauseHotKeyChanged,
+         &PreferencesWindow::changePauseHotkey},
+        {tr("Stop"), K::StopHotKey, &DeckPreferences::stopHotKey, &DeckPreferences::stopHotKeyChanged,
+         &PreferencesWindow::changeStopHotkey},
     }};
     for (const HotKey& hotKey : hotKeys) {
         auto* button = new QPushButton(pane);
@@ -134,8 +134,7 @@ QWidget* PreferencesWindow::makeHotKeysPane()
         showCombo((mController.*hotKey.combo)());
         connect(&mController, &DeckPreferences::enableHotKeysChanged, button, &QPushButton::setEnabled);
         button->setEnabled(mController.enableHotKeys());
-        connect(button, &QPushButton::clicked, this,
-                [this, hotKey] { changeHotkey(hotKey.name, hotKey.combo, hotKey.setCombo); });
+        connect(button, &QPushButton::clicked, this, hotKey.change);
         form->addRow(hotKey.name + QLatin1Char(':'), button);
     }
     // Wayland without the portal, or no X server: say so instead of keys that never fire.
@@ -155,28 +154,31 @@ QWidget* PreferencesWindow::makeHotKeysPane()
 
 void PreferencesWindow::changeRecordHotkey()
 {
-    changeHotkey(tr("Record"), &DeckPreferences::recordHotKey, &DeckPreferences::setRecordHotKey);
+    changeHotkey(tr("Record"), mController.recordHotKey(),
+                 [this](const PTKeyCombo& combo) { mController.setRecordHotKey(combo); });
 }
 
 void PreferencesWindow::changePauseHotkey()
 {
-    changeHotkey(tr("Pause"), &DeckPreferences::pauseHotKey, &DeckPreferences::setPauseHotKey);
+    changeHotkey(tr("Pause"), mController.pauseHotKey(),
+                 [this](const PTKeyCombo& combo) { mController.setPauseHotKey(combo); });
 }
 
 void PreferencesWindow::changeStopHotkey()
 {
-    changeHotkey(tr("Stop"), &DeckPreferences::stopHotKey, &DeckPreferences::setStopHotKey);
+    changeHotkey(tr("Stop"), mController.stopHotKey(),
+                 [this](const PTKeyCombo& combo) { mController.setStopHotKey(combo); });
 }
 
-void PreferencesWindow::changeHotkey(const QString& name, PTKeyCombo (DeckPreferences::*combo)() const,
-                                     void (DeckPreferences::*setCombo)(const PTKeyCombo&))
+void PreferencesWindow::changeHotkey(const QString& name, const PTKeyCombo& current,
+                                     std::function<void(const PTKeyCombo&)> apply)
 {
     PTKeyComboPanel& panel = PTKeyComboPanel::sharedPanel();
     panel.setKeyBindingName(name);
-    panel.setKeyCombo((mController.*combo)());
-    panel.runSheeetForModalWindow(this, [this, setCombo](int returnCode) {
+    panel.setKeyCombo(current);
+    panel.runSheeetForModalWindow(this, [apply = std::move(apply)](int returnCode) {
         if (returnCode == QDialog::Accepted)
-            (mController.*setCombo)(PTKeyComboPanel::sharedPanel().keyCombo());
+            apply(PTKeyComboPanel::sharedPanel().keyCombo());
     });
 }
 

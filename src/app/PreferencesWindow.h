@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <functional>
 
 class QCheckBox;
 class QComboBox;
@@ -63,8 +64,8 @@ private:
                              void (DeckPreferences::*setValue)(bool),
                              void (DeckPreferences::*valueChanged)(bool));
     /// Opens the key-combination sheet for a hot key and stores what the user typed.
-    void changeHotkey(const QString& name, PTKeyCombo (DeckPreferences::*combo)() const,
-                      void (DeckPreferences::*setCombo)(const PTKeyCombo&));
+    void changeHotkey(const QString& name, const PTKeyCombo& current,
+                      std::function<void(const PTKeyCombo&)> apply);
     void chooseLibraryFolder();
     void authorEdited();
 

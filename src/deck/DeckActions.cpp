@@ -11,12 +11,12 @@ DeckActions::DeckActions(WindowController& deck) : QObject(&deck), mDeck(deck)
 {
     mImportTapes = add(tr("Import Tapes…"), &WindowController::importTapes);
     mImportTapes->setShortcut(QKeySequence(tr("Ctrl+I")));
-    mExportTape = addForTape(tr("Export Tape…"), &WindowController::exportTape);
+    mExportTape = addForTape(tr("Export Tape…"), [this] { mDeck.exportTape(); });
     mExportTape->setShortcut(QKeySequence(tr("Ctrl+E")));
-    mShowInFolder = addForTape(tr("Show in Folder"), &WindowController::showInFolder);
-    mMoveTapeToTrash = addForTape(tr("Move Tape to Trash"), &WindowController::moveTapeToTrash);
-    mEmailTape = addForTape(tr("Email Tape…"), &WindowController::emailTape);
-    mAddToMusicLibrary = addForTape(tr("Add Tape to Music Library"), &WindowController::sendToMusicLibrary);
+    mShowInFolder = addForTape(tr("Show in Folder"), [this] { mDeck.showInFolder(); });
+    mMoveTapeToTrash = addForTape(tr("Move Tape to Trash"), [this] { mDeck.moveTapeToTrash(); });
+    mEmailTape = addForTape(tr("Email Tape…"), [this] { mDeck.emailTape(); });
+    mAddToMusicLibrary = addForTape(tr("Add Tape to Music Library"), [this] { mDeck.sendToMusicLibrary(); });
     mOpenLibraryFolder = add(tr("Open Library Folder"), &WindowController::openLibraryFolder);
     mShowTapes = add(tr("Show Tapes"), &WindowController::discloseTapes);
     mShowTapes->setShortcut(QKeySequence(tr("Ctrl+T")));
@@ -55,11 +55,10 @@ QAction* DeckActions::add(const QString& text, void (WindowController::*operatio
     return action;
 }
 
-QAction* DeckActions::addForTape(const QString& text, void (WindowController::*operation)(QObject*))
+QAction* DeckActions::addForTape(const QString& text, std::function<void()> operation)
 {
     auto* action = new QAction(text, this);
-    // No sender: the operation works on the selected tape.
-    connect(action, &QAction::triggered, &mDeck, [this, operation] { (mDeck.*operation)(nullptr); });
+    connect(action, &QAction::triggered, &mDeck, std::move(operation));
     return action;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QObject>
+#include <functional>
 
 class QAction;
 
@@ -36,7 +37,8 @@ public:
 
 private:
     QAction* add(const QString& text, void (WindowController::*operation)());
-    QAction* addForTape(const QString& text, void (WindowController::*operation)(QObject*));
+    /// `operation` works on the selected tape: it passes no sender.
+    QAction* addForTape(const QString& text, std::function<void()> operation);
     void updateTapeActions();
     void updateShowTapes();
 
