@@ -37,7 +37,6 @@ public:
 
     explicit TapeBoxView(QWidget* parent = nullptr);
 
-    FilteringArrayController* library() const { return mLibrary; }
     /// Shows the library's arranged tapes and selects through the library's selection model.
     void setLibrary(FilteringArrayController* library);
 

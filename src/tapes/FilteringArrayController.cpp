@@ -183,14 +183,15 @@ bool FilteringArrayController::filterAcceptsRow(int sourceRow, const QModelIndex
 {
     if (!mQuery.isActive())
         return true;
-    const TapePtr tape = mContent.tapeAtRow(sourceRow);
-    return tape && (mPinned.contains(tape.get()) || mQuery.matches(*tape));
+    const Tape& tape = *mContent.tapes().at(sourceRow);
+    return mPinned.contains(&tape) || mQuery.matches(tape);
 }
 
 bool FilteringArrayController::lessThan(const QModelIndex& left, const QModelIndex& right) const
 {
     // Sorted descending: newest first, undated last.
-    return mContent.tapeAtRow(left.row())->dateSortKey() < mContent.tapeAtRow(right.row())->dateSortKey();
+    const QList<TapePtr>& tapes = mContent.tapes();
+    return tapes.at(left.row())->dateSortKey() < tapes.at(right.row())->dateSortKey();
 }
 
 QVariant FilteringArrayController::headerData(int section, Qt::Orientation orientation, int role) const
