@@ -50,7 +50,7 @@ void FilteringArrayController::setFilterString(const QString& filterString)
     Q_EMIT filterStringChanged();
     changeRows([this] {
         const bool selected = mSelection.hasSelection();
-        invalidateFilter();
+        invalidate();
         keepASelection(selected);
     });
 }
@@ -190,8 +190,7 @@ bool FilteringArrayController::filterAcceptsRow(int sourceRow, const QModelIndex
 bool FilteringArrayController::lessThan(const QModelIndex& left, const QModelIndex& right) const
 {
     // Sorted descending: newest first, undated last.
-    const QList<TapePtr>& tapes = mContent.tapes();
-    return tapes.at(left.row())->dateSortKey() < tapes.at(right.row())->dateSortKey();
+    return mContent.dateSortKeyAtRow(left.row()) < mContent.dateSortKeyAtRow(right.row());
 }
 
 QVariant FilteringArrayController::headerData(int section, Qt::Orientation orientation, int role) const

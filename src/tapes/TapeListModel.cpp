@@ -28,6 +28,8 @@ void TapeListModel::append(const QList<TapePtr>& tapes)
     const int first = int(mTapes.size());
     beginInsertRows({}, first, first + int(tapes.size()) - 1);
     mTapes.append(tapes);
+    for (const TapePtr& tape : tapes)
+        mDateSortKeys.append(tape->dateSortKey());
     endInsertRows();
     for (const TapePtr& tape : tapes)
         watchTape(tape.get());
@@ -49,6 +51,7 @@ void TapeListModel::remove(const QList<TapePtr>& tapes)
         for (int row = first; row <= last; ++row)
             mTapes.at(row)->disconnect(this);
         mTapes.remove(first, last - first + 1);
+        mDateSortKeys.remove(first, last - first + 1);
         endRemoveRows();
         last = first;
     }
@@ -69,7 +72,17 @@ void TapeListModel::tapeChanged(const Tape* tape)
         return;
     const int row = int(found - mTapes.cbegin());
     Q_EMIT tapeAboutToChange(row);
+    mDateSortKeys[row] = tape->dateSortKey();
     Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
+}
+
+QModelIndex TapeListModel::index(int row, int column, const QModelIndex& parent) const
+{
+    // Without the base's checks through rowCount and columnCount: sorting asks for an index per
+    // comparison.
+    if (parent.isValid() || row < 0 || row >= mTapes.size() || column < 0 || column >= ColumnCount)
+        return {};
+    return createIndex(row, column);
 }
 
 int TapeListModel::rowCount(const QModelIndex& parent) const
