@@ -38,6 +38,8 @@ TapeBoxViewController::TapeBoxViewController(TapeLibraryArrayController& library
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&library, signal, this, &TapeBoxViewController::updateEmptyNotice);
     connect(&library, &QAbstractItemModel::modelReset, this, &TapeBoxViewController::updateEmptyNotice);
+    // Re-arranging may change the number of rows in a layout change.
+    connect(&library, &QAbstractItemModel::layoutChanged, this, &TapeBoxViewController::updateEmptyNotice);
     connect(&library, &FilteringArrayController::filterStringChanged, this,
             &TapeBoxViewController::updateEmptyNotice);
 }
@@ -56,7 +58,7 @@ QString TapeBoxViewController::status() const
 void TapeBoxViewController::updateEmptyNotice()
 {
     const bool searching = !mLibrary.filterString().trimmed().isEmpty();
-    mEmptyNotice->setVisible(searching && mLibrary.arrangedObjects().isEmpty());
+    mEmptyNotice->setVisible(searching && mLibrary.rowCount() == 0);
 }
 
 TapeBoxViewController::~TapeBoxViewController() = default;

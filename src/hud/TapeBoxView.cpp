@@ -45,31 +45,16 @@ TapeBoxView::TapeBoxView(QWidget* parent) : QTableView(parent)
 
 void TapeBoxView::setLibrary(FilteringArrayController* library)
 {
-    for (const QMetaObject::Connection& connection : mLibraryConnections)
-        disconnect(connection);
-    mLibraryConnections.clear();
     mLibrary = library;
     setModel(library);
     if (!library)
         return;
+    // The library's selection model is the selection: clicks change it, and the deck reads it.
+    QItemSelectionModel* own = selectionModel();
+    setSelectionModel(library->selectionModel());
+    if (own && own->parent() == this)
+        delete own;
     hideAllButTitle();
-    // After the rows change the library may settle its selection without a signal: look again
-    // once it is done.
-    const auto later = Qt::QueuedConnection;
-    mLibraryConnections = {
-        connect(library, &FilteringArrayController::selectionChanged, this,
-                &TapeBoxView::librarySelectionChanged),
-        connect(library, &QAbstractItemModel::modelReset, this, &TapeBoxView::librarySelectionChanged, later),
-        connect(library, &QAbstractItemModel::layoutChanged, this, &TapeBoxView::librarySelectionChanged,
-                later),
-        connect(library, &QAbstractItemModel::rowsInserted, this, &TapeBoxView::librarySelectionChanged,
-                later),
-        connect(library, &QAbstractItemModel::rowsRemoved, this, &TapeBoxView::librarySelectionChanged,
-                later),
-        connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
-                &TapeBoxView::tableSelectionChanged),
-    };
-    librarySelectionChanged();
 }
 
 void TapeBoxView::hideAllButTitle()
@@ -88,40 +73,9 @@ void TapeBoxView::setRecording(bool recording)
 
 void TapeBoxView::selectRow(int row)
 {
-    if (!mLibrary || row < 0 || row >= mLibrary->rowCount())
+    if (!mLibrary || !mLibrary->setSelectionIndex(row))
         return;
-    mLibrary->setSelectionIndex(row);
     scrollTo(mLibrary->index(row, FilteringArrayController::TitleColumn));
-}
-
-void TapeBoxView::tableSelectionChanged()
-{
-    if (mSyncingSelection || !mLibrary)
-        return;
-    const QModelIndexList rows = selectionModel()->selectedRows(FilteringArrayController::TitleColumn);
-    mSyncingSelection = true;
-    if (rows.isEmpty())
-        mLibrary->setSelectedObjects({});
-    else
-        mLibrary->setSelectionIndex(rows.first().row());
-    mSyncingSelection = false;
-}
-
-void TapeBoxView::librarySelectionChanged()
-{
-    if (mSyncingSelection || !mLibrary || !selectionModel())
-        return;
-    mSyncingSelection = true;
-    const int row = mLibrary->selectionIndex();
-    if (row < 0) {
-        selectionModel()->clearSelection();
-    } else {
-        const QModelIndex index = mLibrary->index(row, FilteringArrayController::TitleColumn);
-        selectionModel()->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
-    }
-    mSyncingSelection = false;
-    viewport()->update();
 }
 
 TapePtr TapeBoxView::tapeAt(const QPoint& viewportPoint) const
@@ -169,10 +123,7 @@ std::unique_ptr<QMenu> TapeBoxView::contextMenuForTape(const TapePtr& tape)
 
 TapePtr TapeBoxView::selectedTape() const
 {
-    if (!mLibrary || !selectionModel())
-        return nullptr;
-    const QModelIndexList rows = selectionModel()->selectedRows();
-    return rows.isEmpty() ? nullptr : mLibrary->tapeAtRow(rows.first().row());
+    return mLibrary ? mLibrary->tapeAtRow(mLibrary->selectionIndex()) : nullptr;
 }
 
 void TapeBoxView::popUpContextMenu(const TapePtr& tape, const QPoint& globalPos)
@@ -187,9 +138,9 @@ void TapeBoxView::popUpContextMenuAtSelection()
 {
     const TapePtr tape = selectedTape();
     QPoint point(viewport()->width() / 2, 0);
-    if (tape && selectionModel()) {
-        const int selected = selectionModel()->selectedRows().first().row();
-        const QRect row = visualRect(mLibrary->index(selected, FilteringArrayController::TitleColumn));
+    if (tape) {
+        const QRect row =
+            visualRect(mLibrary->index(mLibrary->selectionIndex(), FilteringArrayController::TitleColumn));
         if (row.intersects(viewport()->rect()))
             point = QPoint(row.left() + 16, row.center().y());
     }

@@ -15,9 +15,9 @@ namespace spindrel {
 class FilteringArrayController;
 
 /// The tape box: the library's tapes, newest first, one row per tape drawn like the spine of a
-/// cassette case. Keeps its selection in step with the library controller's and offers a
-/// context menu for the clicked tape (Shift+F10 or the Menu key: the selected one); the deck
-/// carries out the menu's actions. Delete moves the selected tape to the trash, as the menu does.
+/// cassette case. Its selection is the library's selection model. It offers a context menu for the
+/// clicked tape (Shift+F10 or the Menu key: the selected one); the deck carries out the menu's
+/// actions. Delete moves the selected tape to the trash, as the menu does.
 class TapeBoxView : public QTableView
 {
     Q_OBJECT
@@ -37,8 +37,7 @@ public:
 
     explicit TapeBoxView(QWidget* parent = nullptr);
 
-    FilteringArrayController* library() const { return mLibrary; }
-    /// Shows the library's arranged tapes; the library's selection and the table's follow each other.
+    /// Shows the library's arranged tapes and selects through the library's selection model.
     void setLibrary(FilteringArrayController* library);
 
     /// While a recording runs the tape being recorded is marked and clicks do not change the
@@ -70,13 +69,9 @@ private:
     /// Opens the menu without waiting for it; it deletes itself once closed.
     void popUpContextMenu(const TapePtr& tape, const QPoint& globalPos);
     void popUpContextMenuAtSelection();
-    void tableSelectionChanged();
-    void librarySelectionChanged();
     void hideAllButTitle();
 
     FilteringArrayController* mLibrary = nullptr;
-    QList<QMetaObject::Connection> mLibraryConnections;
-    bool mSyncingSelection = false;
     bool mRecording = false;
 };
 

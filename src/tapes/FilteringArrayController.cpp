@@ -1,37 +1,64 @@
 #include "tapes/FilteringArrayController.h"
 
-#include "tapes/DurationFormatter.h"
-
-#include <QLocale>
-#include <QSet>
 #include <algorithm>
 
 namespace spindrel {
 
-FilteringArrayController::FilteringArrayController(QObject* parent) : QAbstractTableModel(parent) {}
+FilteringArrayController::FilteringArrayController(QObject* parent)
+    : QSortFilterProxyModel(parent), mSelection(this)
+{
+    setSourceModel(&mContent);
+    setSortRole(TapeListModel::DateSortRole);
+    // Edits re-sort and re-filter their row at once; the pins keep an edited tape in view.
+    setDynamicSortFilter(true);
+    sort(DateColumn, Qt::DescendingOrder);
+    connect(&mContent, &TapeListModel::tapeAboutToChange, this, &FilteringArrayController::tapeAboutToChange);
+    connect(&mSelection, &QItemSelectionModel::selectionChanged, this, [this] {
+        if (mChangingRows == 0)
+            Q_EMIT selectionChanged();
+    });
+}
 
 FilteringArrayController::~FilteringArrayController()
 {
-    for (const TapePtr& tape : std::as_const(mContent))
-        tape->disconnect(this);
+    // The content goes before the proxy's own teardown, which must not map rows over it.
+    setSourceModel(nullptr);
+}
+
+QList<TapePtr> FilteringArrayController::arrangedObjects() const
+{
+    QList<TapePtr> arranged;
+    arranged.reserve(rowCount());
+    for (int row = 0; row < rowCount(); ++row)
+        arranged.append(tapeAtRow(row));
+    return arranged;
 }
 
 TapePtr FilteringArrayController::tapeAtRow(int row) const
 {
-    return row >= 0 && row < mArranged.size() ? mArranged.at(row) : nullptr;
+    if (row < 0 || row >= rowCount())
+        return nullptr;
+    return mContent.tapeAtRow(mapToSource(index(row, 0)).row());
 }
 
 void FilteringArrayController::setFilterString(const QString& filterString)
 {
     mFilterString = filterString;
+    mQuery = LibraryQuery(filterString);
+    if (!mQuery.isActive())
+        mPinned.clear();
     Q_EMIT filterStringChanged();
-    rearrangeObjects();
+    changeRows([this] {
+        const bool selected = mSelection.hasSelection();
+        invalidate();
+        keepASelection(selected);
+    });
 }
 
 void FilteringArrayController::addObject(const TapePtr& tape)
 {
     if (!mFilterString.isEmpty())
-        mNewlyAdded.append(tape);
+        mPinned.insert(tape.get());
     addObjects({tape});
 }
 
@@ -39,163 +66,131 @@ void FilteringArrayController::addObjects(const QList<TapePtr>& tapes)
 {
     if (tapes.isEmpty())
         return;
-    for (const TapePtr& tape : tapes) {
-        mContent.append(tape);
-        watchTape(tape);
-    }
-    rearrangeObjects();
-    if (mSelectsInsertedObjects)
+    changeRows([&] {
+        mContent.append(tapes);
         setSelectedObjects(tapes);
+    });
+}
+
+void FilteringArrayController::insertObjects(const QList<TapePtr>& tapes)
+{
+    changeRows([&] { mContent.append(tapes); });
 }
 
 void FilteringArrayController::removeObjects(const QList<TapePtr>& tapes)
 {
     if (tapes.isEmpty())
         return;
-    const int oldRow = selectionIndex();
-    for (const TapePtr& tape : tapes) {
-        if (mContent.removeOne(tape))
-            tape->disconnect(this);
-        mNewlyAdded.removeAll(tape);
-    }
-    rearrangeObjects();
-    // Keep a selection when the selected tape went: its neighbour takes its place.
-    if (mSelection.isEmpty() && oldRow >= 0 && !mArranged.isEmpty())
-        setSelectionIndex(std::min(oldRow, int(mArranged.size()) - 1));
+    changeRows([&] {
+        for (const TapePtr& tape : tapes)
+            mPinned.remove(tape.get());
+        const bool selected = mSelection.hasSelection();
+        mContent.remove(tapes);
+        keepASelection(selected);
+    });
 }
 
 void FilteringArrayController::rearrangeObjects()
 {
-    beginResetModel();
-    mArranged = arrangeObjects(mContent);
-    endResetModel();
-
-    QList<TapePtr> kept;
-    for (const TapePtr& tape : std::as_const(mSelection)) {
-        if (mArranged.contains(tape))
-            kept.append(tape);
-    }
-    if (kept.isEmpty() && !mSelection.isEmpty() && !mArranged.isEmpty())
-        kept.append(mArranged.first());
-    setSelectionQuietly(kept);
+    changeRows([this] {
+        const bool selected = mSelection.hasSelection();
+        invalidate();
+        keepASelection(selected);
+    });
 }
 
-QList<TapePtr> FilteringArrayController::arrangeObjects(const QList<TapePtr>& objects)
+void FilteringArrayController::changeRows(const std::function<void()>& change)
 {
-    const LibraryQuery query(mFilterString);
-    QList<TapePtr> arranged;
-    if (!query.isActive()) {
-        mNewlyAdded.clear();
-        arranged = objects;
-    } else {
-        for (const TapePtr& tape : objects) {
-            if (query.matches(*tape))
-                arranged.append(tape);
-        }
-        // Tapes added while searching stay visible, even when they match (and so show twice).
-        arranged.append(mNewlyAdded);
-    }
-    // Newest first, undated last.
-    std::stable_sort(arranged.begin(), arranged.end(),
-                     [](const TapePtr& a, const TapePtr& b) { return a->dateSortKey() > b->dateSortKey(); });
-    return arranged;
+    const QList<TapePtr> before = selectedObjects();
+    ++mChangingRows;
+    change();
+    --mChangingRows;
+    if (mChangingRows == 0 && selectedObjects() != before)
+        Q_EMIT selectionChanged();
+}
+
+void FilteringArrayController::keepASelection(bool hadSelection)
+{
+    if (hadSelection && !mSelection.hasSelection() && rowCount() > 0)
+        setSelectionIndex(0);
+}
+
+QList<TapePtr> FilteringArrayController::selectedObjects() const
+{
+    QList<int> rows;
+    for (const QModelIndex& index : mSelection.selectedRows())
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    QList<TapePtr> tapes;
+    tapes.reserve(rows.size());
+    for (const int row : std::as_const(rows))
+        tapes.append(tapeAtRow(row));
+    return tapes;
 }
 
 int FilteringArrayController::selectionIndex() const
 {
-    return mSelection.isEmpty() ? -1 : int(mArranged.indexOf(mSelection.first()));
+    int first = -1;
+    for (const QModelIndex& index : mSelection.selectedRows()) {
+        if (first < 0 || index.row() < first)
+            first = index.row();
+    }
+    return first;
 }
 
 bool FilteringArrayController::setSelectionIndex(int row)
 {
-    if (row < 0 || row >= mArranged.size()) {
-        setSelectedObjects({});
+    if (row < 0 || row >= rowCount()) {
+        select({});
         return false;
     }
-    setSelectedObjects({mArranged.at(row)});
+    select(QItemSelection(index(row, 0), index(row, ColumnCount - 1)));
     return true;
 }
 
 void FilteringArrayController::setSelectedObjects(const QList<TapePtr>& tapes)
 {
-    QSet<const Tape*> arranged;
-    for (const TapePtr& tape : std::as_const(mArranged))
-        arranged.insert(tape.get());
-    QList<TapePtr> selection;
-    for (const TapePtr& tape : tapes) {
-        if (arranged.remove(tape.get()))
-            selection.append(tape);
+    QSet<const Tape*> wanted;
+    for (const TapePtr& tape : tapes)
+        wanted.insert(tape.get());
+    QItemSelection rows;
+    for (int row = 0; row < rowCount() && !wanted.isEmpty(); ++row) {
+        if (wanted.remove(tapeAtRow(row).get()))
+            rows.merge(QItemSelection(index(row, 0), index(row, ColumnCount - 1)),
+                       QItemSelectionModel::Select);
     }
-    setSelectionQuietly(selection);
+    select(rows);
 }
 
-void FilteringArrayController::setSelectionQuietly(QList<TapePtr> selection)
+void FilteringArrayController::select(const QItemSelection& rows)
 {
-    if (selection == mSelection)
+    mSelection.select(rows, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    // Keyboard moves in the table go on from the selected row.
+    const QModelIndex current = rows.isEmpty() ? QModelIndex() : QModelIndex(rows.first().topLeft());
+    mSelection.setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+}
+
+void FilteringArrayController::tapeAboutToChange(int sourceRow)
+{
+    if (!mQuery.isActive())
         return;
-    mSelection = std::move(selection);
-    Q_EMIT selectionChanged();
+    // Edited while searching, a shown tape stays where the user is working on it.
+    if (mapFromSource(mContent.index(sourceRow, 0)).isValid())
+        mPinned.insert(mContent.tapeAtRow(sourceRow).get());
 }
 
-void FilteringArrayController::watchTape(const TapePtr& tape)
+bool FilteringArrayController::filterAcceptsRow(int sourceRow, const QModelIndex&) const
 {
-    Tape* raw = tape.get();
-    connect(raw, &Tape::dateChanged, this, [this, raw] { tapeChanged(raw, true); });
-    for (auto signal : {&Tape::titleChanged, &Tape::notesChanged, &Tape::tapeLetterChanged,
-                        &Tape::headersChanged, &Tape::filenameChanged})
-        connect(raw, signal, this, [this, raw] { tapeChanged(raw, false); });
+    if (!mQuery.isActive())
+        return true;
+    const Tape& tape = *mContent.tapes().at(sourceRow);
+    return mPinned.contains(&tape) || mQuery.matches(tape);
 }
 
-void FilteringArrayController::tapeChanged(Tape* tape, bool dateChanged)
+bool FilteringArrayController::lessThan(const QModelIndex& left, const QModelIndex& right) const
 {
-    if (dateChanged) {
-        rearrangeObjects();
-        return;
-    }
-    for (int row = 0; row < mArranged.size(); ++row) {
-        if (mArranged.at(row).get() == tape)
-            Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1));
-    }
-}
-
-int FilteringArrayController::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : int(mArranged.size());
-}
-
-int FilteringArrayController::columnCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : ColumnCount;
-}
-
-QVariant FilteringArrayController::data(const QModelIndex& index, int role) const
-{
-    const TapePtr tape = tapeAtRow(index.row());
-    if (!tape)
-        return {};
-    if (role == TapeRole)
-        return QVariant::fromValue(tape.get());
-    if (role == Qt::DecorationRole && index.column() == ColorColumn)
-        return tape->tapeLetter().colorScheme()->backgroundColor();
-    if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
-        return {};
-    switch (Column(index.column())) {
-    case DateColumn:
-        return QLocale().toString(tape->date(), QLocale::ShortFormat);
-    case DurationColumn:
-        return DurationFormatter::durationToString(int(tape->duration()));
-    case QualityColumn:
-        return tape->quality();
-    case ColorColumn:
-        return tape->tapeLetter().colorScheme()->colorName();
-    case LetterColumn:
-        return tape->tapeLetter().letter();
-    case TitleColumn:
-        return tape->title();
-    case ColumnCount:
-        break;
-    }
-    return {};
+    // Sorted descending: newest first, undated last.
+    return mContent.dateSortKeyAtRow(left.row()) < mContent.dateSortKeyAtRow(right.row());
 }
 
 QVariant FilteringArrayController::headerData(int section, Qt::Orientation orientation, int role) const

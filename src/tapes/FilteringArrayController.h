@@ -1,46 +1,44 @@
 #pragma once
 
 #include "tapes/LibraryQuery.h"
-#include "tapes/Tape.h"
+#include "tapes/TapeListModel.h"
 
-#include <QAbstractTableModel>
+#include <QItemSelectionModel>
 #include <QList>
+#include <QSet>
+#include <QSortFilterProxyModel>
+#include <functional>
 
 namespace spindrel {
 
-/// The tape box's model: the content (every tape), and the arranged objects shown in the table:
-/// the content filtered by the search query, then sorted by date, newest first. Edits of a tape's
-/// date re-sort at once. Holds the selection, as objects, like the table shows it.
-class FilteringArrayController : public QAbstractTableModel
+/// The tape box's model: the content (every tape) arranged for the table, that is filtered by the
+/// search query and sorted by date, newest first. A date edit re-sorts at once. Its selection
+/// model is the one selection of the tape box.
+class FilteringArrayController : public QSortFilterProxyModel
 {
     Q_OBJECT
     Q_PROPERTY(QString filterString READ filterString WRITE setFilterString NOTIFY filterStringChanged)
 
 public:
-    enum Column {
-        DateColumn,
-        DurationColumn,
-        QualityColumn,
-        ColorColumn,
-        LetterColumn,
-        TitleColumn,
-        ColumnCount
-    };
-    static constexpr int TapeRole = Qt::UserRole + 1;
+    using Column = TapeListModel::Column;
+    using enum TapeListModel::Column;
+    static constexpr int TapeRole = TapeListModel::TapeRole;
 
     explicit FilteringArrayController(QObject* parent = nullptr);
     ~FilteringArrayController() override;
 
-    const QList<TapePtr>& content() const { return mContent; }
-    const QList<TapePtr>& arrangedObjects() const { return mArranged; }
+    const QList<TapePtr>& content() const { return mContent.tapes(); }
+    /// The tapes in the table's order.
+    QList<TapePtr> arrangedObjects() const;
     TapePtr tapeAtRow(int row) const;
 
     const QString& filterString() const { return mFilterString; }
     void setFilterString(const QString& filterString);
 
-    /// Adds one tape; while a search is active it stays visible whatever the query says.
+    /// Adds one tape and selects it; while a search is active it stays visible whatever the query
+    /// says, until the search is cleared.
     void addObject(const TapePtr& tape);
-    /// Adds several tapes at once (not tracked as newly added while searching).
+    /// Adds several tapes at once and selects those shown.
     void addObjects(const QList<TapePtr>& tapes);
     void removeObjects(const QList<TapePtr>& tapes);
     void removeObject(const TapePtr& tape) { removeObjects({tape}); }
@@ -48,39 +46,47 @@ public:
     /// Filters and sorts the content again.
     void rearrangeObjects();
 
-    QList<TapePtr> selectedObjects() const { return mSelection; }
-    /// Row of the first selected tape in the arranged objects, or -1.
+    QItemSelectionModel* selectionModel() { return &mSelection; }
+    /// The selected tapes, in the table's order.
+    QList<TapePtr> selectedObjects() const;
+    /// Row of the first selected tape, or -1.
     int selectionIndex() const;
+    /// Selects one row; a row out of range clears the selection and returns false.
     bool setSelectionIndex(int row);
+    /// Selects those of the tapes that are shown.
     void setSelectedObjects(const QList<TapePtr>& tapes);
-    bool selectsInsertedObjects() const { return mSelectsInsertedObjects; }
-    void setSelectsInsertedObjects(bool selects) { mSelectsInsertedObjects = selects; }
 
-    int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
-    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 Q_SIGNALS:
     void filterStringChanged();
-    /// The selected objects changed (the deck loads the newly selected tape).
+    /// The selected tapes changed (the deck loads the newly selected tape); once per change of the
+    /// rows, however many steps the selection model took.
     void selectionChanged();
 
 protected:
-    /// Filters `objects` by the query, appends the newly added list, then sorts.
-    virtual QList<TapePtr> arrangeObjects(const QList<TapePtr>& objects);
+    /// Adds tapes without touching the selection.
+    void insertObjects(const QList<TapePtr>& tapes);
+
+    bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
+    bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
 
 private:
-    void watchTape(const TapePtr& tape);
-    void tapeChanged(Tape* tape, bool dateChanged);
-    void setSelectionQuietly(QList<TapePtr> selection);
+    /// Runs a change of the rows and of the selection, then tells of the selection once if it
+    /// changed.
+    void changeRows(const std::function<void()>& change);
+    /// When a change took every selected tape out of the table, the newest shown tape is selected.
+    void keepASelection(bool hadSelection);
+    void select(const QItemSelection& rows);
+    void tapeAboutToChange(int sourceRow);
 
-    QList<TapePtr> mContent;
-    QList<TapePtr> mArranged;
-    QList<TapePtr> mNewlyAdded;
-    QList<TapePtr> mSelection;
+    TapeListModel mContent;
+    QItemSelectionModel mSelection;
     QString mFilterString;
-    bool mSelectsInsertedObjects = true;
+    LibraryQuery mQuery;
+    /// Tapes added or edited while searching, shown whatever the query says until it is cleared.
+    QSet<const Tape*> mPinned;
+    int mChangingRows = 0;
 };
 
 } // namespace spindrel

@@ -96,10 +96,7 @@ void TapeLibraryArrayController::takeScanBatch(const QList<TapePtr>& tapes)
     }
     if (!added.isEmpty()) {
         const QScopedValueRollback applying(mApplyingScan, true);
-        const bool selects = selectsInsertedObjects();
-        setSelectsInsertedObjects(false);
-        addObjects(added);
-        setSelectsInsertedObjects(selects);
+        insertObjects(added);
         // The deck has something to show from the first batch on.
         if (selectedObjects().isEmpty()) {
             setSelectionIndex(0);
@@ -165,11 +162,8 @@ void TapeLibraryArrayController::checkRecordingDirectory()
         removeObjects(gone);
     if (!added.isEmpty()) {
         const QScopedValueRollback applying(mApplyingScan, true);
-        const bool selects = selectsInsertedObjects();
-        setSelectsInsertedObjects(false);
-        addObjects(added);
+        insertObjects(added);
         setSelectionIndex(0);
-        setSelectsInsertedObjects(selects);
     }
 }
 

@@ -84,7 +84,7 @@ int countNear(const QImage& image, const QRect& rect, QColor wanted, int toleran
 
 } // namespace
 
-TEST(CassetteArtworkTest, LetterIsDrawnInItsColourSchemeOnTheLabel)
+TEST(CassetteArtworkTest, LetterAndTitleAreDrawnInTheirColours)
 {
     CassetteValues values = sampleValues();
     values.doorShown = false; // the door's glass would tint the colours
@@ -104,6 +104,12 @@ TEST(CassetteArtworkTest, LetterIsDrawnInItsColourSchemeOnTheLabel)
         EXPECT_GT(countNear(picture, letterBox, scheme.ink, 8), 500);
         EXPECT_EQ(countNear(picture, letterBox, scheme.absent, 8), 0);
     }
+
+    values.titleColor = QColor(0, 128, 0);
+    const QRect title = pixelRect(CassetteGeometry::titleRect());
+    EXPECT_GT(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 300);
+    values.title.clear();
+    EXPECT_EQ(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 0);
 }
 
 TEST(CassetteArtworkTest, EachLabelValueChangesOnlyItsOwnPlace)
@@ -137,17 +143,6 @@ TEST(CassetteArtworkTest, EachLabelValueChangesOnlyItsOwnPlace)
         EXPECT_FALSE(area.isNull()) << c.name;
         EXPECT_TRUE(pixelRect(c.place.adjusted(-1, -1, 1, 1)).contains(area)) << c.name;
     }
-}
-
-TEST(CassetteArtworkTest, TitleIsWrittenInTheTitleColour)
-{
-    CassetteValues values = sampleValues();
-    values.doorShown = false;
-    values.titleColor = QColor(0, 128, 0);
-    const QRect title = pixelRect(CassetteGeometry::titleRect());
-    EXPECT_GT(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 300);
-    values.title.clear();
-    EXPECT_EQ(countNear(paintedImage(CassetteArtwork(values)), title, QColor(0, 128, 0), 6), 0);
 }
 
 TEST(CassetteArtworkTest, ReelStepChangesOnlyTheHubs)

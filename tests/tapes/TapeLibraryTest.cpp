@@ -67,24 +67,6 @@ QDateTime day(int d)
 
 } // namespace
 
-TEST_F(TapeLibraryTest, ScanKeepsOnlyM4aFilesNewestFirstAndSelectsTheNewestOrNothing)
-{
-    addTape(QStringLiteral("a.m4a"), QStringLiteral("old"), day(1));
-    addTape(QStringLiteral("z.m4a"), QStringLiteral("new"), day(9));
-    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("b.M4A"))));
-    writeFile(path(QStringLiteral("c.txt")), {});
-    QDir(folder()).mkdir(QStringLiteral("sub.m4a"));
-
-    TapeLibraryArrayController library(folder());
-    EXPECT_EQ(library.soundFileList().size(), 2);
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("new"), QStringLiteral("old")}));
-    EXPECT_EQ(titles(library.selectedObjects()), QStringList({QStringLiteral("new")}));
-    EXPECT_EQ(library.rowCount(), 2);
-    EXPECT_EQ(library.data(library.index(0, FilteringArrayController::QualityColumn)).toString(),
-              QStringLiteral("LQ"));
-    EXPECT_TRUE(TapeLibraryArrayController(path(QStringLiteral("nowhere"))).content().isEmpty());
-}
-
 namespace {
 
 /// A listening Unix socket at the path, for as long as the descriptor is open; -1 on failure.
@@ -116,10 +98,14 @@ std::string fileNames(const QList<TapePtr>& tapes)
 
 } // namespace
 
-TEST_F(TapeLibraryTest, ScanListsRegularFilesOnlyAndNeverWaitsOnAFifo)
+TEST_F(TapeLibraryTest, ScanListsRegularM4aFilesOnlyNewestFirstAndNeverWaitsOnAFifo)
 {
     QTemporaryDir elsewhere;
-    addTape(QStringLiteral("a.m4a"), QStringLiteral("plain"), day(1));
+    addTape(QStringLiteral("a.m4a"), QStringLiteral("old"), day(1));
+    addTape(QStringLiteral("z.m4a"), QStringLiteral("new"), day(9));
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("b.M4A"))));
+    writeFile(path(QStringLiteral("c.txt")), {});
+    QDir(folder()).mkdir(QStringLiteral("sub.m4a"));
     ASSERT_TRUE(makeTapeFile(elsewhere.filePath(QStringLiteral("target.m4a"))));
     ASSERT_TRUE(
         QFile::link(elsewhere.filePath(QStringLiteral("target.m4a")), path(QStringLiteral("link.m4a"))));
@@ -143,10 +129,14 @@ TEST_F(TapeLibraryTest, ScanListsRegularFilesOnlyAndNeverWaitsOnAFifo)
     ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".hidden.m4a"))));
 
     std::string listed;
-    QStringList soundFiles;
+    QStringList soundFiles, arranged, selected;
+    QString quality;
     EXPECT_TRUE(finishesWithoutTheFifo(path(QStringLiteral("x.m4a")), [&] {
         TapeLibraryArrayController library(folder());
         listed = fileNames(library.content());
+        arranged = titles(library.arrangedObjects()).mid(0, 2);
+        selected = titles(library.selectedObjects());
+        quality = library.data(library.index(0, FilteringArrayController::QualityColumn)).toString();
         for (const QString& file : library.soundFileList())
             soundFiles << QFileInfo(file).fileName();
         soundFiles.sort();
@@ -154,7 +144,11 @@ TEST_F(TapeLibraryTest, ScanListsRegularFilesOnlyAndNeverWaitsOnAFifo)
     }));
     close(socket);
     close(live);
-    EXPECT_EQ(listed, ".hidden.m4a, a.m4a, link.m4a");
+    EXPECT_EQ(listed, ".hidden.m4a, a.m4a, link.m4a, z.m4a");
+    EXPECT_EQ(arranged, QStringList({QStringLiteral("new"), QStringLiteral("old")})) << "undated last";
+    EXPECT_EQ(selected, QStringList({QStringLiteral("new")}));
+    EXPECT_EQ(quality, QStringLiteral("LQ"));
+    EXPECT_TRUE(TapeLibraryArrayController(path(QStringLiteral("nowhere"))).content().isEmpty());
     EXPECT_EQ(soundFiles.join(QStringLiteral(", ")).toStdString(), listed);
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".a.m4a.spindrel-edit-Q7x2Lp"))));
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".b.spindrel-edit-R8y3Mq.m4a"))));
@@ -180,13 +174,7 @@ TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegul
         ASSERT_EQ(fileNames(library.content()), "cut.m4a, good.m4a");
         EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("good"), QString()}))
             << "undated last";
-        const TapePtr cut = library.arrangedObjects().last();
-        EXPECT_NEAR(cut->duration(), 1.0, 0.05) << "the movie header was whole";
-        EXPECT_TRUE(cut->title().isNull());
-        EXPECT_FALSE(cut->date().isValid());
-        EXPECT_TRUE(cut->quality().isEmpty());
-        EXPECT_EQ(cut->tapeLetter().letter(), QStringLiteral("A"));
-        EXPECT_GT(library.arrangedObjects().first()->duration(), 0.9);
+        EXPECT_NEAR(library.arrangedObjects().last()->duration(), 1.0, 0.05) << "the movie header was whole";
 
         // A truncated file is imported as it is and listed like the one already there.
         QTemporaryDir elsewhere;
@@ -266,38 +254,6 @@ TEST_F(TapeLibraryTest, PausedWatchMissesTheRecordingUntilTheNextEventAfterResum
     ASSERT_TRUE(waitForMerge(library));
     EXPECT_EQ(titles(library.arrangedObjects()),
               QStringList({QStringLiteral("other"), QStringLiteral("rec")}));
-}
-
-TEST_F(TapeLibraryTest, SearchAndTapesAddedWhileSearching)
-{
-    // Untitled tapes would match every word, so these carry titles.
-    addTape(QStringLiteral("a.m4a"), QStringLiteral("piano"), day(1), true);
-    addTape(QStringLiteral("b.m4a"), QStringLiteral("guitar"), day(2), true);
-    TapeLibraryArrayController library(folder());
-    library.setFilterString(QStringLiteral("piano"));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("piano")}));
-
-    ASSERT_TRUE(makeTapeFile(path(QStringLiteral("new.m4a"))));
-    auto recording = std::make_shared<Tape>(path(QStringLiteral("new.m4a")));
-    recording->setNotes(QStringLiteral("drums"));
-    recording->setTitle(QStringLiteral("drums"));
-    recording->setDate(day(5));
-    library.addObject(recording);
-    EXPECT_EQ(titles(library.arrangedObjects()),
-              QStringList({QStringLiteral("drums"), QStringLiteral("piano")}));
-    EXPECT_EQ(library.selectedObjects(), QList<TapePtr>{recording});
-
-    library.setFilterString(QString());
-    EXPECT_EQ(titles(library.arrangedObjects()),
-              QStringList({QStringLiteral("drums"), QStringLiteral("guitar"), QStringLiteral("piano")}));
-    library.setFilterString(QStringLiteral("piano"));
-    EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("piano")}))
-        << "the added list empties without a filter";
-
-    // A date edit re-sorts at once.
-    library.setFilterString(QString());
-    library.arrangedObjects().last()->setDate(day(30));
-    EXPECT_EQ(titles(library.arrangedObjects()).first(), QStringLiteral("piano"));
 }
 
 TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)

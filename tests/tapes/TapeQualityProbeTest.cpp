@@ -25,33 +25,44 @@ QString encode(const QTemporaryDir& dir, const QString& name, const QString& sou
 
 } // namespace
 
-TEST(TapeQualityProbe, ForeignFilesShowTheirCodingAndTheTrackRateNotTheMovieClock)
+TEST(TapeQualityProbe, EachFileShowsItsCodingAndTheTrackRateNotTheMovieClock)
 {
     QTemporaryDir dir;
     const QString tone = QStringLiteral("sine=frequency=440:sample_rate=48000");
-    struct Case
+    const struct
     {
-        const char* name;
-        const char* codec;
         const char* quality;
         bool stereo;
-    };
-    const Case cases[] = {
+        quint64 rate;
+        const char* foreignCodec; // null: as the recorder writes it, 2.5 s
+    } cases[] = {
+        {"HQ", true, 44100, nullptr},
+        {"HQ", false, 44100, nullptr},
+        {"MQ", true, 44100, nullptr},
+        {"MQ", false, 44100, nullptr},
+        {"LQ", true, 22050, nullptr},
+        {"LQ", false, 22050, nullptr},
         // Between the lossy windows: the nearer preset, never the lossless badge.
-        {"aac96.m4a", "-ac 2 -c:a aac -b:a 96k", "MQ", true},
-        {"aac32mono.m4a", "-ac 1 -c:a aac -b:a 32k", "LQ", false},
-        {"alac.m4a", "-ac 2 -c:a alac", "HQ", true},
-        {"alacmono.m4a", "-ac 1 -c:a alac", "HQ", false},
+        {"MQ", true, 48000, "-ac 2 -c:a aac -b:a 96k"},
+        {"LQ", false, 48000, "-ac 1 -c:a aac -b:a 32k"},
+        {"HQ", true, 48000, "-ac 2 -c:a alac"},
+        {"HQ", false, 48000, "-ac 1 -c:a alac"},
     };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.name);
-        const QString path = encode(dir, QString::fromLatin1(each.name), tone, words(each.codec));
+    for (const auto& c : cases) {
+        const QString quality = QLatin1String(c.quality);
+        const QString name = quality + (c.stereo ? u'2' : u'1') + (c.foreignCodec ? u'f' : u'r') + u".m4a";
+        SCOPED_TRACE(name.toStdString());
+        QString path = dir.filePath(name);
+        if (c.foreignCodec)
+            path = encode(dir, name, tone, words(c.foreignCodec));
+        else
+            ASSERT_TRUE(makeTapeFile(path, {quality, c.stereo, 2.5}));
         ASSERT_FALSE(path.isEmpty()) << "ffmpeg failed";
         const Tape tape(path);
-        EXPECT_EQ(tape.quality(), QLatin1String(each.quality));
-        EXPECT_EQ(tape.samplerate(), 48000u);
-        EXPECT_EQ(tape.stereo(), each.stereo);
-        EXPECT_NEAR(tape.duration(), 2.0, 0.05);
+        EXPECT_EQ(tape.quality(), quality);
+        EXPECT_EQ(tape.samplerate(), c.rate);
+        EXPECT_EQ(tape.stereo(), c.stereo);
+        EXPECT_NEAR(tape.duration(), c.foreignCodec ? 2.0 : 2.5, 0.05);
     }
 }
 
