@@ -1,5 +1,7 @@
 #include "app/UserDefaults.h"
 
+#include "foundation/IntegerList.h"
+
 namespace spindrel {
 
 UserDefaults& UserDefaults::standardUserDefaults()
@@ -94,21 +96,7 @@ qint64 UserDefaults::integerForKey(const QString& key) const
 
 QList<int> UserDefaults::integerArrayForKey(const QString& key) const
 {
-    const QVariant value = objectForKey(key);
-    QList<int> numbers;
-    if (!value.isValid())
-        return numbers;
-    // A list read back from the file arrives as strings; a one-element list as a plain value.
-    const QVariantList items = value.canConvert<QVariantList>() && value.typeId() != QMetaType::QString
-                                   ? value.toList()
-                                   : QVariantList{value};
-    for (const QVariant& item : items) {
-        bool ok = false;
-        const int number = item.toInt(&ok);
-        if (ok)
-            numbers.append(number);
-    }
-    return numbers;
+    return integerList(objectForKey(key));
 }
 
 QVariantMap UserDefaults::dictionaryForKey(const QString& key) const

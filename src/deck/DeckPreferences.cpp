@@ -2,6 +2,7 @@
 
 #include "audio/VORLAudioHardware.h"
 #include "deck/DefaultsKeys.h"
+#include "foundation/IntegerList.h"
 
 #include <QHash>
 #include <algorithm>
@@ -175,19 +176,7 @@ void DeckPreferences::setRecordDeviceUID(const QString& uid)
 
 QList<int> DeckPreferences::recordChannels() const
 {
-    const QVariant value = defaultsValue(K::RecordDeviceChannels);
-    // A list read back from the settings file holds text, and a list of one reads as a plain value.
-    const QVariantList items = value.canConvert<QVariantList>() && value.typeId() != QMetaType::QString
-                                   ? value.toList()
-                                   : QVariantList{value};
-    QList<int> channels;
-    for (const QVariant& item : items) {
-        bool ok = false;
-        const int channel = item.toInt(&ok);
-        if (ok)
-            channels.append(channel);
-    }
-    return channels;
+    return integerList(defaultsValue(K::RecordDeviceChannels));
 }
 
 void DeckPreferences::setRecordChannels(const QList<int>& channels)
