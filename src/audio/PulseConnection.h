@@ -39,6 +39,8 @@ struct PulseServerInfo
 {
     QString defaultSourceName;
     QString defaultSinkName;
+
+    bool operator==(const PulseServerInfo&) const = default;
 };
 
 /// One connection to the sound server on a threaded main loop of its own. Callbacks of streams

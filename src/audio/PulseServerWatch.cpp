@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <pulse/pulseaudio.h>
+#include <utility>
 
 namespace spindrel {
 
@@ -25,6 +26,11 @@ const PulseDeviceInfo* named(const std::vector<PulseDeviceInfo>& devices, const 
     return nullptr;
 }
 
+PulseServerInfo serverInfo(const pa_server_info& info)
+{
+    return {QString::fromUtf8(info.default_source_name), QString::fromUtf8(info.default_sink_name)};
+}
+
 } // namespace
 
 const PulseDeviceInfo* PulseDeviceSnapshot::source(const QString& name) const
@@ -38,7 +44,7 @@ const PulseDeviceInfo* PulseDeviceSnapshot::sink(const QString& name) const
 }
 
 PulseServerWatch::PulseServerWatch(const QString& clientName, Listener listener)
-    : mListener(std::move(listener))
+    : mListener(std::move(listener)), mFreshLookStartedMs(steadyMs())
 {
     asked(); // the connection itself
     mConnection = std::make_unique<PulseConnection>(
@@ -49,6 +55,12 @@ PulseServerWatch::PulseServerWatch(const QString& clientName, Listener listener)
 
 PulseServerWatch::~PulseServerWatch()
 {
+    {
+        PulseConnection::Locker lock(*mConnection);
+        if (mFetchTimer)
+            pa_threaded_mainloop_get_api(mConnection->mainloop())->time_free(mFetchTimer);
+        endFreshLook();
+    }
     mConnection.reset(); // stops the thread that uses the rest
 }
 
@@ -58,11 +70,21 @@ qint64 PulseServerWatch::unansweredMs() const
     return since == 0 ? 0 : steadyMs() - since;
 }
 
+bool PulseServerWatch::isOutOfDate() const
+{
+    return mOutOfDate.load();
+}
+
 void PulseServerWatch::probe()
 {
     PulseConnection::Locker lock(*mConnection);
     if (!mReady.load() || mFailed.load() || mOwed > 0)
         return;
+    const qint64 now = steadyMs();
+    if (now - mFreshLookStartedMs >= kFreshLookIntervalMs) {
+        mFreshLookStartedMs = now;
+        startFreshLook();
+    }
     if (pa_operation* operation = pa_context_get_server_info(mConnection->context(), probeAnswered, this)) {
         asked();
         pa_operation_unref(operation);
@@ -92,6 +114,8 @@ void PulseServerWatch::stateChanged(PulseConnection& connection, PulseConnection
 void PulseServerWatch::fetchDevices(pa_context* context)
 {
     // Whole lists each time: a burst of events then costs one fetch, and the answer is complete.
+    if (mFetchTimer)
+        return; // one is due
     if (mPartsLeft > 0) {
         mFetchAgain = true;
         return;
@@ -123,18 +147,71 @@ void PulseServerWatch::partFetched(pa_context* context, bool answered)
     mFetchFailed = mFetchFailed || !answered;
     if (--mPartsLeft > 0)
         return;
-    if (mFetchAgain) {
-        mFetchAgain = false;
-        fetchDevices(context);
-        return;
-    }
     mStale = mFetchFailed;
-    if (mFetchFailed)
-        return; // half a list is worse than the last whole one; the next probe fetches again
-    mDelivered = mFetching.server;
-    auto devices = std::make_shared<const PulseDeviceSnapshot>(std::move(mFetching));
-    mFetching = {};
-    mListener.devicesFetched(std::move(devices));
+    // Half a list is worse than the last whole one; a failed fetch is tried again at the next
+    // event or probe.
+    if (!mFetchFailed) {
+        mDelivered = mFetching.server;
+        auto devices = std::make_shared<const PulseDeviceSnapshot>(std::move(mFetching));
+        mFetching = {};
+        mListener.devicesFetched(std::move(devices));
+    }
+    // A whole list is handed over even when events came while it was fetched, and the next fetch
+    // waits a moment: a busy server can send events faster than a fetch takes, and a client that
+    // always has a question open is not told of new defaults by PipeWire's pulse server.
+    if (std::exchange(mFetchAgain, false)) {
+        mFetchTimer = pa_context_rttime_new(
+            context, pa_rtclock_now() + pa_usec_t(kFetchPauseMs) * PA_USEC_PER_MSEC,
+            [](pa_mainloop_api* api, pa_time_event* event, const timeval*, void* self) {
+                auto* watch = static_cast<PulseServerWatch*>(self);
+                api->time_free(event);
+                watch->mFetchTimer = nullptr;
+                watch->fetchDevices(watch->mConnection->context());
+            },
+            this);
+    }
+}
+
+void PulseServerWatch::startFreshLook()
+{
+    // The last look ended or is given up: one that has not answered by now never will.
+    endFreshLook();
+    pa_mainloop_api* api = pa_threaded_mainloop_get_api(mConnection->mainloop());
+    mFreshLook = pa_context_new(api, "Spindrel device notices (check)");
+    if (!mFreshLook)
+        return;
+    pa_context_set_state_callback(mFreshLook, freshLookStateChanged, this);
+    if (pa_context_connect(mFreshLook, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+        endFreshLook();
+}
+
+void PulseServerWatch::endFreshLook()
+{
+    if (!mFreshLook)
+        return;
+    pa_context_set_state_callback(mFreshLook, nullptr, nullptr);
+    pa_context_disconnect(mFreshLook);
+    pa_context_unref(mFreshLook);
+    mFreshLook = nullptr;
+}
+
+void PulseServerWatch::freshLookStateChanged(pa_context* context, void* self)
+{
+    if (pa_context_get_state(context) != PA_CONTEXT_READY)
+        return; // a look that fails tells nothing; the next one starts afresh
+    if (pa_operation* operation = pa_context_get_server_info(context, freshLookAnswered, self))
+        pa_operation_unref(operation);
+}
+
+void PulseServerWatch::freshLookAnswered(pa_context* context, const pa_server_info* info, void* self)
+{
+    auto* watch = static_cast<PulseServerWatch*>(self);
+    // Freed with the next look or the watch, never inside its own callback.
+    pa_context_disconnect(context);
+    // A change that reached the new client a moment before the watch's own connection makes a
+    // needless new watch at worst.
+    if (info && watch->mLastSeen != serverInfo(*info))
+        watch->mOutOfDate.store(true);
 }
 
 void PulseServerWatch::asked()
@@ -161,8 +238,8 @@ void PulseServerWatch::serverInfoReceived(pa_context* context, const pa_server_i
 {
     auto* watch = static_cast<PulseServerWatch*>(self);
     if (info) {
-        watch->mFetching.server = PulseServerInfo{QString::fromUtf8(info->default_source_name),
-                                                  QString::fromUtf8(info->default_sink_name)};
+        watch->mFetching.server = serverInfo(*info);
+        watch->mLastSeen = watch->mFetching.server;
     }
     watch->partFetched(context, info != nullptr);
 }
@@ -196,10 +273,8 @@ void PulseServerWatch::probeAnswered(pa_context* context, const pa_server_info* 
         return;
     // A server may change its defaults without a word to this client (PipeWire's pulse server
     // can, under load); the sign of life shows them anyway.
-    const bool defaultsMoved =
-        watch->mDelivered.defaultSourceName != QString::fromUtf8(info->default_source_name) ||
-        watch->mDelivered.defaultSinkName != QString::fromUtf8(info->default_sink_name);
-    if (watch->mStale || defaultsMoved)
+    watch->mLastSeen = serverInfo(*info);
+    if (watch->mStale || watch->mDelivered != watch->mLastSeen)
         watch->fetchDevices(context);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 struct pa_context;
+struct pa_time_event;
 struct pa_server_info;
 struct pa_source_info;
 struct pa_sink_info;
@@ -61,10 +62,19 @@ public:
     qint64 unansweredMs() const;
     /// Asks the server for a sign of life, unless it owes an answer already. Never waits. Its
     /// answer also catches what an event missed: defaults other than the last list's, or a last
-    /// fetch that failed, fetch the lists again.
+    /// fetch that failed, fetch the lists again. Every few seconds it also looks at the defaults
+    /// through a connection of its own (see isOutOfDate()).
     void probe();
+    /// The server told a new client other defaults than this watch's, and keeps telling the
+    /// watch's own connection the old ones: PipeWire's pulse server (0.3.65) can leave a
+    /// connection's defaults behind for good when they change during a burst of events. Only a
+    /// new watch then sees the server as it is.
+    bool isOutOfDate() const;
 
 private:
+    static constexpr int kFetchPauseMs = 100;
+    static constexpr qint64 kFreshLookIntervalMs = 3000;
+
     // All on the connection's thread, with its lock held.
     void stateChanged(PulseConnection& connection, PulseConnection::State state);
     void fetchDevices(pa_context* context);
@@ -77,6 +87,10 @@ private:
     static void sourceReceived(pa_context* context, const pa_source_info* info, int eol, void* self);
     static void sinkReceived(pa_context* context, const pa_sink_info* info, int eol, void* self);
     static void probeAnswered(pa_context* context, const pa_server_info* info, void* self);
+    void startFreshLook();
+    void endFreshLook();
+    static void freshLookStateChanged(pa_context* context, void* self);
+    static void freshLookAnswered(pa_context* context, const pa_server_info* info, void* self);
 
     Listener mListener;
     std::atomic<bool> mFailed{false};
@@ -84,11 +98,16 @@ private:
     std::atomic<qint64> mOwedSinceMs{0}; // the steady clock when the oldest open question was asked
     int mOwed = 0;                       // questions without an answer yet
     PulseDeviceSnapshot mFetching;
-    int mPartsLeft = 0;         // of the fetch under way
-    bool mFetchFailed = false;  // a part of it got no answer
-    bool mFetchAgain = false;   // an event came while fetching
+    int mPartsLeft = 0;                   // of the fetch under way
+    bool mFetchFailed = false;            // a part of it got no answer
+    bool mFetchAgain = false;             // an event came while fetching
+    pa_time_event* mFetchTimer = nullptr; // the next fetch, after a pause
+    pa_context* mFreshLook = nullptr;     // a short connection that checks the defaults
+    qint64 mFreshLookStartedMs;           // the steady clock
+    std::atomic<bool> mOutOfDate{false};
     bool mStale = false;        // the last fetch failed: the listener's list may be out of date
     PulseServerInfo mDelivered; // the defaults of the last list handed over
+    PulseServerInfo mLastSeen;  // the defaults of the server's last answer
     std::unique_ptr<PulseConnection> mConnection;
 };
 

@@ -63,7 +63,9 @@ void VORLAudioHardware::watchServer()
 
 void VORLAudioHardware::checkServer()
 {
-    if (mWatch && mWatch->hasFailed())
+    // A watch left behind by the server is replaced without a word: the devices stay known, and
+    // the new watch's first list tells what changed meanwhile.
+    if (mWatch && (mWatch->hasFailed() || mWatch->isOutOfDate()))
         mWatch.reset();
     if (!mWatch) {
         watchServer();
