@@ -56,28 +56,6 @@ QString PTKeyCombo::keyCodeString(const PTKeyCodeTranslator& translator) const
     return PTKeyCodeNames::shared().stringForKeyCode(mKeyCode, translator);
 }
 
-QString PTKeyCombo::description() const
-{
-    return description(*PTKeyCodeTranslator::currentTranslator());
-}
-
-QString PTKeyCombo::description(const PTKeyCodeTranslator& translator) const
-{
-    if (!isValidHotKeyCombo())
-        return noneText();
-    // This order (Command, Option, Control, Shift) is the one users know from the menus.
-    QString text;
-    if (mModifiers & cmdKey)
-        text += QStringLiteral("⌘");
-    if (mModifiers & optionKey)
-        text += QStringLiteral("⌥");
-    if (mModifiers & controlKey)
-        text += QStringLiteral("⌃");
-    if (mModifiers & shiftKey)
-        text += QStringLiteral("⇧");
-    return text + keyCodeString(translator);
-}
-
 QString PTKeyCombo::platformDescription() const
 {
     return platformDescription(*PTKeyCodeTranslator::currentTranslator());

@@ -42,10 +42,8 @@ public:
     /// The key's own text in the current keyboard layout ("7", "F5", "Pad 7").
     QString keyCodeString() const;
     QString keyCodeString(const PTKeyCodeTranslator& translator) const;
-    /// Modifier glyphs then the key text ("⌘⇧7"), or "(None)" when not a valid hot key.
-    QString description() const;
-    QString description(const PTKeyCodeTranslator& translator) const;
-    /// The same combination in the key names of this desktop ("Ctrl+Shift+7"), or "(None)".
+    /// The combination in the key names of this desktop ("Ctrl+Shift+7"), or "(None)" when not a
+    /// valid hot key.
     QString platformDescription() const;
     QString platformDescription(const PTKeyCodeTranslator& translator) const;
     /// A key's name as Linux shortcuts spell it ("Tab", "Up", "Esc"), for the few keys the key
