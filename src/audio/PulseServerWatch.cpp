@@ -1,6 +1,7 @@
 #include "audio/PulseServerWatch.h"
 
 #include <chrono>
+#include <cstring>
 #include <pulse/pulseaudio.h>
 #include <utility>
 
@@ -81,7 +82,7 @@ void PulseServerWatch::probe()
     if (!mReady.load() || mFailed.load() || mOwed > 0)
         return;
     const qint64 now = steadyMs();
-    if (now - mFreshLookStartedMs >= kFreshLookIntervalMs) {
+    if (mServedByPipeWire && now - mFreshLookStartedMs >= kFreshLookIntervalMs) {
         mFreshLookStartedMs = now;
         startFreshLook();
     }
@@ -238,6 +239,8 @@ void PulseServerWatch::serverInfoReceived(pa_context* context, const pa_server_i
 {
     auto* watch = static_cast<PulseServerWatch*>(self);
     if (info) {
+        // "PulseAudio (on PipeWire 0.3.65)": only PipeWire's pulse server needs the fresh looks.
+        watch->mServedByPipeWire = info->server_name && std::strstr(info->server_name, "PipeWire");
         watch->mFetching.server = serverInfo(*info);
         watch->mLastSeen = watch->mFetching.server;
     }

@@ -62,8 +62,8 @@ public:
     qint64 unansweredMs() const;
     /// Asks the server for a sign of life, unless it owes an answer already. Never waits. Its
     /// answer also catches what an event missed: defaults other than the last list's, or a last
-    /// fetch that failed, fetch the lists again. Every few seconds it also looks at the defaults
-    /// through a connection of its own (see isOutOfDate()).
+    /// fetch that failed, fetch the lists again. On PipeWire it also looks at the defaults every
+    /// few seconds through a connection of its own (see isOutOfDate()).
     void probe();
     /// The server told a new client other defaults than this watch's, and keeps telling the
     /// watch's own connection the old ones: PipeWire's pulse server (0.3.65) can leave a
@@ -104,6 +104,7 @@ private:
     pa_time_event* mFetchTimer = nullptr; // the next fetch, after a pause
     pa_context* mFreshLook = nullptr;     // a short connection that checks the defaults
     qint64 mFreshLookStartedMs;           // the steady clock
+    bool mServedByPipeWire = false;
     std::atomic<bool> mOutOfDate{false};
     bool mStale = false;        // the last fetch failed: the listener's list may be out of date
     PulseServerInfo mDelivered; // the defaults of the last list handed over
