@@ -157,9 +157,10 @@ void PulseServerWatch::partFetched(pa_context* context, bool answered)
         mFetching = {};
         mListener.devicesFetched(std::move(devices));
     }
-    // A whole list is handed over even when events came while it was fetched, and the next fetch
-    // waits a moment: a busy server can send events faster than a fetch takes, and a client that
-    // always has a question open is not told of new defaults by PipeWire's pulse server.
+    // A whole list is handed over even when events came while it was fetched: a busy server can
+    // send events faster than a fetch takes, and holding each list back for the next one starved
+    // the listener for as long as the burst lasted. The next fetch waits a moment, so a burst
+    // costs a few fetches a second rather than one after another.
     if (std::exchange(mFetchAgain, false)) {
         mFetchTimer = pa_context_rttime_new(
             context, pa_rtclock_now() + pa_usec_t(kFetchPauseMs) * PA_USEC_PER_MSEC,
