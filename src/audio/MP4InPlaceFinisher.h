@@ -5,14 +5,14 @@
 
 namespace spindrel {
 
-/// Makes a fragmented MPEG-4 recording a tape where it lies, without the room for a second copy
-/// that MP4Remuxer needs: the way out when the disk is full. The complete fragments stay where they
-/// are; an ordinary 'moov' whose sample tables point into their 'mdat' boxes goes after the last
-/// one, followed by free space for the tags to come; then the fragmented 'moov' and the fragment
-/// headers become free space and the file takes its final name. Each step is synced before the
-/// next, and the file keeps its in-progress name until the last, so a crash at any point leaves a
-/// file that RecordingRecovery takes up again. When not even the new 'moov' fits, the file is cut
-/// back to its complete fragments and keeps them as they are: players read it, tag edits wait.
+/// Makes a fragmented MPEG-4 recording a tape where it lies, without a second copy: every recording
+/// ends here. The complete fragments stay where they are; an ordinary 'moov' whose sample tables
+/// point into their 'mdat' boxes goes after the last one, followed by free space for the tags to
+/// come; then one header turns the fragmented 'moov' and all the fragments into a single 'mdat',
+/// and the file takes its final name. Each step is synced before the next, and the file keeps its
+/// in-progress name until the last, so a crash at any point leaves a file that RecordingRecovery
+/// takes up again. When not even the new 'moov' fits, the file is cut back to its complete
+/// fragments and keeps them as they are: players read it, tag edits wait.
 class MP4InPlaceFinisher
 {
 public:

@@ -6,9 +6,9 @@
 namespace spindrel {
 
 /// Rewrites a fragmented MPEG-4 audio recording as an ordinary .m4a, packets copied unchanged:
-/// 'mdat' before 'moov', one edit list, the movie's time scale equal to the sample rate. Tag
-/// writers that only know the first fragment would spoil a fragmented file, so every recording
-/// passes through here before anything else touches it.
+/// 'mdat' before 'moov', one edit list, the movie's time scale equal to the sample rate. Recordings
+/// are finished where they lie (MP4InPlaceFinisher); this copy is the way out for a leftover whose
+/// fragments cannot be finished so.
 class MP4Remuxer
 {
 public:

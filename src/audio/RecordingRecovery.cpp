@@ -156,26 +156,16 @@ int64_t RecordingRecovery::recoverableLength(const QString& path)
 
 namespace {
 
-// Makes the in-progress file the tape where it lies, without room for a second copy.
-RecordingRecovery::Result& finishWhereItLies(int fileHandle, RecordingRecovery::Result& result,
-                                             const QString& target, const QString& remuxError)
+// The room the recorder kept allocated beyond the end, still the file's after a crash.
+int64_t allocatedTo(int fileHandle)
 {
-    const QString source = logSourceName(__FILE__);
-    const QString& path = result.source;
-    // The room the recorder kept allocated beyond the end is still the file's after a crash.
     struct stat status;
-    const int64_t allocated = ::fstat(fileHandle, &status) == 0 ? int64_t(status.st_blocks) * 512 : 0;
-    const MP4InPlaceFinisher::Result finished =
-        MP4InPlaceFinisher::finish(fileHandle, path, target, MP4Remuxer::kPrimingByCodec, allocated);
-    if (finished.outcome == MP4InPlaceFinisher::Outcome::Failed) {
-        result.message = remuxError.isEmpty() ? finished.message : remuxError;
-        logError(source,
-                 QStringLiteral("Could not recover the interrupted recording %1: %2; the file is kept")
-                     .arg(path, remuxError.isEmpty()
-                                    ? finished.message
-                                    : remuxError + QStringLiteral("; in place: ") + finished.message));
-        return result;
-    }
+    return ::fstat(fileHandle, &status) == 0 ? int64_t(status.st_blocks) * 512 : 0;
+}
+
+RecordingRecovery::Result& recoveredInPlace(RecordingRecovery::Result& result, const QString& target,
+                                            const MP4InPlaceFinisher::Result& finished)
+{
     const QFileInfo info(target);
     result.seconds = finished.seconds;
     result.startedAt = info.birthTime().isValid()
@@ -184,9 +174,9 @@ RecordingRecovery::Result& finishWhereItLies(int fileHandle, RecordingRecovery::
     result.recovered = target;
     result.outcome = RecordingRecovery::Outcome::Recovered;
     logLine(QStringLiteral("%1 : Recovered %2 s of an interrupted recording from %3 into %4 where it lies%5")
-                .arg(source)
+                .arg(logSourceName(__FILE__))
                 .arg(result.seconds, 0, 'f', 1)
-                .arg(path, target,
+                .arg(result.source, target,
                      finished.outcome == MP4InPlaceFinisher::Outcome::Fragmented
                          ? QStringLiteral(", still fragmented (") + finished.message + QLatin1Char(')')
                          : QString()));
@@ -219,8 +209,18 @@ RecordingRecovery::Result RecordingRecovery::recoverFile(const QString& path)
     QString wanted = path;
     wanted.chop(inProgressSuffix().size());
     // A finish in place that a crash cut short only needs its last steps.
-    if (MP4InPlaceFinisher::isInterruptedFinish(lock.fileHandle()))
-        return finishWhereItLies(lock.fileHandle(), result, freeNameFor(wanted), QString());
+    if (MP4InPlaceFinisher::isInterruptedFinish(lock.fileHandle())) {
+        const QString target = freeNameFor(wanted);
+        const MP4InPlaceFinisher::Result finished = MP4InPlaceFinisher::finish(
+            lock.fileHandle(), path, target, MP4Remuxer::kPrimingByCodec, allocatedTo(lock.fileHandle()));
+        if (finished.outcome != MP4InPlaceFinisher::Outcome::Failed)
+            return recoveredInPlace(result, target, finished);
+        result.message = finished.message;
+        logError(source,
+                 QStringLiteral("Could not recover the interrupted recording %1: %2; the file is kept")
+                     .arg(path, finished.message));
+        return result;
+    }
     const int64_t length = recoverableLength(path);
     if (length <= 0) {
         result.message = QStringLiteral("it holds no complete second of audio");
@@ -230,10 +230,21 @@ RecordingRecovery::Result RecordingRecovery::recoverFile(const QString& path)
         return result;
     }
     const QString target = freeNameFor(wanted);
+    // Where it lies first: no second copy, however long the take. A copy is the way out for
+    // fragments that cannot be finished in place.
+    const MP4InPlaceFinisher::Result inPlace = MP4InPlaceFinisher::finish(
+        lock.fileHandle(), path, target, MP4Remuxer::kPrimingByCodec, allocatedTo(lock.fileHandle()));
+    if (inPlace.outcome != MP4InPlaceFinisher::Outcome::Failed)
+        return recoveredInPlace(result, target, inPlace);
     QString error;
     if (!MP4Remuxer::writeOrdinaryFile(path, length, target, MP4Remuxer::kPrimingByCodec, &error,
-                                       &result.seconds))
-        return finishWhereItLies(lock.fileHandle(), result, target, error); // no room for a copy?
+                                       &result.seconds)) {
+        result.message = error;
+        logError(source, QStringLiteral("Could not recover the interrupted recording %1: %2; in place: %3; "
+                                        "the file is kept")
+                             .arg(path, error, inPlace.message));
+        return result;
+    }
     const QDateTime born = info.birthTime();
     result.startedAt = born.isValid() ? born : info.lastModified().addMSecs(-qint64(result.seconds * 1000.0));
     QFile::remove(path);

@@ -4,7 +4,6 @@
 #include "audio/DurableFileOutput.h"
 #include "audio/FFmpegSupport.h"
 #include "audio/MP4InPlaceFinisher.h"
-#include "audio/MP4Remuxer.h"
 #include "audio/RecordingRecovery.h"
 #include "audio/VORLAudioDevice.h"
 #include "foundation/Log.h"
@@ -65,7 +64,7 @@ struct VORLExtendedAudioFile::Impl
     bool sendFrame(AVFrame* input);
     bool padToOneMillisecond();
     void finish();
-    bool finishWhereItLies(const QString& problem);
+    bool finishWhereItLies(QString& problem);
     void fail(const QString& message) { error = message; }
     bool noteWriteFailure();
     int64_t reserve() const;
@@ -426,19 +425,14 @@ void VORLExtendedAudioFile::Impl::finish()
             problem = ffmpegErrorString(trailer);
         else if (!output->flushAndSync())
             problem = output->errorString();
-        // Tags are only ever written into an ordinary file.
-        else if (!MP4Remuxer::writeOrdinaryFile(inProgress, -1, filename, codec->initial_padding, &problem))
-            problem = problem.isEmpty() ? QStringLiteral("the file could not be finished") : problem;
-        if (problem.isEmpty()) {
-            QFile::remove(inProgress);
-            DurableFileOutput::syncFolderOf(inProgress);
-            return;
-        }
-        noteWriteFailure();
+        if (!problem.isEmpty())
+            noteWriteFailure();
     } else {
         output->flushAndSync();
         problem = output->errorString();
     }
+    // Tags are only ever written into an ordinary file; it is made where the recording lies, so
+    // finishing costs neither a second copy's room nor its time.
     if (finishWhereItLies(problem))
         return;
     // Not a single fragment reached the disk: there is nothing to keep.
@@ -455,29 +449,31 @@ void VORLExtendedAudioFile::Impl::finish()
                  .arg(filename, problem, inProgress));
 }
 
-bool VORLExtendedAudioFile::Impl::finishWhereItLies(const QString& problem)
+bool VORLExtendedAudioFile::Impl::finishWhereItLies(QString& problem)
 {
-    // No room for the ordinary file beside this one, or the disk refused a write: what is on the
-    // disk becomes the tape as it lies, in the room kept for that.
     const auto result = MP4InPlaceFinisher::finish(output->fileHandle(), output->path(), filename,
                                                    codec->initial_padding, output->allocatedEnd());
     const QString source = logSourceName(__FILE__);
+    const QString after = problem.isEmpty() ? QString() : QStringLiteral(" after: %1").arg(problem);
     switch (result.outcome) {
     case MP4InPlaceFinisher::Outcome::Ordinary:
-        logLine(QStringLiteral("%1 : Finished %2 where it lies (%3 s) after: %4")
-                    .arg(source, filename)
-                    .arg(result.seconds, 0, 'f', 1)
-                    .arg(problem));
+        if (!problem.isEmpty())
+            logLine(QStringLiteral("%1 : Finished %2 (%3 s)%4")
+                        .arg(source, filename)
+                        .arg(result.seconds, 0, 'f', 1)
+                        .arg(after));
         return true;
     case MP4InPlaceFinisher::Outcome::Fragmented:
-        logError(source, QStringLiteral("Kept %1 (%2 s) as fragments after: %3; no room to finish it: %4")
+        logError(source, QStringLiteral("Kept %1 (%2 s) as fragments%3; no room to finish it: %4")
                              .arg(filename)
                              .arg(result.seconds, 0, 'f', 1)
-                             .arg(problem, result.message));
+                             .arg(after, result.message));
         return true;
     case MP4InPlaceFinisher::Outcome::Failed:
         break;
     }
+    if (problem.isEmpty())
+        problem = result.message;
     logError(source, QStringLiteral("Could not finish %1 where it lies: %2").arg(filename, result.message));
     return false;
 }
