@@ -21,7 +21,10 @@ RecordingSession::RecordingSession(QObject* parent) : QObject(parent)
     });
 }
 
-RecordingSession::~RecordingSession() = default;
+RecordingSession::~RecordingSession()
+{
+    joinFinisher();
+}
 
 bool RecordingSession::start(const Tape& tape, const QString& quality, bool stereo,
                              const VORLAudioDevice& device, const QList<unsigned>& channels,
@@ -84,24 +87,62 @@ bool RecordingSession::isStopping() const
     return mStopDeadline->isActive();
 }
 
-RecordingSession::Take RecordingSession::finish()
+std::shared_ptr<VORLExtendedAudioFile> RecordingSession::releaseRecorder(Take& take)
 {
     mStopDeadline->stop();
     mPaused = false;
-    Take take;
     if (!mRecorder)
-        return take;
+        return nullptr;
     take.recordedMs = mRecorder->currentTime();
     disconnect(mRecorder.get(), nullptr, this, nullptr);
-    const std::shared_ptr<VORLExtendedAudioFile> file = mRecorder->recordFile();
+    std::shared_ptr<VORLExtendedAudioFile> file = mRecorder->recordFile();
     // Letting go of the recorder drains its encoder, so nothing writes while the file closes, also
     // when the recorder never reported its stop.
     mRecorder.reset();
-    if (file) {
-        file->closeFile();
-        take.hadFile = true;
+    take.hadFile = file != nullptr;
+    return file;
+}
+
+void RecordingSession::finishInBackground()
+{
+    joinFinisher();
+    Take take;
+    const std::shared_ptr<VORLExtendedAudioFile> file = releaseRecorder(take);
+    mFinishing = take;
+    // Closing drains the encoder, indexes the fragments and syncs: disk work, so not on this thread.
+    mFinisher = std::thread([this, file] {
+        if (file)
+            file->closeFile();
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                // A finish() that waited for this file has reported it already.
+                if (!mFinishing)
+                    return;
+                joinFinisher();
+                const Take done = *std::exchange(mFinishing, std::nullopt);
+                Q_EMIT finished(done);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+RecordingSession::Take RecordingSession::finish()
+{
+    if (mFinishing) {
+        joinFinisher();
+        return *std::exchange(mFinishing, std::nullopt);
     }
+    Take take;
+    if (const std::shared_ptr<VORLExtendedAudioFile> file = releaseRecorder(take))
+        file->closeFile();
     return take;
+}
+
+void RecordingSession::joinFinisher()
+{
+    if (mFinisher.joinable())
+        mFinisher.join();
 }
 
 bool RecordingSession::isRecording() const

@@ -4,12 +4,15 @@
 
 #include <QObject>
 #include <memory>
+#include <optional>
+#include <thread>
 
 class QTimer;
 
 namespace spindrel {
 
 class Tape;
+class VORLExtendedAudioFile;
 class VORLExtendedAudioFileRecorder;
 
 /// One take's recorder, from its start to a finished file: pause and resume, and a stop that lets
@@ -40,13 +43,18 @@ public:
     bool stop();
     bool isStopping() const;
 
-    /// Lets go of the recorder, which drains its encoder, and closes the file. Returns the
-    /// milliseconds recorded, and whether there was a file at all.
+    /// The milliseconds recorded, and whether there was a file at all.
     struct Take
     {
         double recordedMs = 0.0;
         bool hadFile = false;
     };
+    /// Lets go of the recorder, which drains its encoder, and finishes the file on a thread of its
+    /// own: however long the take, the deck goes on meanwhile. `finished` follows.
+    void finishInBackground();
+    bool isFinishing() const { return mFinishing.has_value(); }
+    /// The same, waiting for the file, also for a finish already under way in the background (whose
+    /// `finished` then never comes). For a deck on its way out.
     Take finish();
 
     VORLExtendedAudioFileRecorder* recorder() const { return mRecorder.get(); }
@@ -59,9 +67,17 @@ Q_SIGNALS:
     void failed(const QString& message);
     /// The stop asked for is complete: the recorder drained, or was given up on.
     void stopped();
+    /// The take's file is finished: a tape, or nothing at all when it was never written.
+    void finished(const spindrel::RecordingSession::Take& take);
 
 private:
+    /// Lets go of the recorder; its file, if it had one, is left to close.
+    std::shared_ptr<VORLExtendedAudioFile> releaseRecorder(Take& take);
+    void joinFinisher();
+
     std::unique_ptr<VORLExtendedAudioFileRecorder> mRecorder;
+    std::optional<Take> mFinishing; // the take whose file the finisher closes
+    std::thread mFinisher;
     QTimer* mStopDeadline = nullptr;
     bool mPaused = false;
 };

@@ -71,6 +71,7 @@ void WindowController::buildDeck()
         recordingFailed(tr("%1 What was recorded so far is kept.").arg(message));
     });
     connect(mRecording, &RecordingSession::stopped, this, &WindowController::recorderStopped);
+    connect(mRecording, &RecordingSession::finished, this, &WindowController::recordingFileFinished);
     mPlayback = new PlaybackSession(this);
     connect(mPlayback, &PlaybackSession::reachedEnd, this, &WindowController::stopTape);
     connect(mPlayback, &PlaybackSession::outputLost, this, &WindowController::playbackOutputLost);
@@ -294,11 +295,11 @@ void WindowController::windowWillClose()
     // The take is finished here and now: after closing, or once the application quits, no did-stop
     // notice would come. Letting go of the recorder drains what it already captured.
     if (mWaitingForRecorder)
-        finishRecording();
+        finishRecordingNow();
     mDeferredEvents.clear();
     sendEvent(&WindowControllerContext::windowWillClose);
     if (mWaitingForRecorder)
-        finishRecording();
+        finishRecordingNow();
     mClosed = true;
     saveWindowFrame();
     mTapeArrayController->stopMonitoringRecordingDirectory();

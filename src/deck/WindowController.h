@@ -3,6 +3,7 @@
 #include "SMC/TransportState.h"
 #include "SMC/WindowControllerOwner.h"
 #include "deck/FileBrowser.h"
+#include "deck/RecordingSession.h"
 #include "foundation/Error.h"
 #include "tapes/LibraryFolderWatch.h"
 #include "tapes/ProcessLauncher.h"
@@ -28,7 +29,6 @@ class DeckActions;
 class DeckInputMeter;
 class DeckPreferences;
 class PlaybackSession;
-class RecordingSession;
 class DeckSoundEffects;
 class DeckStatusItem;
 class PTHotKey;
@@ -138,6 +138,8 @@ public:
     // Recording.
     /// A stop is under way: the transport is idle, the recorder still drains into the file.
     bool isWaitingForRecorder() const { return mWaitingForRecorder; }
+    /// The tapes' edits on their way to the disk.
+    const TapeCommitQueue& commits() const { return mCommits; }
     bool isRecordingPaused() const;
 
     // The loaded tape.
@@ -268,6 +270,9 @@ private:
     void recordingFailed(const QString& message);
     /// The finishing steps of a stop once the recorder is done, then the deck loads the take.
     void recorderStopped();
+    void recordingFileFinished(const spindrel::RecordingSession::Take& take);
+    void finishRecordingNow();
+    void takeFinished(const spindrel::RecordingSession::Take& take);
     /// Closes and commits the take, and brings the deck out of recording.
     void finishRecording();
     void observeTape(const TapePtr& tape);

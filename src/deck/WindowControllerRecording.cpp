@@ -92,18 +92,29 @@ void WindowController::resumeRecordingAudio()
 
 void WindowController::stopRecordingAudio()
 {
-    // The server still holds the last moments of the take. Until the recorder has them in the file
-    // the transport rests at idle and its events wait their turn.
-    mWaitingForRecorder = mRecording->stop();
-    if (!mWaitingForRecorder)
+    // The server still holds the last moments of the take, and then the file is finished. Until
+    // the tape is ready the transport rests at idle and its events wait their turn.
+    mWaitingForRecorder = true;
+    if (!mRecording->stop())
         finishRecording();
 }
 
 void WindowController::recorderStopped()
 {
-    if (!mWaitingForRecorder)
+    if (!mWaitingForRecorder || mRecording->isFinishing())
         return;
     finishRecording();
+}
+
+void WindowController::finishRecording()
+{
+    mWaitingForRecorder = true;
+    mRecording->finishInBackground();
+}
+
+void WindowController::recordingFileFinished(const RecordingSession::Take& take)
+{
+    takeFinished(take);
     // The transport went back to idle when the stop began; now the finished take can be loaded.
     sendEvent(&WindowControllerContext::tapeChosen);
     // What was pressed meanwhile runs in order; a new stop among it queues the rest again.
@@ -112,25 +123,38 @@ void WindowController::recorderStopped()
         sendEvent(pressed);
 }
 
-void WindowController::finishRecording()
+void WindowController::finishRecordingNow()
+{
+    takeFinished(mRecording->finish());
+}
+
+void WindowController::takeFinished(const RecordingSession::Take& take)
 {
     // Finishing renames the file and rearranges the library; the choice of tape that causes is
     // loaded after, not in the middle.
     mWaitingForRecorder = true;
-    const RecordingSession::Take take = mRecording->finish();
     if (mSelectedTape) {
         // A recorder that never got going leaves an empty file: that is no tape.
         if (take.hadFile && mRecordingUnusable && take.recordedMs <= 0.0)
             QFile::remove(mSelectedTape->filename());
-        // After a failure the tags may not fit on the full disk: the failure is what the user
-        // needs to read, not that.
-        const QString failure = mRecordingUnusable ? deckMessage() : QString();
-        if (NewRecording::finish(nullptr, *mSelectedTape))
-            Q_EMIT recordingFinished(mSelectedTape);
-        else
+        if (!QFileInfo::exists(mSelectedTape->filename())) {
             discardUnrecordedTape();
-        if (!failure.isEmpty() && deckMessage() != failure)
-            showDeckMessage(failure);
+        } else if (mRecordingUnusable) {
+            // After a failure the tags may not fit on the full disk: the failure is what the user
+            // needs to read, not that.
+            const QString failure = deckMessage();
+            mSelectedTape->parseMP4FileHeaders();
+            mSelectedTape->commitAttributes();
+            if (!failure.isEmpty() && deckMessage() != failure)
+                showDeckMessage(failure);
+            Q_EMIT recordingFinished(mSelectedTape);
+        } else {
+            // Its length is on the cassette the commit draws; its tags are written with the other
+            // tapes' edits, in the background.
+            mSelectedTape->parseMP4FileHeaders();
+            mCommits.commit(mSelectedTape);
+            Q_EMIT recordingFinished(mSelectedTape);
+        }
     }
     mRecordingUnusable = false;
     mTapeArrayController->resumeMonitoringRecordingDirectory();

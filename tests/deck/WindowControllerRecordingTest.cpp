@@ -56,12 +56,15 @@ private:
 class RecordingTest : public DeckTest
 {
 protected:
-    /// Presses STOP and waits for the deck to load the finished tape.
+    /// Presses STOP and waits for the deck to load the finished tape and write its tags.
     void stopAndWait()
     {
         clickSegment(TransportButton::Stop);
         ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
+        ASSERT_TRUE(waitFor([this] { return tapesWritten(); }));
     }
+    /// The take is finished and every tape's tags are on the disk.
+    bool tapesWritten() const { return !mDeck->isWaitingForRecorder() && mDeck->commits().isIdle(); }
 };
 
 TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterItsDate)
@@ -121,7 +124,7 @@ TEST_F(RecordingTest, TheRecordKeyRecordsAndTheStopKeyStops)
     ASSERT_TRUE(
         waitFor([&] { return deck.audioFileRecorder() && deck.audioFileRecorder()->currentTime() > 500.0; }));
     QTest::keyClick(deck.buttonView(), Qt::Key_B);
-    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped && tapesWritten(); }));
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
 }
 
@@ -158,12 +161,13 @@ TEST_F(RecordingTest, PauseHoldsTheRecordingInTheSameFileAndStopWhilePausedDoesN
 
     clickSegment(TransportButton::Pause);
     ASSERT_EQ(state(), TransportState::Paused);
-    // Stopping a paused recording finds nothing to wait for and finishes the file at once.
+    // Stopping a paused recording finds nothing to wait for: the file is finished at once, in the
+    // background.
     QElapsedTimer stopping;
     stopping.start();
     deck.stopTape();
     EXPECT_LT(stopping.elapsed(), 2000);
-    EXPECT_EQ(state(), TransportState::TapeStopped);
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped && tapesWritten(); }));
     EXPECT_FALSE(deck.isRecordingPaused());
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
     EXPECT_NEAR(deck.selectedTape()->duration(), recorded / 1000.0, 0.3);
@@ -183,7 +187,7 @@ TEST_F(RecordingTest, TwoRecordingsGetFilesOfTheirOwnAndFileOperationsWaitForThe
         recordedAs << deck.selectedTape()->filename();
         ASSERT_TRUE(waitFor([&] { return deck.audioFileRecorder()->currentTime() > 300.0; }));
         deck.stopTape();
-        ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }));
+        ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped && tapesWritten(); }));
         EXPECT_EQ(deck.selectedTape()->tapeLetter().letter(), QStringLiteral("A"));
         EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Untitled"));
     }
@@ -215,6 +219,7 @@ TEST_F(RecordingTest, KeysPressedWhileTheRecorderFinishesRunAfterTheTakeIsATape)
     ASSERT_TRUE(waitFor([this] { return state() == TransportState::Recording; }));
     EXPECT_FALSE(deck.isWaitingForRecorder());
     EXPECT_NE(deck.selectedTape(), first);
+    ASSERT_TRUE(waitFor([&] { return deck.commits().isIdle(); }));
     EXPECT_EQ(QFileInfo(first->filename()).fileName(), todaysName(QStringLiteral("Untitled")));
     EXPECT_TRUE(QFileInfo::exists(first->filename()));
     EXPECT_GT(first->duration(), 0.3);
@@ -240,8 +245,7 @@ TEST_F(RecordingTest, ARecorderThatNeverReportsItsStopIsFinishedByTheDeadline)
 
     deck.stopTape();
     ASSERT_TRUE(deck.isWaitingForRecorder());
-    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped; }, 30000));
-    EXPECT_FALSE(deck.isWaitingForRecorder());
+    ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped && tapesWritten(); }, 30000));
     EXPECT_EQ(finished, QList<TapePtr>{tape});
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
     EXPECT_EQ(deck.selectedTape(), tape);
@@ -264,7 +268,7 @@ TEST_F(RecordingTest, WithoutASoundServerTheDeckSaysSoAndLeavesNoTapeBehind)
     qputenv("PULSE_SERVER", server);
 
     EXPECT_FALSE(deck.deckMessage().isEmpty());
-    ASSERT_TRUE(waitFor([this] { return state() != TransportState::Recording; }));
+    ASSERT_TRUE(waitFor([this] { return state() != TransportState::Recording && tapesWritten(); }));
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
     EXPECT_EQ(libraryFiles(), QStringList{QStringLiteral("[2012-03-01] Kept.m4a")});
     ASSERT_EQ(deck.library().content().size(), 1);
@@ -283,6 +287,8 @@ TEST_F(RecordingTest, ClosingTheWindowEndsTheRecordingAndWritesTheTape)
     closeDeck();
     EXPECT_EQ(state(), TransportState::Idle);
     EXPECT_EQ(deck.audioFileRecorder(), nullptr);
+    // Closing waits for the tags, which are written in the background.
+    ASSERT_TRUE(waitFor([&] { return deck.commits().isIdle(); }));
     EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
     const auto tags = MP4Tags::fromFile(tape->filename());
     ASSERT_TRUE(tags);
