@@ -313,6 +313,12 @@ std::optional<Error> CAPlayThrough::connectStreams()
                                                          : CAPlayThroughFault::SoundServer,
                         QStringLiteral("Could not play to %1: %2").arg(mOutputDevice.mName, error), __LINE__);
         pa_stream_set_state_callback(mOutputStream, &CAPlayThrough::outputStreamStateChanged, this);
+        pa_stream_set_underflow_callback(
+            mOutputStream,
+            [](pa_stream*, void* userdata) {
+                static_cast<CAPlayThrough*>(userdata)->mUnderflows.fetch_add(1, std::memory_order_relaxed);
+            },
+            this);
         if (const pa_buffer_attr* attributes = pa_stream_get_buffer_attr(mOutputStream))
             mOutputDevice.mBufferSizeFrames = std::max(1u, framesOf(attributes->tlength, outputSpec));
     }

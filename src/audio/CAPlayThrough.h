@@ -93,6 +93,8 @@ public:
     const PlayThroughTimeline& timeline() const { return mTimeline; }
     /// The latency the two streams report now (device plus stream buffer), in milliseconds.
     double streamLatencyMilliseconds() const;
+    /// Times the output ran dry at the server since the engine was made.
+    int outputUnderflows() const { return mUnderflows.load(std::memory_order_relaxed); }
 
 private:
     // A device clock as seen through its stream: frames counted against the monotonic clock.
@@ -140,6 +142,7 @@ private:
     CAPlayThroughDevice mInputDevice;
     CAPlayThroughDevice mOutputDevice;
     PlayThroughTimeline mTimeline;
+    std::atomic<int> mUnderflows{0}; // counted on the output stream's thread
     QList<int> mChannelMap;
     std::vector<int> mMap; // the input channel of each engine channel, as the input thread reads it
     int mChannels = 0;

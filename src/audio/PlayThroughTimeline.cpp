@@ -18,6 +18,7 @@ void PlayThroughTimeline::reset()
 {
     mFirstInputTime.store(-1.0, std::memory_order_release);
     mFirstOutputTime = -1.0;
+    mMissedFetches.store(0, std::memory_order_relaxed);
 }
 
 // Runs on the input thread.
@@ -64,6 +65,7 @@ bool PlayThroughTimeline::fetchOutput(float* const* channels, uint32_t frames, d
     else
         behind = readTime + double(frames) - double(end);
     mInToOutSampleOffset += std::max(kMinimumCorrectionFrames, behind);
+    mMissedFetches.fetch_add(1, std::memory_order_relaxed);
     silence(channels, frames);
     return false;
 }

@@ -40,6 +40,9 @@ public:
     double firstOutputTime() const { return mFirstOutputTime; }
     double inToOutSampleOffset() const { return mInToOutSampleOffset; }
     double latencyFrames() const { return mLatencyFrames; }
+    /// Fetches since the last reset that found their frames gone or not yet there: each is a
+    /// cycle of silence, heard as a click.
+    int missedFetches() const { return mMissedFetches.load(std::memory_order_relaxed); }
     int numberOfChannels() const { return mChannels; }
     const PlayThroughRingBuffer& ringBuffer() const { return mBuffer; }
 
@@ -54,6 +57,7 @@ private:
     // The output side's own.
     double mFirstOutputTime = -1.0;
     double mInToOutSampleOffset = 0.0;
+    std::atomic<int> mMissedFetches{0};
 };
 
 } // namespace spindrel
