@@ -142,7 +142,8 @@ TEST_F(LibraryFolderTest, AMissingFolderAtLaunchOffersAnotherAndTheDeckListsTheC
     deck.recordTape();
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage().contains(QStringLiteral("not there")); }));
     EXPECT_FALSE(deck.deckMessage().contains(QStringLiteral(".recording"))) << deck.deckMessage();
-    ASSERT_TRUE(waitFor([&] { return state() != TransportState::Recording; }));
+    ASSERT_TRUE(
+        waitFor([&] { return state() != TransportState::Recording && !deck.isWaitingForRecorder(); }));
     ASSERT_TRUE(waitFor([&] { return deck.window()->messageAction() != nullptr; }));
 
     deck.window()->messageAction()->click();
