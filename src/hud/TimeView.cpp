@@ -14,8 +14,11 @@ void TimeView::setTime(double time)
 {
     if (time == mTime)
         return;
+    // Only a change of the hundredths or above shows.
+    const bool shown = timeString(time) != timeString(mTime);
     mTime = time;
-    update();
+    if (shown)
+        update();
     Q_EMIT timeChanged();
 }
 
