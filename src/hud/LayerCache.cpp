@@ -17,7 +17,6 @@ void LayerCache::paint(QPainter& painter, const QRect& exposed, const QSize& siz
         mSize = size;
         QPainter layer(&mPicture);
         draw(layer);
-        ++mDrawCount;
     }
     const QRect area = exposed.intersected(QRect(QPoint(0, 0), size));
     if (area.isEmpty())

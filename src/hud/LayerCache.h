@@ -21,13 +21,10 @@ public:
                const Drawing& draw);
     /// The next paint draws the layer anew.
     void invalidate() { mPicture = QPixmap(); }
-    /// How often the layer was drawn: once per size, ratio and change of content.
-    int drawCount() const { return mDrawCount; }
 
 private:
     QPixmap mPicture;
     QSize mSize;
-    int mDrawCount = 0;
 };
 
 } // namespace spindrel
