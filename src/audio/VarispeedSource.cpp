@@ -13,7 +13,7 @@ namespace spindrel {
 namespace {
 constexpr size_t kBlockFrames = 8192;
 constexpr size_t kRingFrames = size_t(1) << 17; // about 0.37 s at eight times 44.1 kHz
-constexpr auto kIdleWait = std::chrono::milliseconds(5);
+constexpr auto kShortestWait = std::chrono::milliseconds(5);
 } // namespace
 
 VarispeedSource::VarispeedSource(std::unique_ptr<AudioFileReader> reader)
@@ -53,7 +53,7 @@ void VarispeedSource::workerLoop()
         }
         const size_t blockSamples = kBlockFrames * size_t(mChannels);
         if (mSourceExhausted.load(std::memory_order_relaxed) || mRing.writeAvailable() < blockSamples) {
-            mWake.wait_for(lock, kIdleWait);
+            mWake.wait_for(lock, idleWait());
             continue;
         }
         const int direction = mDirection;
@@ -81,6 +81,16 @@ void VarispeedSource::workerLoop()
         if (got == 0 || (direction < 0 && next == 0))
             mSourceExhausted.store(true, std::memory_order_release);
     }
+}
+
+// A full ring frees a block no sooner than the output plays half of one at the current speed;
+// waking more often only burns the processor of a deck that sits still with a tape loaded.
+std::chrono::microseconds VarispeedSource::idleWait() const
+{
+    const double speed = std::max(1.0, std::abs(mSpeed.load(std::memory_order_relaxed)));
+    const double seconds = double(kBlockFrames) / 2.0 / (std::max(1, mRate) * speed);
+    return std::max<std::chrono::microseconds>(kShortestWait,
+                                               std::chrono::microseconds(std::llround(seconds * 1e6)));
 }
 
 void VarispeedSource::pauseWorker()

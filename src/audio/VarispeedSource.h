@@ -3,6 +3,7 @@
 #include "audio/SPSCRingBuffer.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -59,6 +60,7 @@ public:
 
 private:
     void workerLoop();
+    std::chrono::microseconds idleWait() const;
     void pauseWorker();
     void resumeWorker();
     void restartAt(int64_t frame);

@@ -4,6 +4,7 @@
 #include "hud/DeckPainting.h"
 #include "hud/DrawerButton.h"
 #include "hud/HUDView.h"
+#include "hud/LayerCache.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/SpeakerGrillView.h"
 #include "hud/TapeView.h"
@@ -37,15 +38,18 @@ public:
     QSize sizeHint() const override { return {DeckWindow::faceWidth, DeckWindow::deckHeight}; }
 
 protected:
-    void paintEvent(QPaintEvent*) override
+    void paintEvent(QPaintEvent* event) override
     {
         QPainter painter(this);
-        DeckPainting::drawBrushedMetal(painter, rect(), QColor(44, 46, 50));
+        mMetal.paint(painter, event->rect(), size(), devicePixelRatioF(), [this](QPainter& metal) {
+            DeckPainting::drawBrushedMetal(metal, rect(), QColor(44, 46, 50));
+        });
     }
     void resizeEvent(QResizeEvent*) override { mResized(); }
 
 private:
     std::function<void()> mResized;
+    LayerCache mMetal;
 };
 
 // The face at full height, top to bottom: the display keeps its size; below it the cassette,

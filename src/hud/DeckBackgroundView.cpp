@@ -2,6 +2,7 @@
 
 #include "hud/DeckPainting.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 
 namespace spindrel {
@@ -13,13 +14,22 @@ DeckBackgroundView::DeckBackgroundView(QWidget* parent) : QWidget(parent)
 
 void DeckBackgroundView::setDividers(const QList<int>& heights)
 {
+    if (heights == mDividers)
+        return;
     mDividers = heights;
+    mBody.invalidate();
     update();
 }
 
-void DeckBackgroundView::paintEvent(QPaintEvent*)
+void DeckBackgroundView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
+    mBody.paint(painter, event->rect(), size(), devicePixelRatioF(),
+                [this](QPainter& body) { paintBody(body); });
+}
+
+void DeckBackgroundView::paintBody(QPainter& painter) const
+{
     const QRectF body = rect();
     DeckPainting::drawBrushedMetal(painter, body);
     for (const int y : mDividers)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hud/LayerCache.h"
+
 #include <QList>
 #include <QWidget>
 
@@ -20,7 +22,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void paintBody(QPainter& painter) const;
+
     QList<int> mDividers;
+    LayerCache mBody;
 };
 
 } // namespace spindrel

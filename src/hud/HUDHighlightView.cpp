@@ -3,6 +3,7 @@
 #include "hud/DeckPainting.h"
 
 #include <QLinearGradient>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -14,9 +15,15 @@ HUDHighlightView::HUDHighlightView(QWidget* parent) : QWidget(parent)
     setAttribute(Qt::WA_NoSystemBackground);
 }
 
-void HUDHighlightView::paintEvent(QPaintEvent*)
+void HUDHighlightView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
+    mGloss.paint(painter, event->rect(), size(), devicePixelRatioF(),
+                 [this](QPainter& gloss) { paintGloss(gloss); });
+}
+
+void HUDHighlightView::paintGloss(QPainter& painter) const
+{
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF glass = QRectF(rect());
     DeckPainting::drawGloss(painter, glass, 4.0, 0.55);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hud/LayerCache.h"
+
 #include <QWidget>
 
 namespace spindrel {
@@ -15,6 +17,11 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintGloss(QPainter& painter) const;
+
+    LayerCache mGloss;
 };
 
 } // namespace spindrel

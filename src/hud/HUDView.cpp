@@ -8,6 +8,7 @@
 #include "hud/TimeView.h"
 #include "hud/VolumeView.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QRadialGradient>
@@ -185,9 +186,24 @@ void HUDView::layoutSubviews()
     mHighlightView->setGeometry(screen.toRect());
 }
 
-void HUDView::paintEvent(QPaintEvent*)
+void HUDView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
+    mPanel.paint(painter, event->rect(), size(), devicePixelRatioF(),
+                 [this](QPainter& panel) { paintPanel(panel); });
+
+    // The control the keyboard drives is ringed in the display's own light.
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const QWidget* view : {static_cast<QWidget*>(mQualityView), static_cast<QWidget*>(mStereoView),
+                                static_cast<QWidget*>(mVolumeView), static_cast<QWidget*>(mPositionView)}) {
+        if (view->hasFocus())
+            DeckPainting::drawFocusRing(painter, QRectF(view->geometry()).adjusted(-3.0, -3.0, 3.0, 3.0), 3.0,
+                                        activeColor());
+    }
+}
+
+void HUDView::paintPanel(QPainter& painter) const
+{
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF outer = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
 
@@ -219,14 +235,6 @@ void HUDView::paintEvent(QPaintEvent*)
     for (qreal y = screen.top() + 1.5; y < screen.bottom(); y += 2.0)
         painter.drawLine(QPointF(screen.left(), y), QPointF(screen.right(), y));
     painter.restore();
-
-    // The control the keyboard drives is ringed in the display's own light.
-    for (const QWidget* view : {static_cast<QWidget*>(mQualityView), static_cast<QWidget*>(mStereoView),
-                                static_cast<QWidget*>(mVolumeView), static_cast<QWidget*>(mPositionView)}) {
-        if (view->hasFocus())
-            DeckPainting::drawFocusRing(painter, QRectF(view->geometry()).adjusted(-3.0, -3.0, 3.0, 3.0), 3.0,
-                                        activeColor());
-    }
 }
 
 } // namespace spindrel

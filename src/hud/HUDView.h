@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hud/LayerCache.h"
 #include "hud/LevelView.h"
 
 #include <QColor>
@@ -97,6 +98,7 @@ protected:
 
 private:
     QRectF screenRect() const;
+    void paintPanel(QPainter& painter) const;
     void layoutSubviews();
 
     QualityView* mQualityView;
@@ -106,6 +108,7 @@ private:
     TimeView* mTimeView;
     PositionView* mPositionView;
     HUDHighlightView* mHighlightView;
+    LayerCache mPanel;
     bool mRecordingMode = false;
 };
 

@@ -27,13 +27,19 @@ void LevelView::setLevels(const StereoLevels& levels)
 {
     if (levels == mLevels)
         return;
+    const int leftBefore = litSegments(0);
+    const int rightBefore = litSegments(1);
     mLevels = levels;
-    update();
+    // The meter is read many times a second; most readings light the same segments.
+    if (litSegments(0) != leftBefore || litSegments(1) != rightBefore)
+        update();
     Q_EMIT levelsChanged();
 }
 
 void LevelView::setStereo(bool stereo)
 {
+    if (stereo == mStereo)
+        return;
     mStereo = stereo;
     update();
 }

@@ -51,7 +51,11 @@ void PositionView::setTime(double time)
     if (time == mTime)
         return;
     const int before = litSegment();
+    const long phaseBefore = runningLightPhase();
     mTime = time;
+    // The running light steps five times a second; the playback bar only when its segment moves.
+    if (mRecordingMode && runningLightPhase() != phaseBefore)
+        update();
     litSegmentMayHaveMoved(before);
     Q_EMIT timeChanged();
 }
@@ -81,8 +85,13 @@ void PositionView::litSegmentMayHaveMoved(int before)
         mFadingSegment = before;
         mFade.stop();
         mFade.start();
+        update();
     }
-    update();
+}
+
+long PositionView::runningLightPhase() const
+{
+    return std::lrint(mTime / 200.0);
 }
 
 int PositionView::litSegment() const
@@ -96,7 +105,7 @@ int PositionView::litSegment() const
 QColor PositionView::segmentColor(int index) const
 {
     if (mRecordingMode) {
-        const long phase = std::lrint(mTime / 200.0);
+        const long phase = runningLightPhase();
         const long shade = ((phase + 100 - index) % 5 + 5) % 5;
         return runningLightShades()[static_cast<std::size_t>(shade)];
     }

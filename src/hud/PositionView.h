@@ -60,6 +60,7 @@ protected:
 
 private:
     void litSegmentMayHaveMoved(int before);
+    long runningLightPhase() const;
 
     double mTime = 0.0;
     double mMaxTime = 0.0;

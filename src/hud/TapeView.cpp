@@ -5,6 +5,7 @@
 #include "tapes/TapeCassette.h"
 
 #include <QEasingCurve>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QTimer>
@@ -229,7 +230,18 @@ void TapeView::setPlayProgress(double progress)
     if (progress == mPlayProgress)
         return;
     mPlayProgress = progress;
-    valuesChanged();
+    // The packs are redrawn once they have grown or shrunk by half a pixel of the picture: the
+    // position moves many times a second, and each new pack size redraws the whole cassette.
+    const auto packs = CassetteValues::packDiametersForProgress(progress);
+    const CassetteValues& shown = mArtwork.values();
+    const double step = 0.5 / pictureRatio(devicePixelRatioF());
+    if (std::abs(packs.first - shown.leftPackDiameter) >= step ||
+        std::abs(packs.second - shown.rightPackDiameter) >= step) {
+        CassetteValues values = shown;
+        std::tie(values.leftPackDiameter, values.rightPackDiameter) = packs;
+        mArtwork.setValues(values);
+        update(mapFromCassette(CassetteGeometry::windowRect()).toAlignedRect().adjusted(-1, -1, 1, 1));
+    }
     Q_EMIT playProgressChanged();
 }
 
@@ -324,11 +336,15 @@ bool TapeView::showsCassette() const
 
 // ---- drawing
 
-void TapeView::paintEvent(QPaintEvent*)
+void TapeView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     // The painter's device, not the widget's screen: render() may draw into a denser image.
-    paintContents(painter, painter.device()->devicePixelRatioF());
+    const qreal devicePixelRatio = painter.device()->devicePixelRatioF();
+    const QRectF cassette = cassetteRect();
+    mWell.paint(painter, event->rect(), size(), devicePixelRatio,
+                [this, cassette](QPainter& well) { paintWell(well, cassette); });
+    paintCassette(painter, devicePixelRatio);
 }
 
 QImage TapeView::thumbnail() const
@@ -369,6 +385,13 @@ const QImage& TapeView::doorImage(qreal pictureRatio) const
         mArtwork.paintDoor(painter);
     }
     return mDoorImage;
+}
+
+double TapeView::pictureRatio(qreal devicePixelRatio) const
+{
+    // The pictures are made at the device's pixel density so that they are copied rather than
+    // resampled; below one pixel per cassette unit they are made at one and scaled down.
+    return std::max(1.0, devicePixelRatio * cassetteScale());
 }
 
 void TapeView::paintWell(QPainter& painter, const QRectF& cassette) const
@@ -430,13 +453,15 @@ void TapeView::paintShareButton(QPainter& painter) const
 
 void TapeView::paintContents(QPainter& painter, qreal devicePixelRatio) const
 {
+    paintWell(painter, cassetteRect());
+    paintCassette(painter, devicePixelRatio);
+}
+
+void TapeView::paintCassette(QPainter& painter, qreal devicePixelRatio) const
+{
     const QRectF cassette = cassetteRect();
     const double scale = cassetteScale();
-    paintWell(painter, cassette);
-
-    // The pictures are made at the device's pixel density so that they are copied rather than
-    // resampled; below one pixel per cassette unit they are made at one and scaled down.
-    const qreal pictureRatio = std::max(1.0, devicePixelRatio * scale);
+    const qreal pictureRatio = this->pictureRatio(devicePixelRatio);
     if (showsCassette()) {
         painter.save();
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
@@ -461,6 +486,7 @@ void TapeView::paintContents(QPainter& painter, qreal devicePixelRatio) const
 void TapeView::resizeEvent(QResizeEvent*)
 {
     mDoorImage = QImage();
+    mWell.invalidate();
     placeEditors();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hud/LayerCache.h"
 #include "tapes/CassetteArtwork.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeLetter.h"
@@ -170,6 +171,10 @@ private:
     void unbindTape();
     void valuesChanged();
     void paintContents(QPainter& painter, qreal devicePixelRatio) const;
+    /// The cassette and the door over it; the well beneath is a cached layer on screen.
+    void paintCassette(QPainter& painter, qreal devicePixelRatio) const;
+    /// Pixels per cassette unit of the cassette's pictures.
+    double pictureRatio(qreal devicePixelRatio) const;
     void paintWell(QPainter& painter, const QRectF& cassette) const;
     void paintShareButton(QPainter& painter) const;
     /// The deck's door drawn at `pictureRatio` pixels per cassette unit.
@@ -205,6 +210,7 @@ private:
 
     mutable CassetteArtwork mArtwork;
     mutable QImage mDoorImage;
+    LayerCache mWell;
 
     QPointer<QLineEdit> mEditField;
     QPointer<TapeNotesEditor> mNotesEditor;

@@ -3,6 +3,7 @@
 #include "hud/HUDDrawing.h"
 #include "hud/HUDView.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 #include <cmath>
 
@@ -14,8 +15,11 @@ void TimeView::setTime(double time)
 {
     if (time == mTime)
         return;
+    // Only a change of the hundredths or above shows.
+    const bool shown = timeString(time) != timeString(mTime);
     mTime = time;
-    update();
+    if (shown)
+        update();
     Q_EMIT timeChanged();
 }
 
@@ -28,7 +32,7 @@ QString TimeView::timeString(double timeMs)
     return QString::asprintf("%d:%02d.%02d", minutes, wholeSeconds, hundredths);
 }
 
-void TimeView::paintEvent(QPaintEvent*)
+void TimeView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     const QString text = timeString(mTime);
@@ -40,8 +44,14 @@ void TimeView::paintEvent(QPaintEvent*)
     }
     const QFont font = HUDDrawing::timeFont(height() - 2.0);
     const QRectF area = QRectF(rect()).adjusted(0, 0, -2.0, 0);
-    HUDDrawing::drawLitText(painter, area, Qt::AlignRight | Qt::AlignVCenter, ghost, font,
-                            HUDView::inactiveColor());
+    if (ghost != mGhostText) {
+        mGhost.invalidate();
+        mGhostText = ghost;
+    }
+    mGhost.paint(painter, event->rect(), size(), devicePixelRatioF(), [&](QPainter& layer) {
+        HUDDrawing::drawLitText(layer, area, Qt::AlignRight | Qt::AlignVCenter, ghost, font,
+                                HUDView::inactiveColor());
+    });
     HUDDrawing::drawLitText(painter, area, Qt::AlignRight | Qt::AlignVCenter, text, font,
                             HUDView::activeColor());
 }

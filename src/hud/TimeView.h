@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hud/LayerCache.h"
+
 #include <QWidget>
 
 namespace spindrel {
@@ -30,6 +32,9 @@ protected:
 
 private:
     double mTime = 0.0;
+    // The unlit digits change only when the number of digits does.
+    LayerCache mGhost;
+    QString mGhostText;
 };
 
 } // namespace spindrel

@@ -1,8 +1,10 @@
 #include "DeckTest.h"
 #include "MP4Tags/MP4Tags.h"
+#include "deck/DeckWindow.h"
 #include "deck/SoundEffectPlayer.h"
 #include "foundation/Log.h"
 #include "hud/HUDView.h"
+#include "hud/PaintRecorder.h"
 #include "hud/SegmentedTapeButtonView.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
@@ -134,7 +136,8 @@ TEST_F(PlaybackTest, ATapeThatCannotBePlayedLoadsWithoutAPlayer)
 
     EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_EQ(deck.audioFilePlayer(), nullptr);
-    EXPECT_EQ(log.filter(QStringLiteral("broken.m4a cannot be played")).size(), 1) << log.join(QLatin1Char('\n'));
+    EXPECT_EQ(log.filter(QStringLiteral("broken.m4a cannot be played")).size(), 1)
+        << log.join(QLatin1Char('\n'));
     deck.playTape(); // nothing to hear, nothing to fail
     EXPECT_EQ(state(), TransportState::Playing);
     deck.stopTape();
@@ -273,3 +276,28 @@ TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStop
 }
 
 } // namespace
+
+TEST_F(PlaybackTest, PlayingRepaintsTheReelsAndTheDisplayButNeverTheWholeDeck)
+{
+    WindowController& deck = openWithTape(20.0);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(deck.window()));
+    QWidget* body = deck.window()->deckView();
+    test::PaintRecorder paints(body);
+    clickSegment(TransportButton::Play);
+    ASSERT_EQ(state(), TransportState::Playing);
+    ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > 300.0; }));
+    paints.settle();
+
+    // Many frames of turning reels and a running clock.
+    ASSERT_TRUE(waitFor([&] { return paints.regions().size() >= 30; }, 30000));
+    const auto area = [](const QRegion& region) {
+        qint64 pixels = 0;
+        for (const QRect& rect : region)
+            pixels += qint64(rect.width()) * rect.height();
+        return pixels;
+    };
+    const qint64 whole = qint64(body->width()) * body->height();
+    for (const QRegion& region : paints.regions())
+        EXPECT_LT(area(region), whole / 10)
+            << "a frame repainted " << area(region) << " of " << whole << " pixels";
+}

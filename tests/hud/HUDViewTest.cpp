@@ -1,6 +1,7 @@
 #include "hud/HUDView.h"
 
 #include "hud/LevelView.h"
+#include "hud/PaintRecorder.h"
 #include "hud/PositionView.h"
 #include "hud/QualityView.h"
 #include "hud/StereoView.h"
@@ -298,4 +299,49 @@ TEST_F(HUDViewTest, TheControlWithTheKeyboardIsRingedAtEveryPixelRatio)
         EXPECT_GT(after.blue(), before.blue() + 60) << ratio;
         EXPECT_GT(after.blue(), after.red()) << ratio;
     }
+}
+
+TEST_F(HUDViewTest, ReadingsThatChangeNothingShownRepaintNothing)
+{
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&hud));
+    test::PaintRecorder meter(hud.levelView());
+    test::PaintRecorder time(hud.timeView());
+    test::PaintRecorder position(hud.positionView());
+    test::PaintRecorder panel(&hud);
+    hud.setMaxTime(60000.0);
+    hud.setLevels(-100.0, -100.0);
+    hud.setTime(1000.0);
+    hud.setPosition(1000.0);
+    for (test::PaintRecorder* recorder : {&meter, &time, &position, &panel})
+        recorder->settle();
+
+    // Silence read again and again, a thousandth of a second, a step within one segment.
+    hud.setLevels(-99.0, -98.0);
+    hud.setTime(1000.4);
+    hud.setPosition(1200.0);
+    test::PaintRecorder::flush();
+    EXPECT_TRUE(meter.regions().isEmpty());
+    EXPECT_TRUE(time.regions().isEmpty());
+    EXPECT_TRUE(position.regions().isEmpty());
+    EXPECT_TRUE(panel.regions().isEmpty());
+    EXPECT_EQ(hud.levels(), StereoLevels(-99.0, -98.0)) << "the readings are kept all the same";
+
+    // What does show is repainted, each element on its own, the panel only beneath it.
+    hud.setLevels(-20.0, -98.0);
+    hud.setTime(1010.0);
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return !meter.regions().isEmpty() && !time.regions().isEmpty(); }, 10000));
+    const QRegion changed = QRegion(hud.levelView()->geometry()) + QRegion(hud.timeView()->geometry());
+    EXPECT_TRUE((panel.painted() - changed).isEmpty()) << "the panel was repainted away from the change";
+
+    // Recording steps its running light five times a second, not on every reading.
+    hud.setRecordingMode(true);
+    hud.setTime(0.0);
+    hud.setPosition(0.0);
+    position.settle();
+    hud.setPosition(90.0);
+    test::PaintRecorder::flush();
+    EXPECT_TRUE(position.regions().isEmpty());
+    hud.setPosition(110.0);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !position.regions().isEmpty(); }, 10000));
 }

@@ -1,5 +1,6 @@
 #include "hud/TapeView.h"
 
+#include "hud/PaintRecorder.h"
 #include "hud/TapeNotesEditor.h"
 #include "hud/TestTapes.h"
 #include "tapes/CassetteGeometry.h"
@@ -260,4 +261,37 @@ TEST_F(TapeViewTest, PacksFollowThePlayPositionAndSetTheRightReelsRate)
     const auto packs = CassetteValues::packDiametersForProgress(0.5);
     EXPECT_NEAR(view.rightRotationMultiplier(), packs.first / packs.second, 1e-9);
     EXPECT_EQ(view.cassetteValues().rightRotationMultiplier, view.rightRotationMultiplier());
+}
+
+TEST_F(TapeViewTest, TurningReelsAndAPlayingTapeRepaintOnlyWhatMoves)
+{
+    loadWelcomeTape();
+    test::PaintRecorder paints(&view);
+    paints.settle();
+    QRegion reels;
+    for (const auto reel : {G::Reel::Left, G::Reel::Right})
+        reels += view.mapFromCassette(G::reelRect(reel)).toAlignedRect().adjusted(-2, -2, 2, 2);
+
+    // A reel step repaints the two hubs and nothing else.
+    view.setRotationSpeed(1.0);
+    view.rotationTimerFired();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !paints.regions().isEmpty(); }, 10000));
+    EXPECT_TRUE((paints.painted() - reels).isEmpty()) << "painted outside the reels";
+
+    // The play position moves many times a second; the packs are redrawn only when they change
+    // by a part of a pixel that shows, and then only in the cassette's window.
+    view.setPlayProgress(0.25);
+    paints.settle();
+    view.setPlayProgress(0.25 + 1e-7);
+    paints.flush();
+    EXPECT_TRUE(paints.regions().isEmpty()) << "a move too small to see repainted the cassette";
+    EXPECT_DOUBLE_EQ(view.playProgress(), 0.25 + 1e-7);
+
+    view.setPlayProgress(0.5);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !paints.regions().isEmpty(); }, 10000));
+    const QRect window = view.mapFromCassette(G::windowRect()).toAlignedRect().adjusted(-2, -2, 2, 2);
+    EXPECT_TRUE((paints.painted() - QRegion(window)).isEmpty()) << "painted outside the window";
+    const auto packs = CassetteValues::packDiametersForProgress(0.5);
+    EXPECT_DOUBLE_EQ(view.cassetteValues().leftPackDiameter, packs.first);
+    EXPECT_DOUBLE_EQ(view.cassetteValues().rightPackDiameter, packs.second);
 }
