@@ -12,7 +12,8 @@ namespace {
 constexpr double kRingSeconds = 4.0;
 constexpr double kFadeSeconds = 0.003;
 constexpr size_t kChunkFrames = 4096;
-constexpr auto kPollInterval = std::chrono::milliseconds(5);
+// The server hands over a fragment every 20 ms; looking more often only wakes the core for nothing.
+constexpr auto kPollInterval = std::chrono::milliseconds(20);
 
 double fadeGain(size_t index, size_t length)
 {
