@@ -55,6 +55,9 @@ bool H264Encoder::open(const Settings& settings)
     param.rc.i_rc_method = X264_RC_CQP;
     param.rc.i_qp_constant = settings.quantiser;
     param.rc.f_ip_factor = settings.keyFrameQuantiserFactor;
+    // Turning hubs are no motion that half pixels would follow better, and without them x264
+    // interpolates no whole frames: half its time per frame.
+    param.analyse.i_subpel_refine = 0;
     param.vui.i_colorprim = 1; // BT.709, as the pictures are converted
     param.vui.i_transfer = 1;
     param.vui.i_colmatrix = 1;
