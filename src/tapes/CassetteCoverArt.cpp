@@ -18,8 +18,16 @@ namespace {
 using G = CassetteGeometry;
 
 // Rows of the picture that hold the label's text (with room for the ink of tall faces), in
-// pixels: the title, then the time line and the notes together. Nothing else there changes.
-constexpr std::array<std::pair<int, int>, 2> textBands = {{{56, 148}, {324, 412}}};
+// pixels, first and end: the title, then the time line and the notes together. Nothing else
+// there changes from tape to tape.
+const std::array<std::pair<int, int>, 2> textBands = [] {
+    auto rows = [](double top, double bottom) {
+        return std::pair(int(std::floor(top * CassetteCoverArt::scale)),
+                         int(std::ceil(bottom * CassetteCoverArt::scale)));
+    };
+    return std::array{rows(G::titleRect().top() - 4.0, G::titleRect().bottom() + 4.0),
+                      rows(G::timeLineRect().top() - 2.0, G::notesRect().bottom() + 4.0)};
+}();
 constexpr int stillLevel = 9; // once per look, so as small as zlib makes it
 constexpr int textLevel = 3;  // for every tape
 constexpr std::size_t keptBodies = 16;
