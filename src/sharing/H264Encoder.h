@@ -25,6 +25,10 @@ public:
         int maxKeyFrameInterval = 1000;
         QString preset;
         QString tune;
+        /// x264's quantiser for the frames after a key frame.
+        int quantiser = 32;
+        /// How much finer key frames are quantised: 4 is 12 steps, so they are coded at 20.
+        float keyFrameQuantiserFactor = 4.0f;
     };
     struct Picture
     {

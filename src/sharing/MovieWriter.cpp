@@ -16,6 +16,7 @@ extern "C" {
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <thread>
 
 namespace spindrel {
 
@@ -40,7 +41,8 @@ std::unique_ptr<MovieWriter> MovieWriter::create(const QString& path, std::optio
     if (result >= 0)
         result = avio_open(&writer->mFormat->pb, name.constData(), AVIO_FLAG_WRITE);
     writer->mPacket = av_packet_alloc();
-    if (result >= 0 && !writer->mPacket)
+    writer->mAudioPacket = av_packet_alloc();
+    if (result >= 0 && (!writer->mPacket || !writer->mAudioPacket))
         result = AVERROR(ENOMEM);
     if (result < 0) {
         error = FFmpegError::fromCode(result, path);
@@ -51,6 +53,7 @@ std::unique_ptr<MovieWriter> MovieWriter::create(const QString& path, std::optio
 
 MovieWriter::~MovieWriter()
 {
+    stopAudioEncoder();
     if (mFormat && mFormat->pb)
         avio_closep(&mFormat->pb);
     avformat_free_context(mFormat);
@@ -60,6 +63,7 @@ MovieWriter::~MovieWriter()
     if (mFifo)
         av_audio_fifo_free(mFifo);
     av_packet_free(&mPacket);
+    av_packet_free(&mAudioPacket);
 }
 
 void MovieWriter::setStatus(Status status)
@@ -159,9 +163,15 @@ bool MovieWriter::writeVideoPacket(const H264Encoder::Packet& packet)
     return writePacket(out);
 }
 
+int MovieWriter::muxPacket(AVPacket* packet)
+{
+    const std::lock_guard lock(mMuxMutex);
+    return av_interleaved_write_frame(mFormat, packet);
+}
+
 bool MovieWriter::writePacket(AVPacket* packet)
 {
-    const int result = av_interleaved_write_frame(mFormat, packet);
+    const int result = muxPacket(packet);
     if (result < 0) {
         fail(result, QStringLiteral("writing"));
         return false;
@@ -225,6 +235,9 @@ bool MovieWriter::startWriting()
         return false;
     }
     mHeaderWritten = true;
+    // AAC costs about a fifth of the export: it is encoded beside the pictures, on a thread of its own.
+    if (mAudioEncoder)
+        mAudioThread = std::thread([this] { runAudioEncoder(); });
     setStatus(Status::Writing);
     return true;
 }
@@ -248,26 +261,85 @@ bool MovieWriter::isReadyForMoreMediaData(Input input) const
     return !mVideoStream || mVideoFinished || audioSeconds() <= videoSeconds() + interleaveSeconds;
 }
 
-bool MovieWriter::encode(AVCodecContext* encoder, AVStream* stream, const AVFrame* frame)
+int MovieWriter::encodeAudio(const AVFrame* frame)
 {
-    int result = avcodec_send_frame(encoder, frame);
-    if (result < 0 && result != AVERROR_EOF) {
-        fail(result, QStringLiteral("encoding"));
-        return false;
-    }
+    int result = avcodec_send_frame(mAudioEncoder, frame);
+    if (result < 0 && result != AVERROR_EOF)
+        return result;
     while (true) {
-        result = avcodec_receive_packet(encoder, mPacket);
+        result = avcodec_receive_packet(mAudioEncoder, mAudioPacket);
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return true;
-        if (result < 0) {
-            fail(result, QStringLiteral("encoding"));
-            return false;
-        }
-        av_packet_rescale_ts(mPacket, encoder->time_base, stream->time_base);
-        mPacket->stream_index = stream->index;
-        if (!writePacket(mPacket))
-            return false;
+            return 0;
+        if (result < 0)
+            return result;
+        av_packet_rescale_ts(mAudioPacket, mAudioEncoder->time_base, mAudioStream->time_base);
+        mAudioPacket->stream_index = mAudioStream->index;
+        result = muxPacket(mAudioPacket);
+        if (result < 0)
+            return result;
     }
+}
+
+void MovieWriter::runAudioEncoder()
+{
+    const int frameSize = mAudioEncoder->frame_size;
+    int result = 0;
+    while (result >= 0) {
+        AVFrame* frame = av_frame_alloc();
+        if (!frame) {
+            result = AVERROR(ENOMEM);
+            break;
+        }
+        frame->nb_samples = frameSize;
+        frame->format = mAudioEncoder->sample_fmt;
+        frame->sample_rate = mAudioEncoder->sample_rate;
+        av_channel_layout_copy(&frame->ch_layout, &mAudioEncoder->ch_layout);
+        result = av_frame_get_buffer(frame, 0);
+        int count = 0;
+        if (result >= 0) {
+            std::unique_lock lock(mAudioMutex);
+            mAudioWake.wait(lock, [&] {
+                return mAudioStopping || mAudioInputEnded || av_audio_fifo_size(mFifo) >= frameSize;
+            });
+            count = mAudioStopping ? 0 : std::min(frameSize, av_audio_fifo_size(mFifo));
+            if (count > 0)
+                result = av_audio_fifo_read(mFifo, reinterpret_cast<void**>(frame->data), count);
+        }
+        if (result >= 0 && count > 0) {
+            // A last short frame is as long as what is left.
+            frame->nb_samples = count;
+            frame->pts = mAudioSamplesEncoded;
+            mAudioSamplesEncoded += count;
+            result = encodeAudio(frame);
+        }
+        av_frame_free(&frame);
+        if (count == 0)
+            break;
+    }
+    if (result >= 0 && !mAudioStopping)
+        result = encodeAudio(nullptr); // the encoder's own tail
+    if (result < 0)
+        mAudioError = result;
+}
+
+void MovieWriter::stopAudioEncoder()
+{
+    if (!mAudioThread.joinable())
+        return;
+    {
+        const std::lock_guard lock(mAudioMutex);
+        mAudioStopping = true;
+    }
+    mAudioWake.notify_all();
+    mAudioThread.join();
+}
+
+bool MovieWriter::takeAudioError()
+{
+    const int error = mAudioError.exchange(0);
+    if (error < 0)
+        fail(error, QStringLiteral("encoding"));
+    return error >= 0;
 }
 
 bool MovieWriter::appendPixelBuffer(const QImage& picture, int64_t frame, const std::vector<QRect>& changed)
@@ -305,38 +377,6 @@ bool MovieWriter::appendPixelBuffer(const QImage& picture, int64_t frame, const 
     return written;
 }
 
-bool MovieWriter::encodeAudioFromFifo(bool final)
-{
-    const int frameSize = mAudioEncoder->frame_size;
-    while (av_audio_fifo_size(mFifo) >= frameSize || (final && av_audio_fifo_size(mFifo) > 0)) {
-        const int count = std::min(frameSize, av_audio_fifo_size(mFifo));
-        AVFrame* frame = av_frame_alloc();
-        if (!frame) {
-            fail(AVERROR(ENOMEM), QStringLiteral("audio frame"));
-            return false;
-        }
-        frame->nb_samples = count;
-        frame->format = mAudioEncoder->sample_fmt;
-        frame->sample_rate = mAudioEncoder->sample_rate;
-        av_channel_layout_copy(&frame->ch_layout, &mAudioEncoder->ch_layout);
-        int result = av_frame_get_buffer(frame, 0);
-        if (result >= 0)
-            result = av_audio_fifo_read(mFifo, reinterpret_cast<void**>(frame->data), count);
-        if (result < 0) {
-            av_frame_free(&frame);
-            fail(result, QStringLiteral("audio frame"));
-            return false;
-        }
-        frame->pts = mAudioSamplesEncoded;
-        mAudioSamplesEncoded += count;
-        const bool written = encode(mAudioEncoder, mAudioStream, frame);
-        av_frame_free(&frame);
-        if (!written)
-            return false;
-    }
-    return true;
-}
-
 bool MovieWriter::appendSampleBuffer(const SampleBuffer& buffer)
 {
     if (mStatus != Status::Writing || !mAudioStream || mAudioFinished || buffer.channels != mSourceChannels)
@@ -353,10 +393,15 @@ bool MovieWriter::appendSampleBuffer(const SampleBuffer& buffer)
         }
         const uint8_t* input[] = {reinterpret_cast<const uint8_t*>(buffer.samples.data())};
         const int made = swr_convert(mResampler, planes, capacity, input, inputFrames);
-        if (made > 0)
-            result = av_audio_fifo_write(mFifo, reinterpret_cast<void**>(planes), made);
-        else
+        if (made > 0) {
+            {
+                const std::lock_guard lock(mAudioMutex);
+                result = av_audio_fifo_write(mFifo, reinterpret_cast<void**>(planes), made);
+            }
+            mAudioWake.notify_one();
+        } else {
             result = made;
+        }
         av_freep(&planes[0]);
         av_freep(&planes);
         if (result < 0) {
@@ -365,7 +410,7 @@ bool MovieWriter::appendSampleBuffer(const SampleBuffer& buffer)
         }
     }
     mAudioSamplesIn += inputFrames;
-    return encodeAudioFromFifo(false);
+    return takeAudioError();
 }
 
 void MovieWriter::markAsFinished(Input input)
@@ -390,14 +435,24 @@ void MovieWriter::markAsFinished(Input input)
             av_samples_alloc_array_and_samples(&planes, nullptr, mAudioEncoder->ch_layout.nb_channels,
                                                capacity, AV_SAMPLE_FMT_FLTP, 0) >= 0) {
             const int made = swr_convert(mResampler, planes, capacity, nullptr, 0);
-            if (made > 0)
+            if (made > 0) {
+                const std::lock_guard lock(mAudioMutex);
                 av_audio_fifo_write(mFifo, reinterpret_cast<void**>(planes), made);
+            }
             av_freep(&planes[0]);
             av_freep(&planes);
         }
-        if (encodeAudioFromFifo(true))
-            encode(mAudioEncoder, mAudioStream, nullptr);
+        {
+            const std::lock_guard lock(mAudioMutex);
+            mAudioInputEnded = true;
+        }
+        mAudioWake.notify_all();
+        if (mAudioThread.joinable())
+            mAudioThread.join();
+        takeAudioError();
+        return;
     }
+    stopAudioEncoder();
 }
 
 void MovieWriter::finishWriting()
@@ -423,6 +478,7 @@ void MovieWriter::cancelWriting()
 {
     if (mStatus == Status::Completed || mStatus == Status::Cancelled)
         return;
+    stopAudioEncoder();
     if (mFormat->pb)
         avio_closep(&mFormat->pb);
     QFile::remove(mPath);

@@ -5,10 +5,14 @@
 
 #include <QImage>
 #include <QString>
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 struct AVAudioFifo;
@@ -93,10 +97,15 @@ private:
     explicit MovieWriter(QString path) : mPath(std::move(path)) {}
     void setStatus(Status status);
     void fail(int averror, const QString& what);
-    bool encode(AVCodecContext* encoder, AVStream* stream, const AVFrame* frame);
     bool writeVideoPacket(const H264Encoder::Packet& packet);
+    /// Either thread; the muxer takes one packet at a time.
+    int muxPacket(AVPacket* packet);
     bool writePacket(AVPacket* packet);
-    bool encodeAudioFromFifo(bool final);
+    void runAudioEncoder();                // the audio thread
+    int encodeAudio(const AVFrame* frame); // the audio thread
+    void stopAudioEncoder();
+    /// Reports a failure of the audio thread as the writer's; false when there was one.
+    bool takeAudioError();
     double videoSeconds() const;
     double audioSeconds() const;
 
@@ -113,11 +122,19 @@ private:
     SwrContext* mResampler = nullptr;
     AVAudioFifo* mFifo = nullptr;
     AVPacket* mPacket = nullptr;
+    AVPacket* mAudioPacket = nullptr; // the audio thread's
+    std::thread mAudioThread;
+    std::mutex mAudioMutex; // guards the FIFO and the two flags below
+    std::condition_variable mAudioWake;
+    bool mAudioInputEnded = false;
+    bool mAudioStopping = false;
+    std::atomic<int> mAudioError = 0;
+    std::mutex mMuxMutex;
     int mSourceChannels = 0;
     int64_t mSessionStartFrame = 0;
     int64_t mNextVideoFrame = 0;
     int64_t mAudioSamplesIn = 0;
-    int64_t mAudioSamplesEncoded = 0;
+    int64_t mAudioSamplesEncoded = 0; // the audio thread's
     bool mVideoFinished = false;
     bool mAudioFinished = false;
     bool mHeaderWritten = false;

@@ -13,6 +13,13 @@
 
 namespace spindrel {
 
+namespace {
+
+constexpr std::array<CassetteGeometry::Reel, 2> reels = {CassetteGeometry::Reel::Left,
+                                                         CassetteGeometry::Reel::Right};
+
+} // namespace
+
 TapeMovie::TapeMovie(TapePtr tape)
     : mTape(std::move(tape)), mFilename(temporaryMovieURLWithExtension(QStringLiteral("mov")))
 {
@@ -188,40 +195,55 @@ void TapeMovie::videoBlock()
 {
     if (mFrameIndex < mFrameCount && mContinue) {
         mContinue = reportProgress(double(mFrameIndex) / double(mFrameCount));
-        mTapeView->rotationStep(reelSpeed);
-        const QImage thumbnail = mTapeView->thumbnail(offscreenScale);
-        appendFrame(thumbnail);
+        appendFrame(reelPicturesForFrame(mFrameIndex));
         ++mFrameIndex;
         return;
     }
     videoWriterFinished();
 }
 
-void TapeMovie::appendFrame(const QImage& thumbnail)
+const TapeMovie::ReelPictures& TapeMovie::reelPicturesForFrame(int64_t frame)
 {
-    const QSize size(frameWidth, frameHeight);
-    if (mPixelBuffer.isNull()) {
-        mPixelBuffer = newPixelBufferWithSize(size, thumbnail);
-        mAssetWriter->appendPixelBuffer(mPixelBuffer, mFrameIndex);
-        return;
+    // The hubs come round to the same angle every turn, so one turn's worth is drawn and kept.
+    const auto step = std::size_t(frame % stepsPerTurn);
+    if (step < mReelPictures.size())
+        return mReelPictures[step];
+    mTapeView->rotationStep(reelSpeed);
+    const QImage thumbnail = mTapeView->thumbnail(offscreenScale);
+    if (mPixelBuffer.isNull())
+        mPixelBuffer = newPixelBufferWithSize(QSize(frameWidth, frameHeight), thumbnail);
+    ReelPictures pictures;
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const QRect rect =
+            CassetteArtwork::reelPixelRect(reels[i], offscreenScale).intersected(thumbnail.rect());
+        pictures[i] = thumbnail.copy(rect);
     }
+    mReelPictures.push_back(std::move(pictures));
+    return mReelPictures.back();
+}
+
+void TapeMovie::appendFrame(const ReelPictures& pictures)
+{
     // A pool of one buffer: only the hubs differ from the frame before, so only they are copied.
-    const QPoint offset = pictureOffset(size, thumbnail.size());
+    const QSize size(frameWidth, frameHeight);
+    const QSize pictureSize = (CassetteArtwork::tapeSize() * offscreenScale).toSize();
+    const QPoint offset = pictureOffset(size, pictureSize);
     std::vector<QRect> changed;
-    for (const auto reel : {CassetteGeometry::Reel::Left, CassetteGeometry::Reel::Right}) {
-        const QRect source =
-            CassetteArtwork::reelPixelRect(reel, offscreenScale).intersected(thumbnail.rect());
-        const QRect target = source.translated(offset).intersected(mPixelBuffer.rect());
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const QImage& picture = pictures[i];
+        const QPoint origin = CassetteArtwork::reelPixelRect(reels[i], offscreenScale).topLeft() + offset;
+        const QRect target = QRect(origin, picture.size()).intersected(mPixelBuffer.rect());
         for (int y = target.top(); y <= target.bottom(); ++y) {
-            const auto* from = reinterpret_cast<const quint32*>(thumbnail.constScanLine(y - offset.y())) +
-                               (target.left() - offset.x());
+            const auto* from = reinterpret_cast<const quint32*>(picture.constScanLine(y - origin.y())) +
+                               (target.left() - origin.x());
             auto* to = reinterpret_cast<quint32*>(mPixelBuffer.scanLine(y)) + target.left();
             for (int x = 0; x < target.width(); ++x)
                 to[x] = from[x] | 0xff000000u;
         }
         changed.push_back(target);
     }
-    mAssetWriter->appendPixelBuffer(mPixelBuffer, mFrameIndex, changed);
+    mAssetWriter->appendPixelBuffer(mPixelBuffer, mFrameIndex,
+                                    mFrameIndex == 0 ? std::vector<QRect>{} : changed);
 }
 
 void TapeMovie::audioBlock()

@@ -8,11 +8,13 @@
 #include <QImage>
 #include <QObject>
 #include <QPointer>
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <thread>
+#include <vector>
 
 namespace spindrel {
 
@@ -40,6 +42,9 @@ public:
     static constexpr qreal offscreenScale = 2.0;
     /// The reels turn as at play speed: one rotation step per frame.
     static constexpr double reelSpeed = 1.0;
+    /// Frames until the hubs show the same angle again: a step at play speed turns them 2 degrees.
+    static constexpr int stepsPerTurn = 180;
+    static_assert(stepsPerTurn * 2.0 * reelSpeed == 360.0);
 
     explicit TapeMovie(TapePtr tape);
     /// Stops a running export (reported as a failed write) and waits for its thread.
@@ -90,8 +95,10 @@ private:
     bool reportProgress(double progress);
     void writerStatusChanged(MovieWriter::Status status);
     void runQueue();
+    using ReelPictures = std::array<QImage, 2>; // the left and the right hub, as drawn
     void videoBlock();
-    void appendFrame(const QImage& thumbnail);
+    const ReelPictures& reelPicturesForFrame(int64_t frame);
+    void appendFrame(const ReelPictures& pictures);
     void audioBlock();
 
     TapePtr mTape;
@@ -106,6 +113,7 @@ private:
     // Stands in for the off-screen cassette view: the same picture, drawn on the export thread.
     std::unique_ptr<CassetteArtwork> mTapeView;
     QImage mPixelBuffer;
+    std::vector<ReelPictures> mReelPictures; // one turn, frame by frame
 
     int64_t mFrameCount = 0;
     int64_t mFrameIndex = 0;

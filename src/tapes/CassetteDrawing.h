@@ -18,6 +18,10 @@ class CassetteDrawing
 public:
     static void drawShell(QPainter& painter);
     static void drawLabel(QPainter& painter, const CassetteValues& values);
+    /// The label without its three lines of text, which lie apart from everything else on it.
+    static void drawLabelBody(QPainter& painter, const CassetteValues& values);
+    /// The title, the time line and the notes.
+    static void drawLabelText(QPainter& painter, const CassetteValues& values);
     /// The dark inside of the cassette behind the window and the wound tape packs.
     static void drawWindowInterior(QPainter& painter, const CassetteValues& values);
     /// One hub at `angleRadians` (counter-clockwise on screen for positive angles).

@@ -94,6 +94,12 @@ void drawQualityBox(QPainter& painter, const CassetteValues& values)
 
 void CassetteDrawing::drawLabel(QPainter& painter, const CassetteValues& values)
 {
+    drawLabelBody(painter, values);
+    drawLabelText(painter, values);
+}
+
+void CassetteDrawing::drawLabelBody(QPainter& painter, const CassetteValues& values)
+{
     const QPainterPath label = labelPath();
     drawSoftShadow(painter, label, 2.5, QPointF(0, 1.0), 0.45);
     const QRectF rect = G::labelRect();
@@ -108,9 +114,6 @@ void CassetteDrawing::drawLabel(QPainter& painter, const CassetteValues& values)
     painter.fillRect(QRectF(rect.left(), 160.0, rect.width(), 1.0), band);
 
     drawRule(painter, 203.0);
-    drawElidedText(painter, G::titleRect(), font(24, QFont::Bold), values.titleColor, values.title);
-    drawElidedText(painter, G::timeLineRect(), font(12, QFont::Normal), QColor(74, 68, 58), values.timeLine);
-    drawElidedText(painter, G::notesRect(), font(11, QFont::Normal, true), QColor(104, 97, 86), values.notes);
     drawLetterBox(painter, values);
     drawQualityBox(painter, values);
 
@@ -120,6 +123,13 @@ void CassetteDrawing::drawLabel(QPainter& painter, const CassetteValues& values)
                      QPointF(rect.right() - labelCornerRadius, rect.top() + 0.6));
     painter.setPen(QPen(QColor(60, 50, 30, 110), 0.8));
     painter.drawPath(label);
+}
+
+void CassetteDrawing::drawLabelText(QPainter& painter, const CassetteValues& values)
+{
+    drawElidedText(painter, G::titleRect(), font(24, QFont::Bold), values.titleColor, values.title);
+    drawElidedText(painter, G::timeLineRect(), font(12, QFont::Normal), QColor(74, 68, 58), values.timeLine);
+    drawElidedText(painter, G::notesRect(), font(11, QFont::Normal, true), QColor(104, 97, 86), values.notes);
 }
 
 } // namespace spindrel

@@ -43,6 +43,7 @@ void Tape::loadAttributes()
 {
     // The artist is written, never read back.
     mArtist = QString();
+    mCoverArtOnFile.reset();
     bool letterSettled = false;
     try {
         // Opening tags would create a missing file; a tape never does.
@@ -99,8 +100,11 @@ Tape::CommitPlan Tape::commitPlan() const
     plan.tapeLetter = mTapeLetter;
     plan.recordedQuality = mRecordedQuality;
     // The artist alone shows nowhere on the cassette.
-    if (plan.fields & (TapeLetterField | DateField | NotesField | TitleField))
-        plan.coverArt = TapeCassette::valuesForTape(*this);
+    if (plan.fields & (TapeLetterField | DateField | NotesField | TitleField)) {
+        CassetteValues cover = TapeCassette::valuesForTape(*this);
+        if (cover != mCoverArtOnFile)
+            plan.coverArt = std::move(cover);
+    }
     return plan;
 }
 
@@ -162,6 +166,8 @@ bool Tape::finishCommit(const CommitPlan& plan, const CommitResult& result)
         Q_EMIT commitFailed(result.failure);
         return false;
     }
+    if (result.outcome == Outcome::Written && plan.coverArt)
+        mCoverArtOnFile = plan.coverArt;
     if (result.filename != mFilename) {
         mFilename = result.filename;
         Q_EMIT filenameChanged();

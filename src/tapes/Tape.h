@@ -40,9 +40,9 @@ public:
 
     void loadAttributes();
     /// Writes the dirty fields into the file in one step, renders new cover art when a visible
-    /// field changed, and renames the file after a title change. False when nothing could be
-    /// written: every flag stays and the file keeps its name (commitFailed says why, unless the
-    /// file is missing). The same as finishCommit(plan, writeCommit(plan)) with a plan taken now.
+    /// field changed what the cassette shows, and renames the file after a title change. False when nothing
+    /// could be written: every flag stays and the file keeps its name (commitFailed says why, unless the file
+    /// is missing). The same as finishCommit(plan, writeCommit(plan)) with a plan taken now.
     bool commitAttributes();
 
     /// What a commit writes, taken from the tape at one moment, so that the writing can happen
@@ -169,6 +169,9 @@ private:
     quint64 mBitrate = 0;
     quint64 mSamplerate = 0;
     bool mStereo = false;
+
+    // What the cover art this tape last wrote shows: a commit that would draw the same writes none.
+    std::optional<CassetteValues> mCoverArtOnFile;
 
     unsigned mDirtyFields = 0;
     quint64 mEdits = 0;                 // every assignment of an edited field counts

@@ -1,10 +1,9 @@
 #include "tapes/TapeCassette.h"
 
-#include "tapes/CassetteArtwork.h"
+#include "tapes/CassetteCoverArt.h"
 #include "tapes/DurationFormatter.h"
 #include "tapes/Tape.h"
 
-#include <QBuffer>
 #include <QLocale>
 
 namespace spindrel {
@@ -44,13 +43,7 @@ QByteArray TapeCassette::coverArtPNG(const Tape& tape)
 
 QByteArray TapeCassette::coverArtPNG(const CassetteValues& values)
 {
-    CassetteArtwork artwork(values);
-    const QImage image = artwork.coverArtImage();
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return png;
+    return CassetteCoverArt::png(values);
 }
 
 } // namespace spindrel

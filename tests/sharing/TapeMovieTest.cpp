@@ -157,6 +157,46 @@ TEST_F(TapeMovieTest, FramesASecondApartDifferOnlyAroundTheReels)
     EXPECT_NEAR(qBlue(decoded), qBlue(expected), 6);
 }
 
+TEST_F(TapeMovieTest, ReelsShowTheirAngleInEveryFramePastAWholeTurn)
+{
+    // 216 frames: the hubs turn 2 degrees a frame, so they come round after 180.
+    TapePtr tape = makeTape(QStringLiteral("turns.m4a"), 9.0);
+    ASSERT_TRUE(tape);
+    TapeMovie movie(tape);
+    exportMovie(movie);
+
+    const CassetteValues values = TapeCassette::valuesForTape(*tape);
+    const QSize size(1280, 720);
+    const QPoint offset = TapeMovie::pictureOffset(size, CassetteArtwork(values).thumbnail(2.0).size());
+    // The hubs as frame n shows them: turned one step more than the frame before, from the start.
+    auto hubsAtFrame = [&](int frame) {
+        CassetteArtwork artwork(values);
+        for (int step = 0; step <= frame; ++step)
+            artwork.rotationStep(TapeMovie::reelSpeed);
+        return TapeMovie::newPixelBufferWithSize(size, artwork.thumbnail(2.0));
+    };
+    auto meanDifference = [&](const QImage& a, const QImage& b) {
+        double sum = 0;
+        int count = 0;
+        for (const Reel reel : {Reel::Left, Reel::Right}) {
+            const QRect rect = CassetteArtwork::reelPixelRect(reel, 2.0).translated(offset);
+            for (int y = rect.top(); y <= rect.bottom(); ++y)
+                for (int x = rect.left(); x <= rect.right(); ++x, ++count)
+                    sum += std::abs(qGray(a.pixel(x, y)) - qGray(b.pixel(x, y)));
+        }
+        return sum / count;
+    };
+    for (const int frame : {10, 100, 190, 215}) {
+        const QImage decoded = mediatools::decodeFrame(movie.filename(), frame);
+        ASSERT_EQ(decoded.size(), size) << frame;
+        const double right = meanDifference(decoded, hubsAtFrame(frame));
+        const double turnedOn = meanDifference(decoded, hubsAtFrame(frame + 8));
+        // Coding loses a little in the moving blocks; 16 degrees off shows four times as much.
+        EXPECT_LT(right, 9.0) << "frame " << frame;
+        EXPECT_GT(turnedOn, 2.5 * right) << "frame " << frame;
+    }
+}
+
 TEST_F(TapeMovieTest, StoppingThroughTheProgressBlockCutsTheVideoAndKeepsTheAudio)
 {
     TapePtr tape = makeTape(QStringLiteral("stop.m4a"), 4.0);

@@ -120,6 +120,43 @@ TEST_F(TapeTest, UntaggedFileLoadsWithDefaultsAndCommitsWithoutRenaming)
     EXPECT_EQ(MP4Tags::fromFile(path)->coverArt(), cover);
 }
 
+TEST_F(TapeTest, CoverArtIsDrawnOnlyWhenWhatTheCassetteShowsChanged)
+{
+    const QString path = tapePath();
+    Tape tape(path);
+    tape.setDate(march4);
+    ASSERT_TRUE(tape.commitAttributes());
+    const std::optional<QByteArray> drawn = MP4Tags::fromFile(path)->coverArt();
+    ASSERT_TRUE(drawn);
+    // A stand-in for the picture, so that a cover drawn again would show.
+    const QByteArray marker("not drawn again");
+    ASSERT_TRUE(MP4Tags::fromFile(path)->setCoverArt(marker));
+
+    // Notes and date set to what they were, and the artist, who shows nowhere, change nothing.
+    tape.setNotes(tape.notes());
+    tape.setDate(march4);
+    tape.setArtist(QStringLiteral("Maria"));
+    ASSERT_TRUE(tape.commitAttributes());
+    EXPECT_FALSE(tape.dirty());
+    EXPECT_EQ(MP4Tags::fromFile(path)->coverArt(), marker);
+    EXPECT_EQ(MP4Tags::fromFile(path)->artist(), QStringLiteral("Maria"));
+
+    tape.setNotes(QStringLiteral("shown on the label"));
+    ASSERT_TRUE(tape.commitAttributes());
+    const std::optional<QByteArray> redrawn = MP4Tags::fromFile(path)->coverArt();
+    ASSERT_TRUE(redrawn);
+    EXPECT_NE(*redrawn, marker);
+    EXPECT_NE(*redrawn, *drawn);
+    EXPECT_EQ(QImage::fromData(*redrawn, "PNG").size(), QSize(880, 560));
+
+    // A tape loaded anew knows nothing of the file's picture and draws it.
+    Tape reloaded(path);
+    ASSERT_TRUE(MP4Tags::fromFile(path)->setCoverArt(marker));
+    reloaded.setNotes(reloaded.notes());
+    ASSERT_TRUE(reloaded.commitAttributes());
+    EXPECT_EQ(MP4Tags::fromFile(path)->coverArt(), redrawn);
+}
+
 TEST_F(TapeTest, CommittedTitleRenamesAndEveryFieldReadsBack)
 {
     const QString path = tapePath();
