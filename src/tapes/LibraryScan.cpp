@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <QThread>
 #include <algorithm>
+#include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 namespace spindrel {
@@ -19,6 +21,14 @@ constexpr int kBatchMs = 100;
 // Reading a tape is a few small reads: with more readers than cores a cold disk has several
 // requests to serve at once, while a warm cache keeps every core busy.
 constexpr int kMinReaders = 4;
+// A scan in the background yields to the deck's own thread, which has a window to paint: the
+// threads' own priority, since Qt's priorities change nothing for ordinary threads on Linux.
+constexpr int kBackgroundNice = 10;
+
+void yieldToForeground()
+{
+    setpriority(PRIO_PROCESS, id_t(gettid()), kBackgroundNice);
+}
 } // namespace
 
 LibraryScan::LibraryScan(Request request, QObject* parent)
@@ -66,6 +76,7 @@ void LibraryScan::post(std::function<void()> call)
 
 void LibraryScan::run()
 {
+    yieldToForeground();
     const QString& folder = mRequest.folder;
     const QStringList found = mRequest.tidy ? TapeLibraryArrayController::tidyAndList(folder)
                                             : TapeLibraryArrayController::soundFileList(folder);
@@ -84,6 +95,7 @@ void LibraryScan::run()
 
     std::atomic<qsizetype> next{0};
     onEveryCore([&] {
+        yieldToForeground();
         QList<TapePtr> batch;
         qsizetype batchSize = kFirstBatchSize;
         QElapsedTimer age;
