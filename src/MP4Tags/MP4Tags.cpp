@@ -101,6 +101,21 @@ std::unique_ptr<MP4Tags> MP4Tags::fromFile(const QString& path)
     return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle, path, writable));
 }
 
+std::unique_ptr<MP4Tags> MP4Tags::forReading(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const int fileHandle = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fileHandle < 0)
+        return nullptr;
+    struct stat status;
+    if (fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(fileHandle);
+        return nullptr;
+    }
+    posix_fadvise(fileHandle, 0, 0, POSIX_FADV_RANDOM);
+    return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle, path, false));
+}
+
 MP4Tags::~MP4Tags()
 {
     if (mFileHandle >= 0)

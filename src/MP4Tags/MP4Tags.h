@@ -55,6 +55,10 @@ public:
     /// Opens the file for reading and writing, creating it when missing; a file that may only be
     /// read is opened for reading. Nothing if that fails or the path is not a regular file.
     static std::unique_ptr<MP4Tags> fromFile(const QString& path);
+    /// Opens an existing regular file for reading only, with the system's read-ahead off: a walk
+    /// of the atoms jumps, and what lies between (the audio, the cover art) is never wanted.
+    /// Edits are refused.
+    static std::unique_ptr<MP4Tags> forReading(const QString& path);
     ~MP4Tags();
     MP4Tags(const MP4Tags&) = delete;
 

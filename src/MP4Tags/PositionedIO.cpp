@@ -11,6 +11,16 @@
 namespace spindrel {
 
 namespace {
+thread_local ReadTrace* tReadTrace = nullptr;
+
+ssize_t preadTraced(int fileHandle, void* buffer, size_t count, off_t offset)
+{
+    const ssize_t got = pread(fileHandle, buffer, count, offset);
+    if (tReadTrace && got > 0)
+        tReadTrace->note(fileHandle, uint64_t(offset), got);
+    return got;
+}
+
 // Offsets past what off_t can hold are never inside a file.
 bool representable(uint64_t offset, size_t count)
 {
@@ -21,7 +31,7 @@ ssize_t preadFromFile(int fileHandle, void* buffer, size_t count, uint64_t offse
     size_t done = 0;
     while (done < count) {
         const ssize_t got =
-            pread(fileHandle, static_cast<char*>(buffer) + done, count - done, off_t(offset + done));
+            preadTraced(fileHandle, static_cast<char*>(buffer) + done, count - done, off_t(offset + done));
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0)
@@ -55,7 +65,7 @@ struct ReadAhead
             // A regular file reads short only at its end, so one read settles the block.
             ssize_t got = 0;
             do
-                got = pread(fileHandle, bytes.data(), blockSize, off_t(index * blockSize));
+                got = preadTraced(fileHandle, bytes.data(), blockSize, off_t(index * blockSize));
             while (got < 0 && errno == EINTR);
             if (got < 0)
                 return nullptr;
@@ -199,6 +209,21 @@ ReadAheadBypass::~ReadAheadBypass()
 {
     if (mSuspended)
         tReadAhead = static_cast<ReadAhead*>(mSuspended);
+}
+
+ReadTrace::ReadTrace() : mOuter(tReadTrace)
+{
+    tReadTrace = this;
+}
+
+ReadTrace::~ReadTrace()
+{
+    tReadTrace = mOuter;
+}
+
+void ReadTrace::note(int fileHandle, uint64_t offset, ssize_t count)
+{
+    mReads.push_back({fileHandle, offset, size_t(count)});
 }
 
 ssize_t preadFully(int fileHandle, void* buffer, size_t count, uint64_t offset)

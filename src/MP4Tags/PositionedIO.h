@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <sys/types.h>
+#include <vector>
 
 namespace spindrel {
 
@@ -46,6 +47,31 @@ public:
 
 private:
     void* mSuspended = nullptr;
+};
+
+/// While one lives, every read that reaches a file from this thread is noted, so that a check can
+/// tell which bytes of a file a walk asked the system for.
+class ReadTrace
+{
+public:
+    struct Read
+    {
+        int fileHandle = -1;
+        uint64_t offset = 0;
+        size_t count = 0; // the bytes that came back
+    };
+
+    ReadTrace();
+    ~ReadTrace();
+    ReadTrace(const ReadTrace&) = delete;
+    ReadTrace& operator=(const ReadTrace&) = delete;
+
+    const std::vector<Read>& reads() const { return mReads; }
+    void note(int fileHandle, uint64_t offset, ssize_t count);
+
+private:
+    std::vector<Read> mReads;
+    ReadTrace* mOuter;
 };
 
 /// The file's length, or -1 when it cannot be had. Inside a ReadAheadScope it is asked of the file

@@ -359,15 +359,20 @@ std::optional<QDateTime> parseStandardDescription(const QString& text)
     if (!ok || !date.isValid() || !time.isValid())
         return std::nullopt;
     const int offsetSeconds = (text.at(20) == QLatin1Char('-') ? -60 : 60) * offsetMinutes;
-    return QDateTime(date, time, Qt::OffsetFromUTC, offsetSeconds).toLocalTime();
+    return QDateTime(date, time, Qt::OffsetFromUTC, offsetSeconds);
 }
 
 } // namespace
 
+std::optional<QDateTime> DateParser::storedInstant(const QString& text)
+{
+    return parseStandardDescription(text);
+}
+
 std::optional<QDateTime> DateParser::dateWithNaturalLanguageString(const QString& text)
 {
     if (auto stored = parseStandardDescription(text))
-        return stored;
+        return stored->toLocalTime();
     const auto result = DateParser().parse(text);
     if (!result)
         return std::nullopt;

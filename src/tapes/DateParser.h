@@ -43,6 +43,11 @@ public:
     /// The instant of parse(text) against the present moment.
     static std::optional<QDateTime> dateWithNaturalLanguageString(const QString& text);
 
+    /// The instant of the stored form (standardDescription) with the offset it was written in,
+    /// not yet turned into local time, which takes the system's time zone lock; nothing for any
+    /// other text.
+    static std::optional<QDateTime> storedInstant(const QString& text);
+
     /// The text form a tape stores its date in ("2012-03-04 10:15:00 +0000", in UTC). parse()
     /// reads it back to the same second.
     static QString standardDescription(const QDateTime& date);

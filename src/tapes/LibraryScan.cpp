@@ -1,18 +1,34 @@
 #include "tapes/LibraryScan.h"
 
-#include "MP4Tags/MP4Tags.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QElapsedTimer>
 #include <QThread>
+#include <algorithm>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <vector>
 
 namespace spindrel {
 
 namespace {
 // A batch goes to the list when it is this large or this old, so the list fills at a pace the
-// eye can follow without a rearrangement per tape.
-constexpr int kBatchSize = 64;
+// eye can follow without a rearrangement per tape. The first comes soon, so the deck has a tape
+// to show; later ones are larger, each costing the list a turn of its own.
+constexpr int kFirstBatchSize = 64;
+constexpr int kBatchSize = 4096;
 constexpr int kBatchMs = 100;
+// Reading a tape is a few small reads: with more readers than cores a cold disk has several
+// requests to serve at once, while a warm cache keeps every core busy.
+constexpr int kMinReaders = 4;
+// A scan in the background yields to the deck's own thread, which has a window to paint: the
+// threads' own priority, since Qt's priorities change nothing for ordinary threads on Linux.
+constexpr int kBackgroundNice = 10;
+
+void yieldToForeground()
+{
+    setpriority(PRIO_PROCESS, id_t(gettid()), kBackgroundNice);
+}
 } // namespace
 
 LibraryScan::LibraryScan(Request request, QObject* parent)
@@ -60,12 +76,10 @@ void LibraryScan::post(std::function<void()> call)
 
 void LibraryScan::run()
 {
+    yieldToForeground();
     const QString& folder = mRequest.folder;
-    if (mRequest.tidy) {
-        MP4Tags::removeStaleEditFiles(folder);
-        TapeLibraryArrayController::recoverInterruptedRecordings(folder);
-    }
-    const QStringList found = TapeLibraryArrayController::soundFileList(folder);
+    const QStringList found = mRequest.tidy ? TapeLibraryArrayController::tidyAndList(folder)
+                                            : TapeLibraryArrayController::soundFileList(folder);
     const QSet<QString> foundSet(found.begin(), found.end());
     QStringList gone;
     for (const QString& path : std::as_const(mRequest.known)) {
@@ -79,28 +93,66 @@ void LibraryScan::run()
     }
     post([this, gone, count = int(fresh.size())] { Q_EMIT listed(gone, count); });
 
-    QList<TapePtr> batch;
-    QElapsedTimer age;
-    age.start();
-    const auto handOver = [&] {
-        // Made here, the tapes belong to the thread that receives them.
-        for (const TapePtr& tape : std::as_const(batch))
-            tape->moveToThread(mHome);
-        post([this, tapes = std::exchange(batch, {})] { Q_EMIT loaded(tapes); });
-        age.restart();
-    };
-    for (const QString& path : std::as_const(fresh)) {
-        if (mCancelled)
-            return;
-        batch.append(std::make_shared<Tape>(path));
-        if (batch.size() >= kBatchSize || age.elapsed() >= kBatchMs)
+    std::atomic<qsizetype> next{0};
+    onEveryCore([&] {
+        yieldToForeground();
+        QList<TapePtr> batch;
+        qsizetype batchSize = kFirstBatchSize;
+        QElapsedTimer age;
+        age.start();
+        const auto handOver = [&] {
+            batchSize = kBatchSize;
+            // Made here, the tapes belong to the thread that receives them.
+            for (const TapePtr& tape : std::as_const(batch))
+                tape->moveToThread(mHome);
+            post([this, tapes = std::exchange(batch, {})] { Q_EMIT loaded(tapes); });
+            age.restart();
+        };
+        for (qsizetype i = next++; i < fresh.size(); i = next++) {
+            if (mCancelled)
+                return;
+            batch.append(std::make_shared<Tape>(fresh.at(i)));
+            if (batch.size() >= batchSize || age.elapsed() >= kBatchMs)
+                handOver();
+        }
+        if (!mCancelled && !batch.isEmpty())
             handOver();
-    }
+    });
     if (mCancelled)
         return;
-    if (!batch.isEmpty())
-        handOver();
     post([this] { Q_EMIT finished(); });
+}
+
+} // namespace spindrel
+
+namespace spindrel {
+
+void LibraryScan::onEveryCore(const std::function<void()>& work)
+{
+    const int readers = std::max(kMinReaders, QThread::idealThreadCount());
+    std::vector<std::unique_ptr<QThread>> helpers;
+    for (int i = 1; i < readers; ++i) {
+        helpers.emplace_back(QThread::create(work));
+        helpers.back()->start(QThread::currentThread()->priority());
+    }
+    work();
+    for (const auto& helper : helpers)
+        helper->wait();
+}
+
+QList<TapePtr> LibraryScan::loadTapes(const QStringList& paths)
+{
+    std::vector<TapePtr> tapes(size_t(paths.size()));
+    QThread* home = QThread::currentThread();
+    std::atomic<qsizetype> next{0};
+    onEveryCore([&] {
+        for (qsizetype i = next++; i < paths.size(); i = next++) {
+            auto tape = std::make_shared<Tape>(paths.at(i));
+            tape->moveToThread(home);
+            tapes[size_t(i)] = std::move(tape);
+        }
+    });
+    return QList<TapePtr>(tapes.begin(), tapes.end());
 }
 
 } // namespace spindrel

@@ -39,6 +39,11 @@ public:
     /// Cancels the scan and lets it go without waiting: it deletes itself when its thread ends.
     static void retire(std::unique_ptr<LibraryScan> scan);
 
+    /// Reads the files into tapes on every core, the calling thread's among them, and returns them
+    /// in the order given, belonging to the calling thread. For a caller that waits for the whole
+    /// folder.
+    static QList<TapePtr> loadTapes(const QStringList& paths);
+
 Q_SIGNALS:
     /// The known paths that are gone, and how many new files will be read.
     void listed(const QStringList& gone, int newFiles);
@@ -47,6 +52,8 @@ Q_SIGNALS:
 
 private:
     void run(); // the scan's thread
+    /// Runs `work` on the calling thread and on the helpers beside it, and returns when all are done.
+    static void onEveryCore(const std::function<void()>& work);
     void post(std::function<void()> call);
 
     Request mRequest;

@@ -46,16 +46,20 @@ void Tape::loadAttributes()
     mCoverArtOnFile.reset();
     bool letterSettled = false;
     try {
-        // Opening tags would create a missing file; a tape never does.
-        auto tags = QFileInfo(mFilename).isFile() ? MP4Tags::fromFile(mFilename) : nullptr;
+        // Read only: loading never creates or changes a file.
+        auto tags = MP4Tags::forReading(mFilename);
         if (tags) {
-            const ReadAheadScope readAhead(tags->fileHandle());
+            // Page-sized blocks: the walk reads the pages that hold atom headers and text items,
+            // and none of those in between, where the audio and the cover art lie.
+            const ReadAheadScope readAhead(tags->fileHandle(), 4096);
             if (auto title = tags->title())
                 mTitle = *title;
             if (auto lyrics = tags->lyrics())
                 mNotes = *lyrics;
             if (auto releaseDate = tags->releaseDate()) {
-                if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
+                if (auto instant = DateParser::storedInstant(*releaseDate))
+                    storeInstant(*instant);
+                else if (auto date = DateParser::dateWithNaturalLanguageString(*releaseDate))
                     storeDate(*date);
             }
             mRecordedQuality = readRecordedQuality(*tags).value_or(QString());
@@ -95,7 +99,7 @@ Tape::CommitPlan Tape::commitPlan() const
     plan.stamp = mEdits;
     plan.title = mTitle;
     plan.notes = mNotes;
-    plan.date = mDate;
+    plan.date = date();
     plan.artist = mArtist;
     plan.tapeLetter = mTapeLetter;
     plan.recordedQuality = mRecordedQuality;
@@ -237,7 +241,23 @@ void Tape::setNotes(const QString& notes)
 void Tape::storeDate(const QDateTime& date)
 {
     mDate = date;
+    mDateIsLocal = true;
     mDateSortKey = date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+}
+
+void Tape::storeInstant(const QDateTime& instant)
+{
+    storeDate(instant);
+    mDateIsLocal = false;
+}
+
+const QDateTime& Tape::date() const
+{
+    if (!mDateIsLocal) {
+        mDate = mDate.toLocalTime();
+        mDateIsLocal = true;
+    }
+    return mDate;
 }
 
 void Tape::setDate(const QDateTime& date)
@@ -295,7 +315,7 @@ QString Tape::description() const
     return QStringLiteral("<Tape: %1, Duration: %2s, Date: %3>")
         .arg(mTitle)
         .arg(mDuration, 0, 'f', 6)
-        .arg(mDate.toString(Qt::ISODate));
+        .arg(date().toString(Qt::ISODate));
 }
 
 std::unique_ptr<QMimeData> Tape::mimeData() const

@@ -84,7 +84,8 @@ public:
     const QString& filename() const { return mFilename; }
     const QString& title() const { return mTitle; }
     const QString& notes() const { return mNotes; }
-    const QDateTime& date() const { return mDate; }
+    /// In local time.
+    const QDateTime& date() const;
     /// The date as milliseconds since the epoch (the lowest value when there is none), taken once
     /// per change so that sorting thousands of tapes converts no time zones.
     qint64 dateSortKey() const { return mDateSortKey; }
@@ -155,11 +156,15 @@ private:
     static std::variant<QString, Error> renameFile(const QString& path, const QDateTime& date,
                                                    const QString& title);
     void storeDate(const QDateTime& date);
+    /// Keeps an instant as stored, to be turned into local time at the first look at the date:
+    /// that conversion takes a process-wide lock, which loading on every core would queue on.
+    void storeInstant(const QDateTime& instant);
 
     QString mFilename;
     QString mTitle;
     QString mNotes;
-    QDateTime mDate;
+    mutable QDateTime mDate;
+    mutable bool mDateIsLocal = true;
     qint64 mDateSortKey = std::numeric_limits<qint64>::min();
     QString mArtist;
     TapeLetter mTapeLetter;

@@ -1,6 +1,7 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include "MP4Tags/MP4Tags.h"
+#include "audio/MP4Remuxer.h"
 #include "foundation/Log.h"
 #include "tapes/Trash.h"
 
@@ -11,6 +12,8 @@
 #include <QMimeDatabase>
 #include <QScopedValueRollback>
 #include <QSet>
+#include <dirent.h>
+#include <sys/stat.h>
 
 namespace spindrel {
 
@@ -25,14 +28,23 @@ TapeLibraryArrayController::TapeLibraryArrayController(const QString& folderPath
     mCoalesce.setSingleShot(true);
     mCoalesce.setInterval(kCoalesceMs);
     connect(&mCoalesce, &QTimer::timeout, this, &TapeLibraryArrayController::coalescedFolderEvents);
+    // Filtered out or not, every tape that comes in by another way than a scan counts.
+    connect(sourceModel(), &QAbstractItemModel::rowsInserted, this, [this] {
+        if (!mApplyingScan)
+            mOtherArrivals = true;
+    });
     if (loading == Loading::InBackground) {
-        scanInBackground(true);
+        // Begun once the event loop turns, so that the readers leave the cores to the window
+        // being built; asked for before then, it begins at once.
+        mScanPending = true;
+        QTimer::singleShot(0, this, [this] {
+            if (mScanPending)
+                scanInBackground(true);
+        });
         return;
     }
     // What an interrupted tag edit left behind is gone before anything reads the folder.
-    MP4Tags::removeStaleEditFiles(mFolderPath);
-    recoverInterruptedRecordings(mFolderPath);
-    checkRecordingDirectory();
+    checkRecordingDirectory(tidyAndList(mFolderPath));
 }
 
 TapeLibraryArrayController::~TapeLibraryArrayController() = default;
@@ -53,6 +65,9 @@ void TapeLibraryArrayController::scanInBackground(bool tidy)
         mTidyAgain = mTidyAgain || tidy;
         return;
     }
+    // The first scan tidies the folder, whoever begins it.
+    if (std::exchange(mScanPending, false))
+        tidy = true;
     LibraryScan::Request request;
     request.folder = mFolderPath;
     request.tidy = tidy;
@@ -61,6 +76,7 @@ void TapeLibraryArrayController::scanInBackground(bool tidy)
     mSelectionBeforeScan = selectedObjects();
     mScanTotal = 0;
     mScanLoaded = 0;
+    mOtherArrivals = false;
     mScan = std::make_unique<LibraryScan>(std::move(request));
     connect(mScan.get(), &LibraryScan::listed, this, &TapeLibraryArrayController::scanListed);
     connect(mScan.get(), &LibraryScan::loaded, this, &TapeLibraryArrayController::takeScanBatch);
@@ -85,14 +101,14 @@ void TapeLibraryArrayController::scanListed(const QStringList& gone, int newFile
 void TapeLibraryArrayController::takeScanBatch(const QList<TapePtr>& tapes)
 {
     mScanLoaded += int(tapes.size());
-    // A tape may have come in by another way meanwhile (a finished recording).
-    QSet<QString> known;
-    for (const TapePtr& tape : content())
-        known.insert(tape->filename());
-    QList<TapePtr> added;
-    for (const TapePtr& tape : tapes) {
-        if (!known.contains(tape->filename()))
-            added.append(tape);
+    // A tape may have come in by another way meanwhile (a finished recording); the scan's own
+    // are new to the content, so only then is the content looked through.
+    QList<TapePtr> added = tapes;
+    if (mOtherArrivals) {
+        QSet<QString> known;
+        for (const TapePtr& tape : content())
+            known.insert(tape->filename());
+        added.removeIf([&known](const TapePtr& tape) { return known.contains(tape->filename()); });
     }
     if (!added.isEmpty()) {
         const QScopedValueRollback applying(mApplyingScan, true);
@@ -120,29 +136,56 @@ void TapeLibraryArrayController::scanDone()
         scanInBackground(std::exchange(mTidyAgain, false));
 }
 
-QStringList TapeLibraryArrayController::soundFileList(const QString& folder)
+QStringList TapeLibraryArrayController::soundFileList(const QString& folder, bool* leftovers)
 {
-    // Unsorted, hidden names included, no recursion; an unreadable folder lists nothing.
-    const QFileInfoList entries = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden, QDir::Unsorted);
+    // Unsorted, hidden names included, no recursion; an unreadable folder lists nothing. The
+    // entry's own type settles most names without a look at the file.
     QStringList paths;
-    for (const QFileInfo& entry : entries) {
-        const QString name = entry.fileName();
-        if (!name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
-            continue;
+    DIR* directory = ::opendir(QFile::encodeName(folder).constData());
+    if (!directory)
+        return paths;
+    const int folderHandle = ::dirfd(directory);
+    const QString finishing = MP4Remuxer::temporaryPathFor(QString());
+    while (const dirent* entry = ::readdir(directory)) {
+        const QString name = QFile::decodeName(entry->d_name);
         // A tag edit's temporary copy, whether live or left by a crash, is no tape.
-        if (name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-")))
+        const bool editCopy =
+            name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-"));
+        if (leftovers && (editCopy || RecordingRecovery::isInProgressPath(name) || name.endsWith(finishing)))
+            *leftovers = true;
+        if (editCopy || !name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
             continue;
         // Only regular files (or links to them): opening a FIFO or a device would block the scan.
-        if (!entry.isFile())
-            continue;
-        paths.append(folder + QLatin1Char('/') + name);
+        bool regular = entry->d_type == DT_REG;
+        if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+            struct stat status;
+            regular = ::fstatat(folderHandle, entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode);
+        }
+        if (regular)
+            paths.append(folder + QLatin1Char('/') + name);
     }
+    ::closedir(directory);
     return paths;
+}
+
+QStringList TapeLibraryArrayController::tidyAndList(const QString& folder)
+{
+    bool leftovers = false;
+    const QStringList paths = soundFileList(folder, &leftovers);
+    if (!leftovers)
+        return paths;
+    MP4Tags::removeStaleEditFiles(folder);
+    recoverInterruptedRecordings(folder);
+    return soundFileList(folder);
 }
 
 void TapeLibraryArrayController::checkRecordingDirectory()
 {
-    const QStringList found = soundFileList();
+    checkRecordingDirectory(soundFileList());
+}
+
+void TapeLibraryArrayController::checkRecordingDirectory(const QStringList& found)
+{
     const QSet<QString> foundSet(found.begin(), found.end());
 
     QSet<QString> known;
@@ -152,11 +195,12 @@ void TapeLibraryArrayController::checkRecordingDirectory()
         if (!foundSet.contains(tape->filename()))
             gone.append(tape);
     }
-    QList<TapePtr> added;
+    QStringList fresh;
     for (const QString& path : found) {
         if (!known.contains(path))
-            added.append(std::make_shared<Tape>(path));
+            fresh.append(path);
     }
+    const QList<TapePtr> added = LibraryScan::loadTapes(fresh);
 
     if (!gone.isEmpty())
         removeObjects(gone);

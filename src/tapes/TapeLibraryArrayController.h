@@ -38,7 +38,11 @@ public:
     /// exactly, but for tag edits' hidden temporary files; no recursion, in listing order. A FIFO,
     /// socket or device is never opened.
     QStringList soundFileList() const { return soundFileList(mFolderPath); }
-    static QStringList soundFileList(const QString& folder);
+    /// With `leftovers`, also tells whether the folder holds what interrupted edits, finishes or
+    /// recordings left.
+    static QStringList soundFileList(const QString& folder, bool* leftovers = nullptr);
+    /// Clears what interrupted edits and recordings left, when the folder holds any, and lists it.
+    static QStringList tidyAndList(const QString& folder);
     /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
     void checkRecordingDirectory();
     /// The same merge, read on a thread of its own: gone tapes leave first, then new tapes come in
@@ -46,7 +50,7 @@ public:
     /// another meanwhile. A request during a scan runs one more scan after it. With `tidy`, what
     /// interrupted edits and recordings left is cleared first.
     void scanInBackground(bool tidy = false);
-    bool isScanning() const { return mScan != nullptr; }
+    bool isScanning() const { return mScan != nullptr || mScanPending; }
     /// True while a background scan's tapes go in, and while its own choice of tape is made.
     bool isApplyingScan() const { return mApplyingScan; }
     /// How many new files the running (or last) background scan found, and has read so far.
@@ -99,6 +103,7 @@ Q_SIGNALS:
     void scanFinished();
 
 private:
+    void checkRecordingDirectory(const QStringList& found);
     void folderEvent();
     void coalescedFolderEvents();
     void scanListed(const QStringList& gone, int newFiles);
@@ -114,9 +119,11 @@ private:
 
     Loading mLoading;
     std::unique_ptr<LibraryScan> mScan;
+    bool mScanPending = false; // the first background scan, not yet begun
     bool mScanAgain = false;
     bool mApplyingScan = false;
     bool mTidyAgain = false;
+    bool mOtherArrivals = false;         // tapes came in by another way since the scan began
     QList<TapePtr> mSelectionBeforeScan; // what the scan may replace with the newest tape
     int mScanTotal = 0;
     int mScanLoaded = 0;

@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -160,4 +162,41 @@ TEST_F(BackgroundLibraryTest, AWithdrawnCommitStaysDirtyAndTheRestIsWrittenBefor
     if (tapes.last()->dirty()) {
         EXPECT_EQ(readFile(tapes.last()->filename()), untouched);
     }
+}
+
+TEST_F(BackgroundLibraryTest, PuttingAwayALibraryWithNothingChangedOpensNoTape)
+{
+    // Tapes as the deck leaves them: tags, letter and cover art written.
+    addFiles(mDir.path(), 6);
+    for (int i = 0; i < 6; ++i) {
+        Tape tape(path(QStringLiteral("file %1.m4a").arg(i)));
+        tape.setNotes(QStringLiteral("notes %1").arg(i));
+        ASSERT_TRUE(tape.commitAttributes());
+    }
+    TapeLibraryArrayController library(mDir.path(), Loading::InBackground);
+    ASSERT_TRUE(waitForScan(library));
+    ASSERT_EQ(library.content().size(), 6);
+
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(watch, 0);
+    ASSERT_GE(inotify_add_watch(watch, QFile::encodeName(mDir.path()).constData(), IN_OPEN), 0);
+    {
+        // What closing the deck does with the library.
+        TapeCommitQueue queue;
+        queue.commit(library.content());
+        queue.waitUntilIdle();
+        EXPECT_TRUE(queue.isIdle());
+    }
+    char events[4096];
+    const ssize_t got = read(watch, events, sizeof events);
+    close(watch);
+    QStringList opened;
+    for (ssize_t at = 0; at + ssize_t(sizeof(inotify_event)) <= got;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(events + at);
+        opened << QString::fromUtf8(event->len ? event->name : "");
+        at += ssize_t(sizeof(inotify_event) + event->len);
+    }
+    EXPECT_EQ(opened.join(u',').toStdString(), "");
+    for (const TapePtr& tape : library.content())
+        EXPECT_FALSE(tape->dirty()) << tape->filename().toStdString();
 }

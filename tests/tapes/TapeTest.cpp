@@ -2,11 +2,13 @@
 
 #include "MP4Tags/MP4Tags.h"
 #include "MP4Tags/MP4TestFiles.h"
+#include "MP4Tags/PositionedIO.h"
 #include "TapeTestFiles.h"
 #include "foundation/Log.h"
 #include "tapes/TapeLetterTag.h"
 #include "tapes/TapeQuality.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
@@ -14,6 +16,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMimeData>
+#include <QRandomGenerator>
 #include <QSet>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -379,6 +382,78 @@ TEST_F(TapeTest, LargeMdatBeforeMoovIsProbedAndItsTagsRead)
     EXPECT_EQ(tape.title(), QStringLiteral("Long night"));
     EXPECT_EQ(tape.date(), march4);
     EXPECT_FALSE(tape.tapeLetterDirty());
+}
+
+namespace {
+
+/// A PNG of noise: it does not compress, so it spans many pages of the file.
+QByteArray largeCoverPng()
+{
+    QImage image(200, 200, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, random.generate() | 0xFF000000u);
+    }
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
+
+/// The pages of 4096 bytes that lie wholly inside [start, end) and that one of the reads touched.
+int pagesReadWithin(const std::vector<ReadTrace::Read>& reads, qint64 start, qint64 end)
+{
+    constexpr qint64 page = 4096;
+    QSet<qint64> touched;
+    for (const ReadTrace::Read& read : reads) {
+        for (qint64 p = qint64(read.offset) / page; p * page < qint64(read.offset + read.count); ++p) {
+            if (p * page >= start && (p + 1) * page <= end)
+                touched.insert(p);
+        }
+    }
+    return int(touched.size());
+}
+
+} // namespace
+
+TEST_F(TapeTest, LoadingReadsNeitherTheCoverArtNorTheAudio)
+{
+    const QByteArray cover = largeCoverPng();
+    ASSERT_GT(cover.size(), 100 * 1024);
+    for (const bool moovFirst : {false, true}) {
+        SCOPED_TRACE(moovFirst ? "moov first" : "moov last");
+        const QString path = tapePath(QStringLiteral("tape-%1.m4a").arg(moovFirst),
+                                      {QStringLiteral("MQ"), true, 12.0, moovFirst});
+        {
+            Tape tape(path);
+            tape.setNotes(QStringLiteral("Notes about the take"));
+            tape.setDate(march4);
+            tape.setQuality(QStringLiteral("MQ"));
+            ASSERT_TRUE(tape.commitAttributes());
+            // A cover of its own, larger than the drawn one, with the quality item after it.
+            const auto tags = MP4Tags::fromFile(path);
+            ASSERT_TRUE(tags->setCoverArt(cover));
+        }
+        const QByteArray file = readFile(path);
+        const mp4test::Span covr = mp4test::findAtom(file, {"moov", "udta", "meta", "ilst", "covr", "data"});
+        const mp4test::BoxAt mdat = mp4test::topLevelBox(file, "mdat");
+        ASSERT_GE(covr.offset, 0);
+        ASSERT_GE(mdat.offset, 0);
+        ASSERT_GT(mdat.size, 100 * 1024);
+
+        const ReadTrace trace;
+        const Tape tape(path);
+        EXPECT_EQ(tape.notes(), QStringLiteral("Notes about the take"));
+        EXPECT_EQ(tape.date(), march4);
+        EXPECT_EQ(tape.quality(), QStringLiteral("MQ"));
+        EXPECT_FALSE(tape.tapeLetterDirty());
+        EXPECT_NEAR(tape.duration(), 12.0, 0.1);
+        ASSERT_FALSE(trace.reads().empty());
+        // The pages around the headers are read; none that holds only cover art or audio.
+        EXPECT_EQ(pagesReadWithin(trace.reads(), covr.offset + 16, covr.offset + covr.size), 0);
+        EXPECT_EQ(pagesReadWithin(trace.reads(), mdat.payload(), mdat.offset + mdat.size), 0);
+    }
 }
 
 TEST_F(TapeTest, FailedRenameReportsAndKeepsThePath)
