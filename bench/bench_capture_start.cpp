@@ -221,8 +221,8 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     if (gCommandMs > 0.0)
-        std::printf("capture start: record command %.1f ms (goal 300 ms): ratio %.2f of the goal\n", gCommandMs,
-                    gCommandMs / 300.0);
+        std::printf("capture start: record command %.1f ms (goal 300 ms): ratio %.2f of the goal\n",
+                    gCommandMs, gCommandMs / 300.0);
     benchmark::Shutdown();
     return 0;
 }

@@ -3,6 +3,7 @@
 // frame (about 2560x1440) shows that the cost of a step does not grow with the picture. Cover art:
 // a tape's picture drawn and stored as PNG, and one whole commit of a tape that lacks its letter,
 // against the goal of 10 ms a commit.
+#include "RatioReporter.h"
 #include "tapes/CassetteArtwork.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeCassette.h"
@@ -193,36 +194,6 @@ void BM_CommitLetterlessTape(benchmark::State& state)
     }
 }
 
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                mMilliseconds[run.run_name.function_name] = run.GetAdjustedRealTime();
-    }
-    void printRatio(const char* label, const std::string& ours, const std::string& peer) const
-    {
-        const auto a = mMilliseconds.find(ours);
-        const auto b = mMilliseconds.find(peer);
-        if (a != mMilliseconds.end() && b != mMilliseconds.end())
-            std::printf("%s: %s %.3f ms, %s %.3f ms, ratio %.2f\n", label, ours.c_str(), a->second,
-                        peer.c_str(), b->second, b->second / a->second);
-    }
-    void printGoalRatio(const char* label, const std::string& ours, double goalMilliseconds) const
-    {
-        const auto found = mMilliseconds.find(ours);
-        if (found != mMilliseconds.end())
-            std::printf("%s: %s %.3f ms, goal %.3f ms, ratio %.2f\n", label, ours.c_str(), found->second,
-                        goalMilliseconds, goalMilliseconds / found->second);
-    }
-
-private:
-    std::map<std::string, double> mMilliseconds;
-};
-
 } // namespace
 
 BENCHMARK(BM_MovieFrame_Cached)->Unit(benchmark::kMillisecond);
@@ -241,7 +212,7 @@ int main(int argc, char** argv)
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QGuiApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatio("Cover art of a tape, drawn whole / cached", "BM_CoverArtPNG",
                         "BM_CoverArtPNG_DrawnWhole");

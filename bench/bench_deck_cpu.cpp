@@ -3,6 +3,7 @@
 // its processor time read from /proc. GNOME Sound Recorder is measured beside it when installed.
 // Needs the test services and xdotool: scripts/with-test-services build/bench/bench_deck_cpu
 // SPINDREL_BENCH_SECONDS shortens each phase while iterating (60 s by default).
+#include "../tests/PrivateSessionBus.h"
 #include "tapes/Tape.h"
 
 #include <QDBusConnection>
@@ -80,33 +81,6 @@ void pressKey(const QString& window, const QString& key)
     run(QStringLiteral("xdotool"), {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
     run(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
 }
-
-// A session bus of the benchmark's own, so that the deck's media player name is ours to ask.
-class PrivateBus
-{
-public:
-    PrivateBus()
-    {
-        mDaemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                      QStringLiteral("--print-address")});
-        if (mDaemon.waitForStarted(5000))
-            for (int i = 0; i < 50 && !mDaemon.canReadLine(); ++i)
-                mDaemon.waitForReadyRead(100);
-        mAddress = QString::fromUtf8(mDaemon.readLine()).trimmed();
-    }
-    ~PrivateBus()
-    {
-        QDBusConnection::disconnectFromBus(QStringLiteral("bench"));
-        mDaemon.terminate();
-        mDaemon.waitForFinished(5000);
-    }
-    QString address() const { return mAddress; }
-    QDBusConnection connection() { return QDBusConnection::connectToBus(mAddress, QStringLiteral("bench")); }
-
-private:
-    QProcess mDaemon;
-    QString mAddress;
-};
 
 // A launched program in a home of its own, its processor time sampled over a phase.
 class Launched
@@ -218,7 +192,7 @@ public:
     }
 
 private:
-    Deck() : mConnection(mBus.connection()) {}
+    Deck() : mConnection(mBus.connect(QStringLiteral("bench"))) {}
 
     // A long tape, the newest in the library, as the deck leaves its own recordings.
     static bool makeTape(const QString& library)
@@ -239,7 +213,7 @@ private:
         return tape.commitAttributes();
     }
 
-    PrivateBus mBus;
+    spindrel::test::PrivateSessionBus mBus;
     QDBusConnection mConnection;
     QString mService = QStringLiteral("org.mpris.MediaPlayer2.spindrel");
 };
@@ -289,7 +263,7 @@ public:
     }
 
 private:
-    PrivateBus mBus;
+    spindrel::test::PrivateSessionBus mBus;
 };
 
 std::map<std::string, double>& percents()
@@ -369,18 +343,28 @@ void BM_DeckRecording(benchmark::State& state)
 }
 BENCHMARK(BM_DeckRecording)->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
 
+// The peer, running; null (and the benchmark skipped) when it is not installed or did not start.
+Peer* startedPeer(benchmark::State& state)
+{
+    if (Peer::program().isEmpty()) {
+        state.SkipWithError("gnome-sound-recorder is not installed");
+        return nullptr;
+    }
+    Peer& peer = *Peer::shared();
+    if (!peer.start()) {
+        state.SkipWithError("gnome-sound-recorder did not start");
+        return nullptr;
+    }
+    return &peer;
+}
+
 void BM_PeerIdle(benchmark::State& state)
 {
     for (auto _ : state) {
-        if (Peer::program().isEmpty()) {
-            state.SkipWithError("gnome-sound-recorder is not installed");
+        Peer* started = startedPeer(state);
+        if (!started)
             return;
-        }
-        Peer& peer = *Peer::shared();
-        if (!peer.start()) {
-            state.SkipWithError("gnome-sound-recorder did not start");
-            return;
-        }
+        Peer& peer = *started;
         report(state, "peer idle", peer.measure(phaseSeconds()));
     }
 }
@@ -389,15 +373,10 @@ BENCHMARK(BM_PeerIdle)->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond)
 void BM_PeerRecording(benchmark::State& state)
 {
     for (auto _ : state) {
-        if (Peer::program().isEmpty()) {
-            state.SkipWithError("gnome-sound-recorder is not installed");
+        Peer* started = startedPeer(state);
+        if (!started)
             return;
-        }
-        Peer& peer = *Peer::shared();
-        if (!peer.start()) {
-            state.SkipWithError("gnome-sound-recorder did not start");
-            return;
-        }
+        Peer& peer = *started;
         const qsizetype before = peer.recordingCount();
         pressKey(peer.window(), QStringLiteral("ctrl+r"));
         pause(1.0);

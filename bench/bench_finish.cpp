@@ -1,5 +1,6 @@
 // What ending a long recording costs: a 20-minute "MQ" take, as the recorder leaves it in
 // fragments, finished where it lies, against the copy that the remux writes.
+#include "RatioReporter.h"
 #include "audio/MP4InPlaceFinisher.h"
 #include "audio/MP4Remuxer.h"
 #include "audio/RecordingPresets.h"
@@ -114,32 +115,16 @@ BENCHMARK(BM_FinishTwentyMinutesMQ<false>)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(5);
 
-namespace {
-
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            const double ms = run.GetAdjustedRealTime();
-            if (run.benchmark_name().starts_with("BM_FinishInPlace"))
-                gInPlace.milliseconds = ms;
-            else if (run.benchmark_name().starts_with("BM_FinishByCopy"))
-                gRemux.milliseconds = ms;
-        }
-    }
-};
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
+    const auto* inPlace = reporter.find("BM_FinishInPlace_20minMQ");
+    const auto* byCopy = reporter.find("BM_FinishByCopy_20minMQ");
+    gInPlace.milliseconds = inPlace ? inPlace->GetAdjustedRealTime() : 0.0;
+    gRemux.milliseconds = byCopy ? byCopy->GetAdjustedRealTime() : 0.0;
     if (gInPlace.milliseconds > 0.0 && gRemux.milliseconds > 0.0)
         std::printf("finish 20 min MQ: in place %.1f ms and %.2f MB more on the disk, by copy %.1f ms and "
                     "%.2f MB more: ratio %.1f (time)\n",

@@ -3,6 +3,7 @@
 // audio into a still-picture movie with x264's default preset. The video-only rows show what
 // the encoder settings cost per frame. The ratio lines compare the export with the goal of 20 times
 // real time and with the peer.
+#include "RatioReporter.h"
 #include "sharing/MovieWriter.h"
 #include "sharing/TapeMovie.h"
 #include "tapes/CassetteArtwork.h"
@@ -165,35 +166,22 @@ void BM_VideoOnly_Medium(benchmark::State& state)
     videoOnly(state, "medium");
 }
 
-// Times of whole runs, for the ratio lines at the end.
-class RatioReporter : public benchmark::ConsoleReporter
+// The ratio lines at the end: times of whole runs, in seconds.
+void printRatios(const spindrel::bench::RatioReporter& reporter)
 {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                mSeconds[run.run_name.function_name] = {run.GetAdjustedRealTime(), run.GetAdjustedCPUTime()};
-    }
-    void printRatios() const
-    {
-        const auto ours = mSeconds.find("BM_TapeMovieExport_60s");
-        const auto peer = mSeconds.find("BM_FFmpegStillPicture_60s");
-        if (ours == mSeconds.end())
-            return;
-        const auto [wall, cpu] = ours->second;
-        std::printf(
-            "Movie export of a 60 s tape: %.2f s (%.1fx real time, %.2f s of CPU), goal 20x: ratio %.2f\n",
-            wall, tapeSeconds / wall, cpu, tapeSeconds / wall / 20.0);
-        if (peer != mSeconds.end())
-            std::printf("Movie export, ffmpeg still picture / ours: %.2f s / %.2f s, ratio %.2f\n",
-                        peer->second.first, wall, peer->second.first / wall);
-    }
-
-private:
-    std::map<std::string, std::pair<double, double>> mSeconds;
-};
+    const auto* ours = reporter.find("BM_TapeMovieExport_60s");
+    const auto* peer = reporter.find("BM_FFmpegStillPicture_60s");
+    if (!ours)
+        return;
+    const double wall = ours->GetAdjustedRealTime();
+    const double cpu = ours->GetAdjustedCPUTime();
+    std::printf(
+        "Movie export of a 60 s tape: %.2f s (%.1fx real time, %.2f s of CPU), goal 20x: ratio %.2f\n", wall,
+        tapeSeconds / wall, cpu, tapeSeconds / wall / 20.0);
+    if (peer)
+        std::printf("Movie export, ffmpeg still picture / ours: %.2f s / %.2f s, ratio %.2f\n",
+                    peer->GetAdjustedRealTime(), wall, peer->GetAdjustedRealTime() / wall);
+}
 
 } // namespace
 
@@ -229,9 +217,9 @@ int main(int argc, char** argv)
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QGuiApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printRatios();
+    printRatios(reporter);
     benchmark::Shutdown();
     return 0;
 }

@@ -3,6 +3,7 @@
 // grown to 1 GiB after the samples, sizes kept consistent: with 'moov' after the audio the growth
 // is a sparse hole (nothing reads it), with 'moov' before it real bytes that an edit must move.
 #include "MP4Tags/MP4Tags.h"
+#include "RatioReporter.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -188,29 +189,6 @@ void checkBothEditsAreReal()
     }
 }
 
-// Collects the mean real time of every run to print the ratios at the end.
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            mMilliseconds[run.run_name.function_name] = run.GetAdjustedRealTime();
-    }
-    void printRatio(const char* label, const std::string& ours, const std::string& peer) const
-    {
-        const auto a = mMilliseconds.find(ours);
-        const auto b = mMilliseconds.find(peer);
-        if (a != mMilliseconds.end() && b != mMilliseconds.end())
-            std::printf("%s: %s %.3f ms, %s %.3f ms, ratio %.2f\n", label, ours.c_str(), a->second,
-                        peer.c_str(), b->second, b->second / a->second);
-    }
-
-private:
-    std::map<std::string, double> mMilliseconds;
-};
-
 } // namespace
 
 BENCHMARK(BM_SetTitle<setTitleWithMP4Tags>)
@@ -257,7 +235,7 @@ int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     checkBothEditsAreReal();
-    RatioReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatio("1 GiB tape, moov last, TagLib / MP4Tags ", "MP4Tags/moovLast", "TagLib/moovLast");
     reporter.printRatio("1 GiB tape, moov first, TagLib / MP4Tags", "MP4Tags/moovFirst", "TagLib/moovFirst");

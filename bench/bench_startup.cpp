@@ -7,6 +7,7 @@
 // then the process's CPU use while the deck idles, and the time its close takes with nothing
 // changed.
 // Needs a display and the sound server: scripts/with-test-services build/bench/bench_startup
+#include "RatioReporter.h"
 #include "RealTapeLibrary.h"
 #include "app/AppController.h"
 #include "app/PreferencesController.h"
@@ -345,39 +346,19 @@ BENCHMARK(BM_LaunchToFirstPaint)
     ->Iterations(3);
 
 // Collects the launches' times and counters to set them against the goals at the end.
-class GoalReporter : public benchmark::ConsoleReporter
+void printGoal(const spindrel::bench::RatioReporter& reporter, const char* label, const std::string& name,
+               double goalMs)
 {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (run.error_occurred)
-                continue;
-            mRuns[run.benchmark_name()] = run;
-        }
+    const auto* run = reporter.find(name);
+    if (!run) {
+        std::printf("%s: not measured in this run\n", label);
+        return;
     }
-    void printGoal(const char* label, const std::string& name, double goalMs) const
-    {
-        const auto found = mRuns.find(name);
-        if (found == mRuns.end()) {
-            std::printf("%s: not measured in this run\n", label);
-            return;
-        }
-        const double ms = found->second.GetAdjustedRealTime();
-        std::printf("%s: %.0f ms, goal %.0f ms, ratio %.2f; idle %.2f%% of a core; close %.0f ms\n", label,
-                    ms, goalMs, goalMs / ms, counter(found->second, "idle_cpu_percent"),
-                    counter(found->second, "close_ms"));
-    }
-
-private:
-    static double counter(const Run& run, const char* name)
-    {
-        const auto found = run.counters.find(name);
-        return found == run.counters.end() ? 0.0 : double(found->second);
-    }
-    std::map<std::string, Run> mRuns;
-};
+    const double ms = run->GetAdjustedRealTime();
+    std::printf("%s: %.0f ms, goal %.0f ms, ratio %.2f; idle %.2f%% of a core; close %.0f ms\n", label, ms,
+                goalMs, goalMs / ms, spindrel::bench::RatioReporter::counter(*run, "idle_cpu_percent"),
+                spindrel::bench::RatioReporter::counter(*run, "close_ms"));
+}
 
 } // namespace
 
@@ -386,14 +367,14 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     qputenv("XDG_DATA_HOME", workFolder().filePath(QStringLiteral("data")).toLocal8Bit());
     benchmark::Initialize(&argc, argv);
-    GoalReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printGoal("launch to first paint, no tapes, warm",
-                       "BM_LaunchToFirstPaint/0/0/iterations:3/real_time", 250);
-    reporter.printGoal("launch to first paint, 10,000 tapes, warm",
-                       "BM_LaunchToFirstPaint/10000/0/iterations:3/real_time", 250);
-    reporter.printGoal("launch to first paint, 10,000 tapes, cold",
-                       "BM_LaunchToFirstPaint/10000/1/iterations:3/real_time", 600);
+    printGoal(reporter, "launch to first paint, no tapes, warm",
+              "BM_LaunchToFirstPaint/0/0/iterations:3/real_time", 250);
+    printGoal(reporter, "launch to first paint, 10,000 tapes, warm",
+              "BM_LaunchToFirstPaint/10000/0/iterations:3/real_time", 250);
+    printGoal(reporter, "launch to first paint, 10,000 tapes, cold",
+              "BM_LaunchToFirstPaint/10000/1/iterations:3/real_time", 600);
     benchmark::Shutdown();
     return 0;
 }

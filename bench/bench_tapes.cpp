@@ -3,6 +3,7 @@
 // leaves them (notes, a 150 KB cover art) the way the library does, against TagLib reading the
 // same folder, with a warm and with a cold page cache.
 #include "MP4Tags/MP4Tags.h"
+#include "RatioReporter.h"
 #include "RealTapeLibrary.h"
 #include "tapes/LibraryQuery.h"
 #include "tapes/Tape.h"
@@ -252,32 +253,18 @@ void BM_LibraryLoad_TagLib(benchmark::State& state)
 }
 
 // Collects the mean real time of every run to print the ratios at the end.
-class RatioReporter : public benchmark::ConsoleReporter
+void printLoadRatio(const spindrel::bench::RatioReporter& reporter, const char* label,
+                    const std::string& ours, const std::string& peer, double goal)
 {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (!run.error_occurred)
-                mMilliseconds[run.benchmark_name()] = run.GetAdjustedRealTime();
-        }
+    const auto* a = reporter.find(ours);
+    const auto* b = reporter.find(peer);
+    if (!a || !b) {
+        std::printf("%s: not measured in this run\n", label);
+        return;
     }
-    void printRatio(const char* label, const std::string& ours, const std::string& peer, double goal) const
-    {
-        const auto a = mMilliseconds.find(ours);
-        const auto b = mMilliseconds.find(peer);
-        if (a == mMilliseconds.end() || b == mMilliseconds.end()) {
-            std::printf("%s: not measured in this run\n", label);
-            return;
-        }
-        std::printf("%s: ours %.1f ms, TagLib %.1f ms, ratio %.2f (goal %.0f)\n", label, a->second, b->second,
-                    b->second / a->second, goal);
-    }
-
-private:
-    std::map<std::string, double> mMilliseconds;
-};
+    std::printf("%s: ours %.1f ms, TagLib %.1f ms, ratio %.2f (goal %.0f)\n", label, a->GetAdjustedRealTime(),
+                b->GetAdjustedRealTime(), b->GetAdjustedRealTime() / a->GetAdjustedRealTime(), goal);
+}
 
 } // namespace
 
@@ -297,17 +284,17 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    spindrel::bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printRatio("10,000 small tapes, warm, TagLib / library",
-                        "BM_ScanIntoModel/iterations:3/real_time",
-                        "BM_LoadTapes_TagLib/iterations:3/real_time", 4);
-    reporter.printRatio("10,000 tapes with 150 KB cover art, warm, TagLib / library",
-                        "BM_LibraryLoad/0/iterations:5/real_time",
-                        "BM_LibraryLoad_TagLib/0/iterations:5/real_time", 4);
-    reporter.printRatio("10,000 tapes with 150 KB cover art, cold, TagLib / library",
-                        "BM_LibraryLoad/1/iterations:3/real_time",
-                        "BM_LibraryLoad_TagLib/1/iterations:3/real_time", 5);
+    printLoadRatio(reporter, "10,000 small tapes, warm, TagLib / library",
+                   "BM_ScanIntoModel/iterations:3/real_time", "BM_LoadTapes_TagLib/iterations:3/real_time",
+                   4);
+    printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, warm, TagLib / library",
+                   "BM_LibraryLoad/0/iterations:5/real_time",
+                   "BM_LibraryLoad_TagLib/0/iterations:5/real_time", 4);
+    printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, cold, TagLib / library",
+                   "BM_LibraryLoad/1/iterations:3/real_time",
+                   "BM_LibraryLoad_TagLib/1/iterations:3/real_time", 5);
     benchmark::Shutdown();
     return 0;
 }

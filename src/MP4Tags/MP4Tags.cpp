@@ -78,6 +78,17 @@ std::shared_ptr<MP4MemoryAtom> newHdlr()
     return MP4Atom::memoryAtomWithType(Hdlr, payload);
 }
 
+// The descriptor when it is a regular file; anything else (a FIFO, a folder) is closed and turned away.
+int regularFileOnly(int fileHandle)
+{
+    struct stat status;
+    if (fileHandle >= 0 && (fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode))) {
+        close(fileHandle);
+        return -1;
+    }
+    return fileHandle;
+}
+
 } // namespace
 
 std::unique_ptr<MP4Tags> MP4Tags::fromFile(const QString& path)
@@ -90,13 +101,9 @@ std::unique_ptr<MP4Tags> MP4Tags::fromFile(const QString& path)
         writable = false;
         fileHandle = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     }
+    fileHandle = regularFileOnly(fileHandle);
     if (fileHandle < 0)
         return nullptr;
-    struct stat status;
-    if (fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode)) {
-        close(fileHandle);
-        return nullptr;
-    }
     fcntl(fileHandle, F_SETFL, fcntl(fileHandle, F_GETFL) & ~O_NONBLOCK);
     return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle, path, writable));
 }
@@ -104,14 +111,9 @@ std::unique_ptr<MP4Tags> MP4Tags::fromFile(const QString& path)
 std::unique_ptr<MP4Tags> MP4Tags::forReading(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
-    const int fileHandle = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int fileHandle = regularFileOnly(open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (fileHandle < 0)
         return nullptr;
-    struct stat status;
-    if (fstat(fileHandle, &status) != 0 || !S_ISREG(status.st_mode)) {
-        close(fileHandle);
-        return nullptr;
-    }
     posix_fadvise(fileHandle, 0, 0, POSIX_FADV_RANDOM);
     return std::unique_ptr<MP4Tags>(new MP4Tags(fileHandle, path, false));
 }

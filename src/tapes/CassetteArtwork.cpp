@@ -14,21 +14,6 @@ namespace {
 constexpr std::array<CassetteGeometry::Reel, 2> reels = {CassetteGeometry::Reel::Left,
                                                          CassetteGeometry::Reel::Right};
 
-QImage blankImage(const QSize& pixels, qreal devicePixelRatio)
-{
-    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(devicePixelRatio);
-    image.fill(Qt::transparent);
-    return image;
-}
-
-void beginDrawing(QPainter& painter)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setRenderHint(QPainter::TextAntialiasing);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-}
-
 void copyPixels(const QImage& from, QImage& to, const QPoint& at)
 {
     const int bytes = from.width() * 4;
@@ -85,7 +70,7 @@ void CassetteArtwork::paintOverHubs(QPainter& painter, bool withDoor) const
 void CassetteArtwork::paint(QPainter& painter) const
 {
     painter.save();
-    beginDrawing(painter);
+    CassetteDrawing::beginDrawing(painter);
     paintUnderHubs(painter);
     paintHubs(painter);
     paintOverHubs(painter, mValues.doorShown);
@@ -95,7 +80,7 @@ void CassetteArtwork::paint(QPainter& painter) const
 void CassetteArtwork::paintCassette(QPainter& painter) const
 {
     painter.save();
-    beginDrawing(painter);
+    CassetteDrawing::beginDrawing(painter);
     paintUnderHubs(painter);
     paintHubs(painter);
     paintOverHubs(painter, false);
@@ -105,7 +90,7 @@ void CassetteArtwork::paintCassette(QPainter& painter) const
 void CassetteArtwork::paintDoor(QPainter& painter) const
 {
     painter.save();
-    beginDrawing(painter);
+    CassetteDrawing::beginDrawing(painter);
     CassetteDrawing::drawDoor(painter, mValues.doorSlogan);
     painter.restore();
 }
@@ -131,23 +116,23 @@ void CassetteArtwork::buildStillLayers(qreal devicePixelRatio)
     const QSizeF logical = tapeSize() * devicePixelRatio;
     const QSize pixels(static_cast<int>(std::ceil(logical.width())),
                        static_cast<int>(std::ceil(logical.height())));
-    QImage under = blankImage(pixels, devicePixelRatio);
-    QImage over = blankImage(pixels, devicePixelRatio);
+    QImage under = CassetteDrawing::blankImage(pixels, devicePixelRatio);
+    QImage over = CassetteDrawing::blankImage(pixels, devicePixelRatio);
     {
         QPainter painter(&under);
-        beginDrawing(painter);
+        CassetteDrawing::beginDrawing(painter);
         paintUnderHubs(painter);
     }
     {
         QPainter painter(&over);
-        beginDrawing(painter);
+        CassetteDrawing::beginDrawing(painter);
         paintOverHubs(painter, mValues.doorShown);
     }
     // Over the still parts the glass is drawn, not composed, so they match the vector picture exactly.
     mStill.frame = under.copy();
     {
         QPainter painter(&mStill.frame);
-        beginDrawing(painter);
+        CassetteDrawing::beginDrawing(painter);
         paintOverHubs(painter, mValues.doorShown);
     }
     for (std::size_t i = 0; i < reels.size(); ++i) {
@@ -168,7 +153,7 @@ void CassetteArtwork::redrawReel(std::size_t reel)
     const qreal ratio = mStill.devicePixelRatio;
     const QRectF logical(rect.x() / ratio, rect.y() / ratio, rect.width() / ratio, rect.height() / ratio);
     QPainter painter(&mStill.frame);
-    beginDrawing(painter);
+    CassetteDrawing::beginDrawing(painter);
     painter.setClipRect(logical);
     CassetteDrawing::drawHub(painter, CassetteGeometry::spoolCenter(reels[reel]), hubAngle(reels[reel]));
     painter.drawImage(logical.topLeft(), mStill.over[reel]);

@@ -40,17 +40,7 @@ QSize pictureSize()
 
 QImage blankPicture()
 {
-    QImage image(pictureSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(CassetteCoverArt::scale);
-    image.fill(Qt::transparent);
-    return image;
-}
-
-void beginDrawing(QPainter& painter)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setRenderHint(QPainter::TextAntialiasing);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    return CassetteDrawing::blankImage(pictureSize(), CassetteCoverArt::scale);
 }
 
 // Premultiplied `over` laid on `under` row by row, the same arithmetic wherever it is done, so
@@ -152,13 +142,13 @@ private:
         mStill.shell = blankPicture();
         {
             QPainter painter(&mStill.shell);
-            beginDrawing(painter);
+            CassetteDrawing::beginDrawing(painter);
             CassetteDrawing::drawShell(painter);
         }
         mStill.over = blankPicture();
         {
             QPainter painter(&mStill.over);
-            beginDrawing(painter);
+            CassetteDrawing::beginDrawing(painter);
             CassetteDrawing::drawWindowInterior(painter, values);
             CassetteDrawing::drawHub(painter, G::leftSpoolCenter(), values.spoolRotation);
             CassetteDrawing::drawHub(painter, G::rightSpoolCenter(),
@@ -179,7 +169,7 @@ private:
         QImage picture = parts.shell.copy();
         {
             QPainter painter(&picture);
-            beginDrawing(painter);
+            CassetteDrawing::beginDrawing(painter);
             CassetteDrawing::drawLabelBody(painter, values);
         }
         for (std::size_t i = 0; i < textBands.size(); ++i)
@@ -222,7 +212,7 @@ QByteArray CassetteCoverArt::png(const CassetteValues& values)
         // Unclipped, so that the glyphs come out as the whole drawing has them; ink beyond the
         // bands lands in rows that are not used.
         QPainter painter(&picture);
-        beginDrawing(painter);
+        CassetteDrawing::beginDrawing(painter);
         CassetteDrawing::drawLabelText(painter, values);
     }
     std::array<PNGEncoder::Run, 2> text;

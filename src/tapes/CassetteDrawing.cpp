@@ -191,6 +191,21 @@ void CassetteDrawing::drawSoftShadow(QPainter& painter, const QPainterPath& path
     painter.restore();
 }
 
+QImage CassetteDrawing::blankImage(const QSize& pixels, qreal devicePixelRatio)
+{
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(devicePixelRatio);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+void CassetteDrawing::beginDrawing(QPainter& painter)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+}
+
 void CassetteDrawing::drawShell(QPainter& painter)
 {
     const QPainterPath shell = shellPath();

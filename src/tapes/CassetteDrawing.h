@@ -3,6 +3,7 @@
 #include "tapes/CassetteValues.h"
 
 #include <QFont>
+#include <QImage>
 
 class QPainter;
 class QPainterPath;
@@ -28,6 +29,10 @@ public:
     static void drawHub(QPainter& painter, const QPointF& center, double angleRadians);
     static void drawWindowGlass(QPainter& painter);
     static void drawDoor(QPainter& painter, const QString& slogan);
+
+    /// A transparent picture to draw layers into, and the painter settings every layer is drawn with.
+    static QImage blankImage(const QSize& pixels, qreal devicePixelRatio);
+    static void beginDrawing(QPainter& painter);
 
     /// A sans-serif face from the best family this machine has, sized in the cassette's units.
     static QFont font(int pixelSize, QFont::Weight weight, bool italic = false);
