@@ -17,8 +17,8 @@ namespace spindrel {
 namespace {
 
 // Short buffers on both sides: the engine's own offset adds about as much again.
-constexpr double kInputBufferSeconds = 0.003;
-constexpr double kOutputBufferSeconds = 0.006;
+constexpr double kInputBufferSeconds = 0.002;
+constexpr double kOutputBufferSeconds = 0.004;
 // How long a device clock is watched before its rate is trusted, and how far it may stray.
 constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
@@ -241,7 +241,7 @@ std::optional<Error> CAPlayThrough::setupBuffers()
         mInputBufferList.push_back(buffer.data());
 
     // The varispeed pulls in blocks of at most 128 frames, so its own buffering stays small.
-    mPullFrames = std::min<uint32_t>(128, mInputDevice.mBufferSizeFrames);
+    mPullFrames = std::min<uint32_t>(64, mInputDevice.mBufferSizeFrames);
     mPullBuffers.assign(size_t(mChannels), std::vector<float>(mPullFrames));
     mPullBufferList.clear();
     for (auto& buffer : mPullBuffers)
