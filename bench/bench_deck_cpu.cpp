@@ -4,6 +4,7 @@
 // Needs the test services and xdotool: scripts/with-test-services build/bench/bench_deck_cpu
 // SPINDREL_BENCH_SECONDS shortens each phase while iterating (60 s by default).
 #include "../tests/PrivateSessionBus.h"
+#include "ClickOnInput.h"
 #include "tapes/Tape.h"
 
 #include <QDBusConnection>
@@ -343,6 +344,48 @@ void BM_DeckRecording(benchmark::State& state)
 }
 BENCHMARK(BM_DeckRecording)->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
 
+// From the press of REC to the first sample in the tape, with the input live as the deck's meters
+// keep it: a click played at a known moment, heard on the input and found in the finished tape.
+double gRecToFirstSampleMs = -1.0;
+void BM_DeckRecToFirstSample(benchmark::State& state)
+{
+    Deck& deck = *Deck::shared();
+    const QDir library(deck.homePath(QStringLiteral("Music/Spindrel")));
+    double total = 0.0;
+    int runs = 0;
+    for (auto _ : state) {
+        if (!deck.start()) {
+            state.SkipWithError("the deck did not start");
+            return;
+        }
+        const QStringList before = library.entryList({QStringLiteral("*.m4a")}, QDir::Files);
+        const double started = spindrel::bench::nowMilliseconds() + 3000.0;
+        spindrel::bench::Click click(started, started + 1500.0, QByteArray());
+        pause((started - spindrel::bench::nowMilliseconds()) / 1000.0);
+        pressKey(deck.window(), QStringLiteral("z"));
+        pause(2.5);
+        pressKey(deck.window(), QStringLiteral("b"));
+        QString take;
+        // The take has its name once its tags are written.
+        for (int i = 0; i < 300 && take.isEmpty(); ++i) {
+            pause(0.1);
+            for (const QString& name : library.entryList({QStringLiteral("*Untitled*.m4a")}, QDir::Files))
+                take = before.contains(name) ? take : library.filePath(name);
+        }
+        const double heardAt = click.finish();
+        const double inTape = take.isEmpty() ? -1.0 : spindrel::bench::clickInTape(take);
+        if (heardAt < 0.0 || inTape < 0.0) {
+            state.SkipWithError("no take, or the click was not in it");
+            return;
+        }
+        state.SetIterationTime((heardAt - inTape) / 1000.0);
+        total += heardAt - inTape;
+        ++runs;
+    }
+    gRecToFirstSampleMs = total / runs;
+}
+BENCHMARK(BM_DeckRecToFirstSample)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 // The peer, running; null (and the benchmark skipped) when it is not installed or did not start.
 Peer* startedPeer(benchmark::State& state)
 {
@@ -418,6 +461,9 @@ int main(int argc, char** argv)
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     printRatios();
+    if (gRecToFirstSampleMs >= 0.0)
+        std::printf("deck REC to first sample: %.1f ms, goal 100 ms, ratio %.2f\n", gRecToFirstSampleMs,
+                    100.0 / std::max(gRecToFirstSampleMs, 1.0));
     // Both programs end while the application that watches them still exists.
     Deck::shared().reset();
     Peer::shared().reset();

@@ -240,7 +240,7 @@ std::optional<Error> CAPlayThrough::setupBuffers()
     for (const auto& buffer : mInputBuffers)
         mInputBufferList.push_back(buffer.data());
 
-    // The varispeed pulls in blocks of at most 128 frames, so its own buffering stays small.
+    // The varispeed pulls in blocks of at most 64 frames, so its own buffering stays small.
     mPullFrames = std::min<uint32_t>(64, mInputDevice.mBufferSizeFrames);
     mPullBuffers.assign(size_t(mChannels), std::vector<float>(mPullFrames));
     mPullBufferList.clear();
