@@ -38,7 +38,6 @@ DurableFileOutput::DurableFileOutput(const QString& path) : mPath(path)
         logError(logSourceName(__FILE__),
                  QStringLiteral("Could not lock %1: %2").arg(path, Error::systemErrorText(errno)));
     }
-    syncFolderOf(path);
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
     mContext =
         buffer ? avio_alloc_context(buffer, kBufferSize, 1, this, nullptr, &writePacket, &seek) : nullptr;
@@ -151,6 +150,10 @@ int64_t DurableFileOutput::seek(void* opaque, int64_t offset, int whence)
 
 void DurableFileOutput::syncLoop()
 {
+    // The new name goes to the disk here rather than in the constructor: a folder sync can wait
+    // on the whole journal, and the capture that opens this file must not wait with it. No write
+    // counts as synced before it.
+    syncFolderOf(mPath);
     std::unique_lock lock(mMutex);
     for (;;) {
         mWake.wait(lock, [this] { return mStopping || mWritten != mSyncedUpTo; });
