@@ -344,7 +344,9 @@ void TapeView::paintEvent(QPaintEvent* event)
     const QRectF cassette = cassetteRect();
     mWell.paint(painter, event->rect(), size(), devicePixelRatio,
                 [this, cassette](QPainter& well) { paintWell(well, cassette); });
-    paintCassette(painter, devicePixelRatio);
+    // On screen the hubs turn thirty times a second; drawing them anew each time was a quarter of
+    // the deck's work while recording.
+    paintCassette(painter, devicePixelRatio, CassetteArtwork::Hubs::Copied);
 }
 
 QImage TapeView::thumbnail() const
@@ -454,10 +456,10 @@ void TapeView::paintShareButton(QPainter& painter) const
 void TapeView::paintContents(QPainter& painter, qreal devicePixelRatio) const
 {
     paintWell(painter, cassetteRect());
-    paintCassette(painter, devicePixelRatio);
+    paintCassette(painter, devicePixelRatio, CassetteArtwork::Hubs::Drawn);
 }
 
-void TapeView::paintCassette(QPainter& painter, qreal devicePixelRatio) const
+void TapeView::paintCassette(QPainter& painter, qreal devicePixelRatio, CassetteArtwork::Hubs hubs) const
 {
     const QRectF cassette = cassetteRect();
     const double scale = cassetteScale();
@@ -466,7 +468,7 @@ void TapeView::paintCassette(QPainter& painter, qreal devicePixelRatio) const
         painter.save();
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.setClipRect(cassette.adjusted(-2.0, -2.0, 2.0, 2.0));
-        const QImage picture = mArtwork.thumbnail(pictureRatio);
+        const QImage picture = mArtwork.thumbnail(pictureRatio, hubs);
         const QRectF shown = cassette.translated(0.0, -mTapeOffset * scale);
         painter.drawImage(QRectF(shown.topLeft(), QSizeF(picture.size()) * scale / pictureRatio), picture,
                           QRectF(picture.rect()));

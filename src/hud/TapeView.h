@@ -172,7 +172,7 @@ private:
     void valuesChanged();
     void paintContents(QPainter& painter, qreal devicePixelRatio) const;
     /// The cassette and the door over it; the well beneath is a cached layer on screen.
-    void paintCassette(QPainter& painter, qreal devicePixelRatio) const;
+    void paintCassette(QPainter& painter, qreal devicePixelRatio, CassetteArtwork::Hubs hubs) const;
     /// Pixels per cassette unit of the cassette's pictures.
     double pictureRatio(qreal devicePixelRatio) const;
     void paintWell(QPainter& painter, const QRectF& cassette) const;

@@ -22,6 +22,35 @@ void copyPixels(const QImage& from, QImage& to, const QPoint& at)
                     static_cast<std::size_t>(bytes));
 }
 
+// Each of the four channels times factor / 255, rounded.
+QRgb scaled(QRgb pixel, uint factor)
+{
+    uint redBlue = (pixel & 0xff00ff) * factor;
+    redBlue = ((redBlue + ((redBlue >> 8) & 0xff00ff) + 0x800080) >> 8) & 0xff00ff;
+    uint alphaGreen = ((pixel >> 8) & 0xff00ff) * factor;
+    alphaGreen = (alphaGreen + ((alphaGreen >> 8) & 0xff00ff) + 0x800080) & 0xff00ff00;
+    return alphaGreen | redBlue;
+}
+
+// `from` laid over `to` with its top left at `at`, both premultiplied, inside `clip` only: the
+// pixel-exact equivalent of drawing it there, without a painter's set-up.
+void composeOver(const QImage& from, QImage& to, const QPoint& at, const QRect& clip)
+{
+    const QRect area = QRect(at, from.size()).intersected(clip).intersected(to.rect());
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        const auto* source = reinterpret_cast<const QRgb*>(from.constScanLine(y - at.y())) - at.x();
+        auto* target = reinterpret_cast<QRgb*>(to.scanLine(y));
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QRgb s = source[x];
+            const uint alpha = qAlpha(s);
+            if (alpha == 255)
+                target[x] = s;
+            else if (alpha != 0)
+                target[x] = s + scaled(target[x], 255 - alpha);
+        }
+    }
+}
+
 } // namespace
 
 double CassetteArtwork::spoolRotationAfterStep(double spoolRotation, double rotationSpeed)
@@ -146,25 +175,31 @@ void CassetteArtwork::buildStillLayers(qreal devicePixelRatio)
     mStill.values = mValues;
 }
 
-void CassetteArtwork::redrawReel(std::size_t reel)
+void CassetteArtwork::redrawReel(std::size_t reel, Hubs hubs)
 {
     const QRect rect = mStill.rects[reel];
     copyPixels(mStill.under[reel], mStill.frame, rect.topLeft());
+    const QPointF center = CassetteGeometry::spoolCenter(reels[reel]);
     const qreal ratio = mStill.devicePixelRatio;
+    if (hubs == Hubs::Copied) {
+        const HubPictures::Placed hub = mHubPictures[reel].picture(center, hubAngle(reels[reel]), ratio);
+        composeOver(hub.picture, mStill.frame, hub.topLeft, rect);
+    }
     const QRectF logical(rect.x() / ratio, rect.y() / ratio, rect.width() / ratio, rect.height() / ratio);
     QPainter painter(&mStill.frame);
     CassetteDrawing::beginDrawing(painter);
     painter.setClipRect(logical);
-    CassetteDrawing::drawHub(painter, CassetteGeometry::spoolCenter(reels[reel]), hubAngle(reels[reel]));
+    if (hubs == Hubs::Drawn)
+        CassetteDrawing::drawHub(painter, center, hubAngle(reels[reel]));
     painter.drawImage(logical.topLeft(), mStill.over[reel]);
 }
 
-QImage CassetteArtwork::thumbnail(qreal devicePixelRatio)
+QImage CassetteArtwork::thumbnail(qreal devicePixelRatio, Hubs hubs)
 {
     if (!stillLayersAreCurrent(devicePixelRatio))
         buildStillLayers(devicePixelRatio);
     for (std::size_t i = 0; i < reels.size(); ++i)
-        redrawReel(i);
+        redrawReel(i, hubs);
     return mStill.frame;
 }
 

@@ -2,6 +2,7 @@
 
 #include "tapes/CassetteGeometry.h"
 #include "tapes/CassetteValues.h"
+#include "tapes/HubPictures.h"
 
 #include <QImage>
 #include <array>
@@ -47,8 +48,12 @@ public:
     /// The deck's door alone: the glass and its slogan.
     void paintDoor(QPainter& painter) const;
 
+    /// How the hubs of a thumbnail are made: drawn exactly, or, for a picture redrawn many times a
+    /// second on screen, copied from pictures of the nearest few degrees of turn.
+    enum class Hubs { Drawn, Copied };
+
     /// The picture as an image of tapeSize() times `devicePixelRatio` pixels, carrying that ratio.
-    QImage thumbnail(qreal devicePixelRatio = 1.0);
+    QImage thumbnail(qreal devicePixelRatio = 1.0, Hubs hubs = Hubs::Drawn);
     /// The picture at scale 2.0, as it is stored as a tape's cover art and drawn into movie frames.
     QImage coverArtImage() { return thumbnail(2.0); }
 
@@ -73,10 +78,11 @@ private:
     double hubAngle(Reel reel) const;
     bool stillLayersAreCurrent(qreal devicePixelRatio) const;
     void buildStillLayers(qreal devicePixelRatio);
-    void redrawReel(std::size_t reel);
+    void redrawReel(std::size_t reel, Hubs hubs);
 
     CassetteValues mValues;
     StillLayers mStill;
+    std::array<HubPictures, 2> mHubPictures;
 };
 
 } // namespace spindrel

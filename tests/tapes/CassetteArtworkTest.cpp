@@ -203,6 +203,52 @@ TEST(CassetteArtworkTest, CachedPictureMatchesTheVectorDrawingAndHandedOutImages
     EXPECT_FALSE(changedArea(first, artwork.coverArtImage()).isNull());
 }
 
+// The mean difference of two pictures over a rectangle, per channel.
+double meanDifference(const QImage& a, const QImage& b, const QRect& rect)
+{
+    double sum = 0.0;
+    for (int y = rect.top(); y <= rect.bottom(); ++y)
+        for (int x = rect.left(); x <= rect.right(); ++x) {
+            const QRgb p = a.pixel(x, y);
+            const QRgb q = b.pixel(x, y);
+            sum +=
+                std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) + std::abs(qBlue(p) - qBlue(q));
+        }
+    return sum / (3.0 * rect.width() * rect.height());
+}
+
+TEST(CassetteArtworkTest, CopiedHubsLookLikeDrawnOnesAndChangeNothingElse)
+{
+    const double degree = std::numbers::pi / 180.0;
+    for (const qreal scale : {1.0, 1.37, coverScale}) {
+        CassetteValues values = sampleValues();
+        values.rightRotationMultiplier = 0.83; // the right hub between two pictures
+        CassetteArtwork artwork(values);
+        CassetteArtwork turned(values);
+        for (const double angle : {0.0, 37.3 * degree, -123.9 * degree, 721.0 * degree}) {
+            artwork.setSpoolRotation(angle);
+            turned.setSpoolRotation(angle + 10.0 * degree);
+            const QImage exact = artwork.thumbnail(scale).copy();
+            const QImage fast = artwork.thumbnail(scale, CassetteArtwork::Hubs::Copied);
+            const QImage off = turned.thumbnail(scale);
+            QImage outside = fast;
+            QImage outsideExact = exact;
+            outside.setDevicePixelRatio(1.0);
+            outsideExact.setDevicePixelRatio(1.0);
+            for (const Reel reel : {Reel::Left, Reel::Right}) {
+                const QRect rect = CassetteArtwork::reelPixelRect(reel, scale);
+                // A hub a degree and half a pixel away from its drawing, not one turned by ten.
+                const double near = meanDifference(fast, exact, rect);
+                const double far = meanDifference(off, exact, rect);
+                EXPECT_LT(near * 3.0, far) << scale << " " << angle / degree;
+                QPainter(&outside).fillRect(rect, Qt::magenta);
+                QPainter(&outsideExact).fillRect(rect, Qt::magenta);
+            }
+            EXPECT_TRUE(changedArea(outside, outsideExact).isNull()) << scale;
+        }
+    }
+}
+
 TEST(CassetteArtworkTest, ReelStepTurnsSixtyDegreesASecondAtPlaySpeed)
 {
     double rotation = 0.0;
