@@ -70,6 +70,19 @@ std::shared_ptr<MP4FileAtom> containedChild(const MP4FileAtom* parent, uint32_t 
     return length >= headerLength(childType) && length <= end - child->offset() ? child : nullptr;
 }
 
+// The cover art goes last, after the text items: a reader of the text stops short of it, and a
+// list of tapes reads one page less of each.
+void putItem(MP4Box& ilst, const MP4Box& item)
+{
+    auto& items = ilst.children();
+    if (const auto old = std::ranges::find(items, item.type(), &MP4Box::type); old != items.end())
+        items.erase(old);
+    const auto cover = item.type() == MP4Tags::CoverArtAtom
+                           ? items.end()
+                           : std::ranges::find(items, MP4Tags::CoverArtAtom, &MP4Box::type);
+    items.insert(cover, item);
+}
+
 std::shared_ptr<MP4MemoryAtom> newHdlr()
 {
     QByteArray payload(8, '\0');
@@ -170,8 +183,27 @@ std::optional<MP4TagValue> MP4Tags::readUUIDAtom(const QByteArray& uuid) const
 {
     const auto moov = topLevelAtom(Moov);
     const auto udta = containedChild(moov.get(), Udta);
-    const auto uuidAtom = containedChild(udta.get(), UUIDAtom);
-    if (!uuidAtom || uuidAtom->childData().left(16) != uuid)
+    // Other programs keep 'uuid' boxes of their own here too: ours is the one with its identifier.
+    std::shared_ptr<MP4FileAtom> uuidAtom;
+    if (udta) {
+        const uint64_t end = endOf(*udta);
+        uint64_t start = udta->offset() + udta->childDataOffset();
+        while (!uuidAtom && start < end) {
+            const uint64_t found = MP4FileAtom::offsetOfChildAtom(UUIDAtom, start, end, mFileHandle);
+            uint32_t length = 0;
+            uint32_t type = 0;
+            if (found == MP4Atom::NotFound || end - found < 24 ||
+                !readHeaderAt(mFileHandle, found, length, type) || length < 24 || length > end - found)
+                return std::nullopt;
+            QByteArray identifier(16, '\0');
+            if (preadFully(mFileHandle, identifier.data(), 16, found + 8) != 16)
+                return std::nullopt;
+            if (identifier == uuid)
+                uuidAtom = std::make_shared<MP4FileAtom>(found, mFileHandle);
+            start = found + length;
+        }
+    }
+    if (!uuidAtom)
         return std::nullopt;
 
     // Step over the identifier: the walk for 'data' begins right after it, and its end comes from
@@ -279,7 +311,15 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
     }
     bool staged = udta && udta->expand();
     if (staged && atomCode == UUIDAtom) {
-        udta->putChild(*item);
+        // Only the box with this identifier is ours; another program's stay as they are. Ours goes
+        // before 'meta', so that it is read before the cover art rather than after it.
+        auto& children = udta->children();
+        const auto ours = std::ranges::find_if(children, [&uuid](const MP4Box& box) {
+            return box.type() == UUIDAtom && box.content().left(16) == *uuid;
+        });
+        if (ours != children.end())
+            children.erase(ours);
+        children.insert(std::ranges::find(children, Meta, &MP4Box::type), *item);
     } else if (staged) {
         MP4Box* meta = udta->child(Meta);
         if (!meta) {
@@ -299,7 +339,7 @@ bool MP4Tags::setData(const QByteArray& data, uint32_t atomCode, uint32_t type,
         }
         staged = staged && ilst->expand();
         if (staged)
-            ilst->putChild(*item);
+            putItem(*ilst, *item);
     }
     if (moov && !staged)
         refuse(DamagedChainMessage, tr("“%1” is damaged: its tags cannot be read whole."));

@@ -295,9 +295,13 @@ TEST_F(MP4TagsTest, UserDataIsFoundByItsIdentifierAndOnlyTextReadsAsText)
     EXPECT_EQ(bytes.mid(uuid.offset, uuid.size),
               box("uuid", first + box("data", be32(0) + be32(0) + "archive one")));
 
-    // One user-data atom is kept: another identifier replaces it.
+    // Another identifier is another program's box: it is added beside, and each is found past
+    // the other; writing one again replaces only that one.
     ASSERT_TRUE(tags->setUserData("two", second, MP4Tags::RawDataType));
-    EXPECT_FALSE(tags->readUUIDAtom(first));
+    ASSERT_TRUE(tags->setUserData("archive two", first, MP4Tags::RawDataType));
+    ASSERT_TRUE(tags->readUUIDAtom(first));
+    EXPECT_EQ(tags->readUUIDAtom(first)->bytes, QByteArray("archive two"));
+    ASSERT_TRUE(tags->readUUIDAtom(second));
     EXPECT_EQ(tags->readUUIDAtom(second)->bytes, QByteArray("two"));
     EXPECT_EQ(tags->title(), QStringLiteral("kept"));
     EXPECT_EQ(decodedAudioDigest(path), audio);
