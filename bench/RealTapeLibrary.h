@@ -44,7 +44,8 @@ inline QString realTapeLibrary(int count)
     QString cache = qEnvironmentVariable("SPINDREL_BENCH_CACHE");
     if (cache.isEmpty())
         cache = QStringLiteral("/var/tmp/spindrel-bench");
-    const QString folder = QStringLiteral("%1/real-tapes-%2").arg(cache).arg(count);
+    // Made again when the way the deck lays out its tags changes: v2 puts the cover art last.
+    const QString folder = QStringLiteral("%1/real-tapes-%2-v2").arg(cache).arg(count);
     const QString complete = folder + QStringLiteral("/.complete");
     if (QFile::exists(complete))
         return folder;

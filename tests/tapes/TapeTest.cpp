@@ -453,6 +453,15 @@ TEST_F(TapeTest, LoadingReadsNeitherTheCoverArtNorTheAudio)
         // The pages around the headers are read; none that holds only cover art or audio.
         EXPECT_EQ(pagesReadWithin(trace.reads(), covr.offset + 16, covr.offset + covr.size), 0);
         EXPECT_EQ(pagesReadWithin(trace.reads(), mdat.payload(), mdat.offset + mdat.size), 0);
+        // The text items and the letter come before the cover art, however late the cover was
+        // set, so nothing from the cover's first page to the end of 'moov' is read at all.
+        const mp4test::BoxAt moov = mp4test::topLevelBox(file, "moov");
+        const qint64 pastCoverStart = (covr.offset + 16) / 4096 * 4096 + 4096;
+        for (const ReadTrace::Read& read : trace.reads())
+            EXPECT_FALSE(qint64(read.offset + read.count) > pastCoverStart &&
+                         qint64(read.offset) < moov.offset + moov.size - 8)
+                << read.offset << "+" << read.count << ", cover from " << covr.offset << " to "
+                << covr.offset + covr.size << ", moov ends at " << moov.offset + moov.size;
     }
 }
 
