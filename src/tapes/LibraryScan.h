@@ -52,8 +52,9 @@ Q_SIGNALS:
 
 private:
     void run(); // the scan's thread
-    /// Runs `work` on the calling thread and on the helpers beside it, and returns when all are done.
-    static void onEveryCore(const std::function<void()>& work);
+    /// Runs `work` on the calling thread and on the helpers beside it, as many as `jobs` items
+    /// of work are worth, and returns when all are done.
+    static void onReaders(qsizetype jobs, const std::function<void()>& work);
     void post(std::function<void()> call);
 
     Request mRequest;
