@@ -38,10 +38,10 @@ void composeOver(const QImage& from, QImage& to, const QPoint& at, const QRect& 
 {
     const QRect area = QRect(at, from.size()).intersected(clip).intersected(to.rect());
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        const auto* source = reinterpret_cast<const QRgb*>(from.constScanLine(y - at.y())) - at.x();
+        const auto* source = reinterpret_cast<const QRgb*>(from.constScanLine(y - at.y()));
         auto* target = reinterpret_cast<QRgb*>(to.scanLine(y));
         for (int x = area.left(); x <= area.right(); ++x) {
-            const QRgb s = source[x];
+            const QRgb s = source[x - at.x()];
             const uint alpha = qAlpha(s);
             if (alpha == 255)
                 target[x] = s;
