@@ -4,6 +4,7 @@
 // with the ratio lines that set its figures beside their peers and goals.
 #include <benchmark/benchmark.h>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -67,5 +68,17 @@ public:
 private:
     std::map<std::string, Run> mRuns;
 };
+
+/// Runs the benchmarks the command line names, each reported as it ends, then hands every run to
+/// `printRatios` for the lines that compare them.
+inline int runBenchmarks(int argc, char** argv, const std::function<void(const RatioReporter&)>& printRatios)
+{
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    printRatios(reporter);
+    benchmark::Shutdown();
+    return 0;
+}
 
 } // namespace spindrel::bench

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "MP4Tags/MP4Tags.h"
+#include "ToneFile.h"
 #include "tapes/RecordedQualityTag.h"
 #include "tapes/TapeColorScheme.h"
 #include "tapes/TapeLetterTag.h"
@@ -55,14 +56,9 @@ inline QString realTapeLibrary(int count)
     QDir().mkpath(folder);
     const QString model = folder + QStringLiteral("/.model.m4a");
     // Recorded as the deck records MQ: AAC at 128 kbit/s, the movie counted in samples.
-    if (QProcess::execute(QStringLiteral("ffmpeg"),
-                          {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
-                           QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                           QStringLiteral("sine=frequency=440:sample_rate=44100:duration=3"),
-                           QStringLiteral("-ac"), QStringLiteral("2"), QStringLiteral("-c:a"),
-                           QStringLiteral("aac"), QStringLiteral("-b:a"), QStringLiteral("128k"),
-                           QStringLiteral("-movie_timescale"), QStringLiteral("44100"), QStringLiteral("-f"),
-                           QStringLiteral("ipod"), model}) != 0)
+    if (!encodeTone(model, 44100, 3, QStringLiteral("128k"),
+                    {QStringLiteral("-ac"), QStringLiteral("2"), QStringLiteral("-movie_timescale"),
+                     QStringLiteral("44100")}))
         return {};
     {
         auto tags = MP4Tags::fromFile(model);

@@ -4,6 +4,7 @@
 // a tape's picture drawn and stored as PNG, and one whole commit of a tape that lacks its letter,
 // against the goal of 10 ms a commit.
 #include "RatioReporter.h"
+#include "ToneFile.h"
 #include "tapes/CassetteArtwork.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeCassette.h"
@@ -156,13 +157,9 @@ QString letterlessTape(const QTemporaryDir& dir)
     const QString path = dir.filePath(QStringLiteral("base.m4a"));
     if (QFile::exists(path))
         return path;
-    QProcess::execute(
-        QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-         QStringLiteral("-i"), QStringLiteral("sine=frequency=440:sample_rate=22050:duration=2"),
-         QStringLiteral("-c:a"), QStringLiteral("aac"), QStringLiteral("-b:a"), QStringLiteral("48k"),
-         QStringLiteral("-movie_timescale"), QStringLiteral("22050"), QStringLiteral("-metadata"),
-         QStringLiteral("title=Rehearsal"), QStringLiteral("-f"), QStringLiteral("ipod"), path});
+    spindrel::bench::encodeTone(path, 22050, 2, QStringLiteral("48k"),
+                                {QStringLiteral("-movie_timescale"), QStringLiteral("22050"),
+                                 QStringLiteral("-metadata"), QStringLiteral("title=Rehearsal")});
     return path;
 }
 
@@ -211,13 +208,10 @@ int main(int argc, char** argv)
     if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    spindrel::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printRatio("Cover art of a tape, drawn whole / cached", "BM_CoverArtPNG",
-                        "BM_CoverArtPNG_DrawnWhole");
-    reporter.printGoalRatio("Commit of a letter-less tape, goal / ours", "BM_CommitLetterlessTape",
-                            commitGoalMilliseconds);
-    benchmark::Shutdown();
-    return 0;
+    return spindrel::bench::runBenchmarks(argc, argv, [](const spindrel::bench::RatioReporter& reporter) {
+        reporter.printRatio("Cover art of a tape, drawn whole / cached", "BM_CoverArtPNG",
+                            "BM_CoverArtPNG_DrawnWhole");
+        reporter.printGoalRatio("Commit of a letter-less tape, goal / ours", "BM_CommitLetterlessTape",
+                                commitGoalMilliseconds);
+    });
 }

@@ -5,6 +5,7 @@
 // SPINDREL_BENCH_SECONDS shortens each phase while iterating (60 s by default).
 #include "../tests/PrivateSessionBus.h"
 #include "ClickOnInput.h"
+#include "ToneFile.h"
 #include "tapes/Tape.h"
 
 #include <QDBusConnection>
@@ -199,15 +200,9 @@ private:
     static bool makeTape(const QString& library)
     {
         const QString encoded = library + QStringLiteral("/Long take.m4a");
-        QProcess ffmpeg;
-        ffmpeg.start(
-            QStringLiteral("ffmpeg"),
-            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-             QStringLiteral("-i"), QStringLiteral("sine=frequency=440:sample_rate=44100:duration=600"),
-             QStringLiteral("-c:a"), QStringLiteral("aac"), QStringLiteral("-b:a"), QStringLiteral("96k"),
-             QStringLiteral("-metadata"), QStringLiteral("date=2030-03-04 10:15:00 +0000"),
-             QStringLiteral("-f"), QStringLiteral("ipod"), encoded});
-        if (!ffmpeg.waitForFinished(120000) || ffmpeg.exitCode() != 0)
+        if (!spindrel::bench::encodeTone(
+                encoded, 44100, 600, QStringLiteral("96k"),
+                {QStringLiteral("-metadata"), QStringLiteral("date=2030-03-04 10:15:00 +0000")}))
             return false;
         Tape tape(encoded);
         tape.setTitle(QStringLiteral("Long take"));

@@ -118,18 +118,16 @@ BENCHMARK(BM_FinishTwentyMinutesMQ<false>)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    spindrel::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    const auto* inPlace = reporter.find("BM_FinishInPlace_20minMQ");
-    const auto* byCopy = reporter.find("BM_FinishByCopy_20minMQ");
-    gInPlace.milliseconds = inPlace ? inPlace->GetAdjustedRealTime() : 0.0;
-    gRemux.milliseconds = byCopy ? byCopy->GetAdjustedRealTime() : 0.0;
-    if (gInPlace.milliseconds > 0.0 && gRemux.milliseconds > 0.0)
-        std::printf("finish 20 min MQ: in place %.1f ms and %.2f MB more on the disk, by copy %.1f ms and "
-                    "%.2f MB more: ratio %.1f (time)\n",
-                    gInPlace.milliseconds, gInPlace.extraBytes / 1e6, gRemux.milliseconds,
-                    gRemux.extraBytes / 1e6, gRemux.milliseconds / gInPlace.milliseconds);
-    benchmark::Shutdown();
-    return 0;
+    return spindrel::bench::runBenchmarks(argc, argv, [](const spindrel::bench::RatioReporter& reporter) {
+        const auto* inPlace = reporter.find("BM_FinishInPlace_20minMQ");
+        const auto* byCopy = reporter.find("BM_FinishByCopy_20minMQ");
+        gInPlace.milliseconds = inPlace ? inPlace->GetAdjustedRealTime() : 0.0;
+        gRemux.milliseconds = byCopy ? byCopy->GetAdjustedRealTime() : 0.0;
+        if (gInPlace.milliseconds > 0.0 && gRemux.milliseconds > 0.0)
+            std::printf(
+                "finish 20 min MQ: in place %.1f ms and %.2f MB more on the disk, by copy %.1f ms and "
+                "%.2f MB more: ratio %.1f (time)\n",
+                gInPlace.milliseconds, gInPlace.extraBytes / 1e6, gRemux.milliseconds,
+                gRemux.extraBytes / 1e6, gRemux.milliseconds / gInPlace.milliseconds);
+    });
 }

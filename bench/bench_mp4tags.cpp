@@ -4,6 +4,7 @@
 // is a sparse hole (nothing reads it), with 'moov' before it real bytes that an edit must move.
 #include "MP4Tags/MP4Tags.h"
 #include "RatioReporter.h"
+#include "ToneFile.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -44,22 +45,10 @@ const QByteArray& smallTape(Layout layout)
     QByteArray& bytes = made[layout];
     if (bytes.isEmpty()) {
         const QString path = workFolder() + QStringLiteral("/small-%1.m4a").arg(int(layout));
-        QStringList arguments{QStringLiteral("-v"),
-                              QStringLiteral("error"),
-                              QStringLiteral("-y"),
-                              QStringLiteral("-f"),
-                              QStringLiteral("lavfi"),
-                              QStringLiteral("-i"),
-                              QStringLiteral("sine=frequency=440:duration=5:sample_rate=44100"),
-                              QStringLiteral("-c:a"),
-                              QStringLiteral("aac"),
-                              QStringLiteral("-b:a"),
-                              QStringLiteral("128k"),
-                              QStringLiteral("-movie_timescale"),
-                              QStringLiteral("44100")};
+        QStringList options{QStringLiteral("-movie_timescale"), QStringLiteral("44100")};
         if (layout == MoovFirst)
-            arguments << QStringLiteral("-movflags") << QStringLiteral("+faststart");
-        if (QProcess::execute(QStringLiteral("ffmpeg"), arguments << path) != 0)
+            options << QStringLiteral("-movflags") << QStringLiteral("+faststart");
+        if (!spindrel::bench::encodeTone(path, 44100, 5, QStringLiteral("128k"), options))
             qFatal("ffmpeg could not make the tape");
         QFile file(path);
         file.open(QIODevice::ReadOnly);

@@ -9,6 +9,7 @@
 // Needs a display and the sound server: scripts/with-test-services build/bench/bench_startup
 #include "RatioReporter.h"
 #include "RealTapeLibrary.h"
+#include "ToneFile.h"
 #include "app/AppController.h"
 #include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
@@ -52,15 +53,9 @@ QString libraryOf(int count)
     static QString model;
     if (model.isEmpty()) {
         const QString encoded = workFolder().filePath(QStringLiteral("model.m4a"));
-        QProcess ffmpeg;
-        ffmpeg.start(
-            QStringLiteral("ffmpeg"),
-            {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-             QStringLiteral("-i"), QStringLiteral("sine=frequency=440:sample_rate=22050:duration=2"),
-             QStringLiteral("-c:a"), QStringLiteral("aac"), QStringLiteral("-b:a"), QStringLiteral("48k"),
-             QStringLiteral("-metadata"), QStringLiteral("date=2012-03-04 10:15:00 +0000"),
-             QStringLiteral("-f"), QStringLiteral("ipod"), encoded});
-        ffmpeg.waitForFinished(60000);
+        spindrel::bench::encodeTone(
+            encoded, 22050, 2, QStringLiteral("48k"),
+            {QStringLiteral("-metadata"), QStringLiteral("date=2012-03-04 10:15:00 +0000")});
         // As the deck leaves its recordings: letter, cover art and all, so that loading them
         // writes nothing.
         Tape tape(encoded);
@@ -366,15 +361,12 @@ int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     qputenv("XDG_DATA_HOME", workFolder().filePath(QStringLiteral("data")).toLocal8Bit());
-    benchmark::Initialize(&argc, argv);
-    spindrel::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    printGoal(reporter, "launch to first paint, no tapes, warm",
-              "BM_LaunchToFirstPaint/0/0/iterations:3/real_time", 250);
-    printGoal(reporter, "launch to first paint, 10,000 tapes, warm",
-              "BM_LaunchToFirstPaint/10000/0/iterations:3/real_time", 250);
-    printGoal(reporter, "launch to first paint, 10,000 tapes, cold",
-              "BM_LaunchToFirstPaint/10000/1/iterations:3/real_time", 600);
-    benchmark::Shutdown();
-    return 0;
+    return spindrel::bench::runBenchmarks(argc, argv, [](const spindrel::bench::RatioReporter& reporter) {
+        printGoal(reporter, "launch to first paint, no tapes, warm",
+                  "BM_LaunchToFirstPaint/0/0/iterations:3/real_time", 250);
+        printGoal(reporter, "launch to first paint, 10,000 tapes, warm",
+                  "BM_LaunchToFirstPaint/10000/0/iterations:3/real_time", 250);
+        printGoal(reporter, "launch to first paint, 10,000 tapes, cold",
+                  "BM_LaunchToFirstPaint/10000/1/iterations:3/real_time", 600);
+    });
 }

@@ -5,6 +5,7 @@
 #include "MP4Tags/MP4Tags.h"
 #include "RatioReporter.h"
 #include "RealTapeLibrary.h"
+#include "ToneFile.h"
 #include "tapes/LibraryQuery.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeCassette.h"
@@ -35,13 +36,8 @@ public:
     Library()
     {
         const QString base = mDir.filePath(QStringLiteral("base.m4a"));
-        QProcess::execute(QStringLiteral("ffmpeg"),
-                          {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"),
-                           QStringLiteral("lavfi"), QStringLiteral("-i"),
-                           QStringLiteral("sine=frequency=440:sample_rate=22050:duration=2"),
-                           QStringLiteral("-c:a"), QStringLiteral("aac"), QStringLiteral("-b:a"),
-                           QStringLiteral("48k"), QStringLiteral("-movie_timescale"), QStringLiteral("22050"),
-                           QStringLiteral("-f"), QStringLiteral("ipod"), base});
+        spindrel::bench::encodeTone(base, 22050, 2, QStringLiteral("48k"),
+                                    {QStringLiteral("-movie_timescale"), QStringLiteral("22050")});
         mFolder = mDir.filePath(QStringLiteral("library"));
         QDir().mkpath(mFolder);
         const QStringList words{QStringLiteral("piano"), QStringLiteral("guitar"),
@@ -283,18 +279,15 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    spindrel::bench::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    printLoadRatio(reporter, "10,000 small tapes, warm, TagLib / library",
-                   "BM_ScanIntoModel/iterations:3/real_time", "BM_LoadTapes_TagLib/iterations:3/real_time",
-                   4);
-    printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, warm, TagLib / library",
-                   "BM_LibraryLoad/0/iterations:5/real_time",
-                   "BM_LibraryLoad_TagLib/0/iterations:5/real_time", 4);
-    printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, cold, TagLib / library",
-                   "BM_LibraryLoad/1/iterations:3/real_time",
-                   "BM_LibraryLoad_TagLib/1/iterations:3/real_time", 5);
-    benchmark::Shutdown();
-    return 0;
+    return spindrel::bench::runBenchmarks(argc, argv, [](const spindrel::bench::RatioReporter& reporter) {
+        printLoadRatio(reporter, "10,000 small tapes, warm, TagLib / library",
+                       "BM_ScanIntoModel/iterations:3/real_time",
+                       "BM_LoadTapes_TagLib/iterations:3/real_time", 4);
+        printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, warm, TagLib / library",
+                       "BM_LibraryLoad/0/iterations:5/real_time",
+                       "BM_LibraryLoad_TagLib/0/iterations:5/real_time", 4);
+        printLoadRatio(reporter, "10,000 tapes with 150 KB cover art, cold, TagLib / library",
+                       "BM_LibraryLoad/1/iterations:3/real_time",
+                       "BM_LibraryLoad_TagLib/1/iterations:3/real_time", 5);
+    });
 }
