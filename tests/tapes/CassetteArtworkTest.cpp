@@ -1,5 +1,7 @@
 #include "tapes/CassetteArtwork.h"
 
+#include "PictureDifference.h"
+
 #include <QPainter>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -52,20 +54,11 @@ QRect pixelRect(const QRectF& logical, qreal scale = coverScale)
 // The bounding box of the pixels that differ between two images of one size; null when none do.
 QRect changedArea(const QImage& a, const QImage& b, int tolerance = 0)
 {
-    const QImage first = a.convertToFormat(QImage::Format_ARGB32);
-    const QImage second = b.convertToFormat(QImage::Format_ARGB32);
     QRect area;
-    for (int y = 0; y < first.height(); ++y) {
-        const auto* p = reinterpret_cast<const QRgb*>(first.constScanLine(y));
-        const auto* q = reinterpret_cast<const QRgb*>(second.constScanLine(y));
-        for (int x = 0; x < first.width(); ++x) {
-            const int difference =
-                std::max({std::abs(qRed(p[x]) - qRed(q[x])), std::abs(qGreen(p[x]) - qGreen(q[x])),
-                          std::abs(qBlue(p[x]) - qBlue(q[x])), std::abs(qAlpha(p[x]) - qAlpha(q[x]))});
-            if (difference > tolerance)
-                area |= QRect(x, y, 1, 1);
-        }
-    }
+    test::forEachPixelDifference(a, b, QImage::Format_ARGB32, [&](int x, int y, int difference) {
+        if (difference > tolerance)
+            area |= QRect(x, y, 1, 1);
+    });
     return area;
 }
 
@@ -247,13 +240,4 @@ TEST(CassetteArtworkTest, CopiedHubsLookLikeDrawnOnesAndChangeNothingElse)
             EXPECT_TRUE(changedArea(outside, outsideExact).isNull()) << scale;
         }
     }
-}
-
-TEST(CassetteArtworkTest, ReelStepTurnsSixtyDegreesASecondAtPlaySpeed)
-{
-    double rotation = 0.0;
-    for (int i = 0; i < std::lround(1.0 / CassetteArtwork::rotationIntervalSeconds); ++i)
-        rotation = CassetteArtwork::spoolRotationAfterStep(rotation, 1.0);
-    EXPECT_NEAR(rotation, std::numbers::pi / 3.0, 1e-12);
-    EXPECT_EQ(CassetteArtwork::spoolRotationAfterStep(0.5, 0.0), 0.5);
 }

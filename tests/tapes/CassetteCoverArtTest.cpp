@@ -1,5 +1,6 @@
 #include "tapes/CassetteCoverArt.h"
 
+#include "PictureDifference.h"
 #include "tapes/CassetteArtwork.h"
 #include "tapes/PNGEncoder.h"
 
@@ -33,22 +34,13 @@ QImage decoded(const QByteArray& png)
 // The largest difference of any channel over the two pictures, and how many pixels differ at all.
 std::pair<int, int> difference(const QImage& a, const QImage& b)
 {
-    // Premultiplied, so that a unit of rounding in a nearly transparent pixel stays a unit.
-    const QImage first = a.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    const QImage second = b.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     int largest = 0;
     int count = 0;
-    for (int y = 0; y < first.height(); ++y) {
-        const auto* p = reinterpret_cast<const QRgb*>(first.constScanLine(y));
-        const auto* q = reinterpret_cast<const QRgb*>(second.constScanLine(y));
-        for (int x = 0; x < first.width(); ++x) {
-            const int d =
-                std::max({std::abs(qRed(p[x]) - qRed(q[x])), std::abs(qGreen(p[x]) - qGreen(q[x])),
-                          std::abs(qBlue(p[x]) - qBlue(q[x])), std::abs(qAlpha(p[x]) - qAlpha(q[x]))});
-            largest = std::max(largest, d);
-            count += d > 0;
-        }
-    }
+    // Premultiplied, so that a unit of rounding in a nearly transparent pixel stays a unit.
+    test::forEachPixelDifference(a, b, QImage::Format_ARGB32_Premultiplied, [&](int, int, int d) {
+        largest = std::max(largest, d);
+        count += d > 0;
+    });
     return {largest, count};
 }
 
