@@ -16,13 +16,19 @@ namespace spindrel {
 
 namespace {
 
-// Short buffers on both sides: the engine's own offset adds about as much again.
+// The input comes in short fragments; the output keeps a little more, since a dry output is a
+// gap heard at once while a late fragment only lengthens the offset.
 constexpr double kInputBufferSeconds = 0.002;
-constexpr double kOutputBufferSeconds = 0.004;
+constexpr double kOutputBufferSeconds = 0.006;
 // How long a device clock is watched before its rate is trusted, and how far it may stray.
 constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
 constexpr double kMaximumRateDeviation = 0.005;
+// After a stall the offset stays as long as it grew. Once the input has kept time this long, the
+// output reads it a thousandth faster than it plays, too little to be heard, until the offset is
+// back to the devices' latency: 44 frames a second at 44.1 kHz.
+constexpr int64_t kCatchUpQuietNanoseconds = 5'000'000'000;
+constexpr double kCatchUpSpeed = 1.001;
 
 // The status the engine reports for its own failures (the ring buffer reports its own codes).
 constexpr int Failed = -1;
@@ -44,6 +50,16 @@ void report(int status, int line)
 {
     std::printf("CAPlayThrough Error: %d ->  %s:  %d\n", status, "CAPlayThrough", line);
     std::fflush(stdout);
+}
+
+// What the server says of a stream's latency, in frames at `rate`; nothing when it cannot say.
+double streamLatencyFrames(pa_stream* stream, double rate)
+{
+    pa_usec_t latency = 0;
+    int negative = 0;
+    if (pa_stream_get_latency(stream, &latency, &negative) != 0 || negative)
+        return 0.0;
+    return double(latency) * rate / PA_USEC_PER_SEC;
 }
 
 uint32_t framesOf(uint32_t bytes, const pa_sample_spec& format)
@@ -331,11 +347,13 @@ std::optional<Error> CAPlayThrough::connectStreams()
         mOutputDevice.mSafetyOffset =
             uint32_t(double(sink->latencyUsec) * sink->sampleRate / PA_USEC_PER_SEC);
 
-    // Both sides' latencies in input frames: the output's are converted from its own rate.
+    // Both sides' latencies in input frames (the output's converted from its own rate), and the
+    // frames the varispeed reads ahead of what it plays: a block and its filter's reach.
     const double toInputFrames = double(mInputDevice.mSampleRate) / double(mOutputDevice.mSampleRate);
     const double latency =
         double(mInputDevice.mSafetyOffset) + double(mInputDevice.mBufferSizeFrames) +
-        (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames;
+        (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames +
+        2.0 * double(mPullFrames);
     if (!mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency))
         return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
     try {
@@ -363,6 +381,9 @@ bool CAPlayThrough::cork(bool corked)
         mOutputClock.restart();
         src_reset(mVarispeed);
         mPullStarted = false;
+        mCatchUpSpeed = 1.0;
+        mMissesSeen = 0;
+        mLastMissNanoseconds = monotonicNanoseconds();
     }
     bool answered = true;
     {
@@ -604,13 +625,13 @@ void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
         const int64_t now = monotonicNanoseconds();
         DeviceClock& clock = self->mInputClock;
         if (!clock.running.load(std::memory_order_relaxed)) {
-            // The first frame was captured as long ago as the stream's latency says.
-            pa_usec_t latency = 0;
-            int negative = 0;
-            if (pa_stream_get_latency(stream, &latency, &negative) != 0 || negative)
-                latency = 0;
-            clock.origin = nanosecondsToFrames(now, clock.nominalRate) -
-                           double(latency) * clock.nominalRate / PA_USEC_PER_SEC;
+            // The first frame was captured as long ago as the stream's latency says. Until the
+            // server's first timing update that figure can be far too long, and no frame waits
+            // longer than the device's latency and one fragment.
+            const double latency = std::min(streamLatencyFrames(stream, clock.nominalRate),
+                                            double(self->mInputDevice.mSafetyOffset) +
+                                                double(self->mInputDevice.mBufferSizeFrames));
+            clock.origin = nanosecondsToFrames(now, clock.nominalRate) - latency;
             clock.running.store(true, std::memory_order_release);
         }
         const int64_t frames = int64_t(bytes / frameBytes);
@@ -650,7 +671,11 @@ long CAPlayThrough::varispeedPull(void* userdata, float** data)
     auto* self = static_cast<CAPlayThrough*>(userdata);
     const uint32_t frames = self->mPullFrames;
     self->mTimeline.fetchOutput(self->mPullBufferList.data(), frames, self->mPullTime);
-    self->mPullTime += frames;
+    // Read faster than played, the next pull's time moves on by less, and the offset with it.
+    const double played = double(frames) / self->mCatchUpSpeed;
+    self->mPullTime += played;
+    if (played < double(frames))
+        self->mTimeline.shortenOffset(double(frames) - played);
     const size_t channels = size_t(self->mChannels);
     float* interleaved = self->mPullInterleaved.data();
     for (size_t channel = 0; channel < channels; ++channel) {
@@ -688,21 +713,27 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
             std::memset(samples, 0, size_t(frames) * frameBytes);
         } else {
             if (!self->mPullStarted) {
-                // The varispeed's first input frame plays once the stream's latency has passed.
-                pa_usec_t latency = 0;
-                int negative = 0;
-                if (pa_stream_get_latency(stream, &latency, &negative) != 0 || negative)
-                    latency = pa_usec_t(double(self->mOutputDevice.mBufferSizeFrames) * PA_USEC_PER_SEC /
-                                        outputRate);
-                self->mPullTime =
-                    nanosecondsToFrames(now, inputRate) + double(latency) * inputRate / PA_USEC_PER_SEC;
+                // The varispeed's first input frame plays once the stream's latency has passed,
+                // which is never longer than the device's latency and a full buffer.
+                const double latency = std::min(streamLatencyFrames(stream, outputRate),
+                                                double(self->mOutputDevice.mSafetyOffset) +
+                                                    double(self->mOutputDevice.mBufferSizeFrames));
+                self->mPullTime = nanosecondsToFrames(now, inputRate) + latency * inputRate / outputRate;
                 self->mPullStarted = true;
             }
             // The two device clocks' rates, corrected by the varispeed.
             const double rate = self->mInputClock.rateScalar.load(std::memory_order_relaxed) /
                                 clock.rateScalar.load(std::memory_order_relaxed);
-            const long produced =
-                src_callback_read(self->mVarispeed, outputRate / inputRate / rate, frames, samples);
+            const int missed = self->mTimeline.missedFetches();
+            if (missed != self->mMissesSeen) {
+                self->mMissesSeen = missed;
+                self->mLastMissNanoseconds = now;
+            }
+            const bool catchUp = self->mTimeline.excessFrames() > 0.0 &&
+                                 now - self->mLastMissNanoseconds >= kCatchUpQuietNanoseconds;
+            self->mCatchUpSpeed = catchUp ? kCatchUpSpeed : 1.0;
+            const long produced = src_callback_read(
+                self->mVarispeed, outputRate / inputRate / rate / self->mCatchUpSpeed, frames, samples);
             if (produced < frames)
                 std::memset(samples + size_t(std::max(0L, produced)) * size_t(self->mChannels), 0,
                             size_t(frames - std::max(0L, produced)) * frameBytes);

@@ -162,6 +162,9 @@ private:
     std::vector<float> mPullInterleaved;
     double mPullTime = 0.0; // output sample time of the next pull, in input frames
     bool mPullStarted = false;
+    double mCatchUpSpeed = 1.0; // above 1 while the offset shrinks back after a stall
+    int mMissesSeen = 0;
+    int64_t mLastMissNanoseconds = 0;
     DeviceClock mOutputClock;
 
     // Set with both loops locked, so either thread may call it under its own lock.

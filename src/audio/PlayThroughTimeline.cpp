@@ -9,15 +9,14 @@ bool PlayThroughTimeline::prepare(int channels, uint32_t inputBufferFrames, doub
 {
     mChannels = channels;
     mLatencyFrames = latencyFrames;
-    mInToOutSampleOffset = latencyFrames;
     reset();
     return mBuffer.allocate(channels, sizeof(float), inputBufferFrames * 20);
 }
 
 void PlayThroughTimeline::reset()
 {
-    mFirstInputTime.store(-1.0, std::memory_order_release);
-    mFirstOutputTime = -1.0;
+    mHasInput.store(false, std::memory_order_release);
+    mInToOutSampleOffset = mLatencyFrames;
     mMissedFetches.store(0, std::memory_order_relaxed);
 }
 
@@ -25,10 +24,15 @@ void PlayThroughTimeline::reset()
 PlayThroughRingBuffer::Result PlayThroughTimeline::storeInput(const float* const* channels, uint32_t frames,
                                                               double sampleTime)
 {
-    if (mFirstInputTime.load(std::memory_order_relaxed) < 0.0)
-        mFirstInputTime.store(sampleTime, std::memory_order_release);
-    return mBuffer.store(reinterpret_cast<const void* const*>(channels), frames,
-                         PlayThroughRingBuffer::SampleTime(sampleTime));
+    const auto result = mBuffer.store(reinterpret_cast<const void* const*>(channels), frames,
+                                      PlayThroughRingBuffer::SampleTime(sampleTime));
+    mHasInput.store(true, std::memory_order_release);
+    return result;
+}
+
+void PlayThroughTimeline::shortenOffset(double frames)
+{
+    mInToOutSampleOffset = std::max(mLatencyFrames, mInToOutSampleOffset - frames);
 }
 
 void PlayThroughTimeline::silence(float* const* channels, uint32_t frames) const
@@ -40,14 +44,7 @@ void PlayThroughTimeline::silence(float* const* channels, uint32_t frames) const
 // Runs on the output thread.
 bool PlayThroughTimeline::fetchOutput(float* const* channels, uint32_t frames, double sampleTime)
 {
-    const double firstInputTime = mFirstInputTime.load(std::memory_order_acquire);
-    if (firstInputTime < 0.0) {
-        silence(channels, frames);
-        return false;
-    }
-    if (mFirstOutputTime < 0.0) {
-        mFirstOutputTime = sampleTime;
-        mInToOutSampleOffset = mLatencyFrames - (firstInputTime - mFirstOutputTime);
+    if (!hasInput()) {
         silence(channels, frames);
         return false;
     }
@@ -59,12 +56,15 @@ bool PlayThroughTimeline::fetchOutput(float* const* channels, uint32_t frames, d
     PlayThroughRingBuffer::SampleTime start = 0;
     PlayThroughRingBuffer::SampleTime end = 0;
     mBuffer.getTimeBounds(start, end);
-    double behind = 0.0;
-    if (result < 0)
-        behind = readTime - double(start);
-    else
-        behind = readTime + double(frames) - double(end);
-    mInToOutSampleOffset += std::max(kMinimumCorrectionFrames, behind);
+    if (result < 0) {
+        // The offset outgrew what the buffer keeps, after long stalls of the input: growing it
+        // further would miss every cycle from now on. Start again from the devices' latency, or
+        // from the newest frame when the input lags more than that.
+        mInToOutSampleOffset = std::max(mLatencyFrames, sampleTime + double(frames) - double(end));
+    } else {
+        const double behind = readTime + double(frames) - double(end);
+        mInToOutSampleOffset += std::max(kMinimumCorrectionFrames, behind);
+    }
     mMissedFetches.fetch_add(1, std::memory_order_relaxed);
     silence(channels, frames);
     return false;

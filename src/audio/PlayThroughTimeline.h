@@ -7,10 +7,11 @@
 
 namespace spindrel {
 
-/// The meeting point of the play-through's two sides: the input side stores frames at their
-/// input sample times, the output side fetches them later by a sample offset that starts from
-/// both devices' latencies and the skew of their first cycles, and grows in steps of at least
-/// 128 frames whenever a fetch falls outside the buffered range.
+/// The meeting point of the play-through's two sides, which share one clock: the input side stores
+/// frames at the times they were captured, the output side fetches the frames for the time they
+/// will be heard. A frame is heard a sample offset after its capture; the offset starts from both
+/// devices' latencies and grows in steps of at least 128 frames whenever a fetch finds its frames
+/// not yet there, and starts again when it has grown past what the buffer keeps.
 ///
 /// storeInput() runs on the input thread, fetchOutput() on the output thread; neither
 /// allocates, locks or waits. prepare() and reset() run while neither side does.
@@ -22,22 +23,26 @@ public:
     /// `latencyFrames`: both devices' safety offsets and buffer sizes added up. The ring buffer
     /// holds 20 input buffers, rounded up to a power of two. False when it could not be made.
     bool prepare(int channels, uint32_t inputBufferFrames, double latencyFrames);
-    /// Forgets the first times, so the next cycles measure the skew afresh.
+    /// Forgets the input and any growth of the offset, for a fresh start of both sides.
     void reset();
 
-    /// Input thread: the first frames seen set the first input time.
+    /// Input thread.
     PlayThroughRingBuffer::Result storeInput(const float* const* channels, uint32_t frames,
                                              double sampleTime);
 
     /// Output thread: has any input arrived since the last reset?
-    bool hasInput() const { return mFirstInputTime.load(std::memory_order_acquire) >= 0.0; }
+    bool hasInput() const { return mHasInput.load(std::memory_order_acquire); }
     /// Output thread: fills `frames` frames per channel for the output sample time, or silence
-    /// (before any input, in the first output cycle, and when the fetch left the buffered range,
-    /// which also corrects the offset). True when real frames came out.
+    /// (before any input, and when the fetch left the buffered range, which also corrects the
+    /// offset). True when real frames came out.
     bool fetchOutput(float* const* channels, uint32_t frames, double sampleTime);
 
-    double firstInputTime() const { return mFirstInputTime.load(std::memory_order_acquire); }
-    double firstOutputTime() const { return mFirstOutputTime; }
+    /// Output thread: how far the offset has grown past the devices' latency.
+    double excessFrames() const { return mInToOutSampleOffset - mLatencyFrames; }
+    /// Output thread: takes up to `frames` off the growth, as an output side that reads its input
+    /// slightly faster than it plays moves its times on by that much less than it reads.
+    void shortenOffset(double frames);
+
     double inToOutSampleOffset() const { return mInToOutSampleOffset; }
     double latencyFrames() const { return mLatencyFrames; }
     /// Fetches since the last reset that found their frames gone or not yet there: each is a
@@ -52,10 +57,9 @@ private:
     PlayThroughRingBuffer mBuffer;
     int mChannels = 0;
     double mLatencyFrames = 0.0;
-    // Written once by the input side after a reset, read by the output side.
-    std::atomic<double> mFirstInputTime{-1.0};
+    // Set by the input side after a reset, read by the output side.
+    std::atomic<bool> mHasInput{false};
     // The output side's own.
-    double mFirstOutputTime = -1.0;
     double mInToOutSampleOffset = 0.0;
     std::atomic<int> mMissedFetches{0};
 };
