@@ -30,7 +30,6 @@ public:
         QUrl url;
         QMap<QByteArray, QByteArray> headers; // names in lower case
         QByteArray body;                      // not kept for movie bytes
-        qint64 bodyLength = 0;
     };
 
     FakeYouTubeService();
@@ -44,7 +43,6 @@ public:
     QString email = QStringLiteral("listener@example.com");
     QString lastAccessToken;
     QString refreshToken = QStringLiteral("refresh-1");
-    int tokenRequests = 0;
 
     // The category list to serve, as JSON.
     QByteArray categoriesJson;
