@@ -3,6 +3,7 @@
 #include "sharing/YouTubeService.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonObject>
 #include <QList>
@@ -112,4 +113,21 @@ private:
     bool mBroken = false;
     bool mOutage = false;
     int mTokenSerial = 0;
+};
+
+// Starts at the first request that meets the fake's fault.
+class FaultClock
+{
+public:
+    explicit FaultClock(FakeYouTubeService& fake)
+    {
+        QObject::connect(&fake, &FakeYouTubeService::faultMet, &fake, [this] {
+            if (!mTimer.isValid())
+                mTimer.start();
+        });
+    }
+    qint64 elapsed() const { return mTimer.isValid() ? mTimer.elapsed() : -1; }
+
+private:
+    QElapsedTimer mTimer;
 };

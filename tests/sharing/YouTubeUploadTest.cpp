@@ -5,7 +5,6 @@
 #include "sharing/YouTubeCategoryList.h"
 #include "sharing/YouTubeUploadTicket.h"
 
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -211,11 +210,7 @@ TEST_F(YouTubeServiceTest, StalledUploadTimesOutWaitsAndGoesOnWhenTheServiceAnsw
     ticket.setRetryDelays({200, 400});
     QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
     QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
-    QElapsedTimer sinceFault;
-    QObject::connect(&mFake, &FakeYouTubeService::faultMet, &mFake, [&] {
-        if (!sinceFault.isValid())
-            sinceFault.start();
-    });
+    FaultClock sinceFault(mFake);
     ticket.start();
 
     // The movie and then the question how much arrived both hang: each try ends on the timeout.

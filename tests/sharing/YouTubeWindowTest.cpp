@@ -13,7 +13,6 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -31,23 +30,6 @@
 using namespace spindrel;
 
 namespace {
-
-// Starts at the first request that meets the fake's fault.
-class FaultClock
-{
-public:
-    explicit FaultClock(FakeYouTubeService& fake)
-    {
-        QObject::connect(&fake, &FakeYouTubeService::faultMet, &fake, [this] {
-            if (!mTimer.isValid())
-                mTimer.start();
-        });
-    }
-    qint64 elapsed() const { return mTimer.isValid() ? mTimer.elapsed() : -1; }
-
-private:
-    QElapsedTimer mTimer;
-};
 
 class YouTubeWindowTest : public ::testing::Test
 {
