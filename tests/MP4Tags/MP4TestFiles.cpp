@@ -203,16 +203,6 @@ QByteArray coverPng()
     return buffer.data();
 }
 
-QJsonObject probeTags(const QString& path)
-{
-    QByteArray output;
-    run(QStringLiteral("ffprobe"), words("-v error -show_entries format_tags -of json") << path, &output);
-    return QJsonDocument::fromJson(output)
-        .object()[QStringLiteral("format")]
-        .toObject()[QStringLiteral("tags")]
-        .toObject();
-}
-
 QJsonObject probeFile(const QString& path)
 {
     QByteArray output;

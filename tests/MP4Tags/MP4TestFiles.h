@@ -73,7 +73,6 @@ QList<quint64> chunkOffsets(const QByteArray& file);
 /// A small PNG of varied pixels, as cover art.
 QByteArray coverPng();
 
-QJsonObject probeTags(const QString& path);
 /// ffprobe's format, streams and chapters.
 QJsonObject probeFile(const QString& path);
 /// MD5 of the decoded audio; empty when ffmpeg reports any error.

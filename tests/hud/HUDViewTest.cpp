@@ -59,10 +59,6 @@ TEST_F(HUDViewTest, LevelMeterLightsOneSegmentPerTenDecibelsAndMonoRepeatsTheLef
 
 TEST_F(HUDViewTest, VolumeShowsAWedgeAndIsSetByClickingItsColumns)
 {
-    EXPECT_EQ(VolumeView::litSegmentsForVolume(0.0), 6);
-    EXPECT_EQ(VolumeView::litSegmentsForVolume(-25.0), 1);
-    EXPECT_EQ(VolumeView::litSegmentsForVolume(-40.0), 0);
-
     QSignalSpy changed(&hud, &HUDView::volumeChanged);
     VolumeView* volume = hud.volumeView();
     clickAt(volume, QPointF(VolumeView::firstColumn + 1.0, 8.0));
@@ -82,12 +78,6 @@ TEST_F(HUDViewTest, VolumeShowsAWedgeAndIsSetByClickingItsColumns)
     EXPECT_EQ(hud.volume(), 0.0);
     QTest::mouseRelease(volume, Qt::LeftButton, {},
                         QPoint(static_cast<int>(VolumeView::firstColumn) + 32, 8));
-}
-
-TEST(TimeViewTest, TimeReadsMinutesSecondsAndHundredths)
-{
-    EXPECT_EQ(TimeView::timeString(59999.0), QStringLiteral("0:59.99"));
-    EXPECT_EQ(TimeView::timeString(3723450.0), QStringLiteral("62:03.45"));
 }
 
 TEST_F(HUDViewTest, PositionBarMarksThePositionAndSeeksOnClicks)
@@ -139,42 +129,34 @@ TEST_F(HUDViewTest, RecordingRunsALightAlongTheBarAndLocksTheSettings)
     EXPECT_EQ(position.size(), 0);
 }
 
-TEST_F(HUDViewTest, QualityIsChosenByClickingItsBox)
+TEST_F(HUDViewTest, QualityAndChannelsAreChosenByClickingTheirBoxesAndMonoDevicesAlert)
 {
     const auto& layers = hud.qualityView()->layers();
     ASSERT_EQ(layers.size(), 3u);
-
     hud.setQuality(QStringLiteral("LQ"));
-    QSignalSpy changed(&hud, &HUDView::qualityChanged);
+    QSignalSpy quality(&hud, &HUDView::qualityChanged);
     clickAt(hud.qualityView(), layers[1].frame.center());
     EXPECT_EQ(hud.quality(), QStringLiteral("MQ"));
-    EXPECT_EQ(changed.size(), 1);
-
     hud.setQuality(QStringLiteral("XQ"));
     EXPECT_EQ(hud.quality(), QStringLiteral("MQ"));
-    EXPECT_EQ(changed.size(), 1);
-}
+    EXPECT_EQ(quality.size(), 1);
 
-TEST_F(HUDViewTest, StereoOnAMonoDeviceAlertsAndStaysMono)
-{
     bool canRecordStereo = false;
     int alerts = 0;
     hud.setCanRecordStereo([&] { return canRecordStereo; });
     hud.setMonoAlert([&] { ++alerts; });
     hud.setStereo(false);
-    QSignalSpy changed(&hud, &HUDView::stereoChanged);
-
+    QSignalSpy stereo(&hud, &HUDView::stereoChanged);
     clickAt(hud.stereoView(), hud.stereoView()->layerFrame(0).center());
     EXPECT_EQ(alerts, 1);
     EXPECT_FALSE(hud.stereo());
-    EXPECT_EQ(changed.size(), 0);
-
+    EXPECT_EQ(stereo.size(), 0);
     canRecordStereo = true;
     clickAt(hud.stereoView(), hud.stereoView()->layerFrame(0).center());
     EXPECT_TRUE(hud.stereo());
-    EXPECT_EQ(changed.size(), 1);
     clickAt(hud.stereoView(), hud.stereoView()->layerFrame(1).center());
     EXPECT_FALSE(hud.stereo());
+    EXPECT_EQ(stereo.size(), 2);
     EXPECT_EQ(alerts, 1);
 }
 
@@ -183,16 +165,6 @@ namespace {
 void press(QWidget* view, Qt::Key key)
 {
     QTest::keyClick(view, key);
-}
-
-// The HUD drawn into an image of its own at a device pixel ratio.
-QImage drawn(HUDView& hud, qreal devicePixelRatio)
-{
-    QImage image((QSizeF(hud.size()) * devicePixelRatio).toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(devicePixelRatio);
-    image.fill(Qt::black);
-    hud.render(&image);
-    return image;
 }
 
 } // namespace
@@ -290,9 +262,9 @@ TEST_F(HUDViewTest, TheControlWithTheKeyboardIsRingedAtEveryPixelRatio)
     const QPointF onRing(volume->geometry().left() - 3.0, volume->geometry().center().y());
     for (const qreal ratio : {1.0, 2.0}) {
         volume->clearFocus();
-        const QImage plain = drawn(hud, ratio);
+        const QImage plain = test::rendered(hud, ratio);
         volume->setFocus(Qt::TabFocusReason);
-        const QImage ringed = drawn(hud, ratio);
+        const QImage ringed = test::rendered(hud, ratio);
         const QPoint pixel = (onRing * ratio).toPoint();
         const QColor before = plain.pixelColor(pixel);
         const QColor after = ringed.pixelColor(pixel);

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QImage>
 #include <QPaintEvent>
 #include <QPointer>
 #include <QRegion>
@@ -56,5 +57,15 @@ private:
     QPointer<QWidget> mWidget;
     QList<QRegion> mRegions;
 };
+
+/// The widget drawn on black into an image of its own at a device pixel ratio.
+inline QImage rendered(QWidget& widget, qreal devicePixelRatio)
+{
+    QImage image((QSizeF(widget.size()) * devicePixelRatio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(devicePixelRatio);
+    image.fill(Qt::black);
+    widget.render(&image);
+    return image;
+}
 
 } // namespace spindrel::test

@@ -2,6 +2,7 @@
 
 #include "tapes/Tape.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 namespace spindrel::test {
@@ -10,16 +11,29 @@ namespace spindrel::test {
 class TestTapes
 {
 public:
-    TestTapes();
     bool isValid() const { return mDir.isValid(); }
-    const QString& path() const { return mPath; }
 
-    TapePtr welcomeTape();
-    TapePtr make(const QString& title, const QDateTime& date, const QString& notes = {});
+    TapePtr welcomeTape()
+    {
+        const QString file = mDir.filePath(QStringLiteral("tape-%1.m4a").arg(++mCount));
+        if (!QFile::copy(QStringLiteral(SPINDREL_SOURCE_DIR "/resources/tapes/sp-welcome.m4a"), file))
+            return nullptr;
+        return std::make_shared<Tape>(file);
+    }
+
+    TapePtr make(const QString& title, const QDateTime& date, const QString& notes = {})
+    {
+        TapePtr tape = welcomeTape();
+        if (tape) {
+            tape->setTitle(title);
+            tape->setDate(date);
+            tape->setNotes(notes);
+        }
+        return tape;
+    }
 
 private:
     QTemporaryDir mDir;
-    QString mPath;
     int mCount = 0;
 };
 

@@ -155,7 +155,6 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
                                                       lines[i].mid(colon + 1).trimmed());
             }
             connection.remaining = connection.request.headers.value("content-length").toLongLong();
-            connection.request.bodyLength = connection.remaining;
             connection.haveHeaders = true;
             const bool sessionPut =
                 connection.request.method == "PUT" &&
@@ -268,7 +267,6 @@ void FakeYouTubeService::respond(QTcpSocket* socket, Connection& connection)
     const Request& request = connection.request;
     const QString path = request.url.path();
     if (path == QStringLiteral("/token") && request.method == "POST") {
-        ++tokenRequests;
         const QUrlQuery form(QString::fromUtf8(request.body));
         const QString grant = form.queryItemValue(QStringLiteral("grant_type"));
         if (form.queryItemValue(QStringLiteral("client_id")) != configuration().clientId) {

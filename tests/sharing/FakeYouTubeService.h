@@ -3,6 +3,7 @@
 #include "sharing/YouTubeService.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonObject>
 #include <QList>
@@ -30,7 +31,6 @@ public:
         QUrl url;
         QMap<QByteArray, QByteArray> headers; // names in lower case
         QByteArray body;                      // not kept for movie bytes
-        qint64 bodyLength = 0;
     };
 
     FakeYouTubeService();
@@ -44,7 +44,6 @@ public:
     QString email = QStringLiteral("listener@example.com");
     QString lastAccessToken;
     QString refreshToken = QStringLiteral("refresh-1");
-    int tokenRequests = 0;
 
     // The category list to serve, as JSON.
     QByteArray categoriesJson;
@@ -114,4 +113,21 @@ private:
     bool mBroken = false;
     bool mOutage = false;
     int mTokenSerial = 0;
+};
+
+// Starts at the first request that meets the fake's fault.
+class FaultClock
+{
+public:
+    explicit FaultClock(FakeYouTubeService& fake)
+    {
+        QObject::connect(&fake, &FakeYouTubeService::faultMet, &fake, [this] {
+            if (!mTimer.isValid())
+                mTimer.start();
+        });
+    }
+    qint64 elapsed() const { return mTimer.isValid() ? mTimer.elapsed() : -1; }
+
+private:
+    QElapsedTimer mTimer;
 };

@@ -5,14 +5,13 @@
 #include "sharing/YouTubeCategoryList.h"
 #include "sharing/YouTubeUploadTicket.h"
 
-#include <QElapsedTimer>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QUrlQuery>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -58,6 +57,14 @@ protected:
         mService->authorizer().signIn();
         ASSERT_TRUE(finished.wait(5000));
         ASSERT_EQ(finished.at(0).at(0).toString(), QString());
+    }
+
+    // Whether a movie PUT carried this Content-Range.
+    bool sentRange(const QByteArray& range) const
+    {
+        const auto puts = mFake.requestsTo(QStringLiteral("/upload/session/1"));
+        return std::ranges::any_of(
+            puts, [&](const auto& put) { return put.headers.value("content-range") == range; });
     }
 
     FakeYouTubeService mFake;
@@ -131,7 +138,7 @@ TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
     YouTubeAuthorizer::Token lapsed = mService->authorizer().token();
     lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
     mService->authorizer().setToken(lapsed);
-    const int tokenRequestsBefore = mFake.tokenRequests;
+    const qsizetype tokenRequestsBefore = mFake.requestsTo(QStringLiteral("/token")).size();
 
     int answered = 0;
     for (int i = 0; i < 2; ++i)
@@ -142,7 +149,7 @@ TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
     for (int i = 0; i < 100 && answered < 2; ++i)
         QSignalSpy(&mService->authorizer(), &YouTubeAuthorizer::authorizationChanged).wait(20);
     EXPECT_EQ(answered, 2);
-    EXPECT_EQ(mFake.tokenRequests, tokenRequestsBefore + 1);
+    EXPECT_EQ(mFake.requestsTo(QStringLiteral("/token")).size(), tokenRequestsBefore + 1);
     EXPECT_EQ(mService->authorizer().authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
     EXPECT_EQ(mService->authorizer().token().refreshToken, mFake.refreshToken);
 }
@@ -152,14 +159,8 @@ TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
     signIn();
     const QByteArray movie = randomMovie(3 * 1024 * 1024 + 17);
     mFake.breakAfterBytes = 1024 * 1024;
-
-    YouTubeUploadTicket::Metadata metadata;
-    metadata.title = QStringLiteral("Kitchen session");
-    metadata.description = QStringLiteral("Two takes\n\nCreated with Spindrel");
-    metadata.keywords = {QStringLiteral("spindrel"), QStringLiteral("waltz")};
-    metadata.categoryId = QStringLiteral("10");
-    metadata.isPrivate = true;
-    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/quicktime"), metadata);
+    // What is sent is the window's test; here only how.
+    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/quicktime"), {});
     ticket.setRetryDelays({10, 10, 10});
     QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
     QSignalSpy progress(&ticket, &YouTubeUploadTicket::progress);
@@ -167,37 +168,16 @@ TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
     ASSERT_TRUE(finished.wait(20000));
     EXPECT_EQ(finished.at(0).at(0).toString(), QString());
     EXPECT_EQ(ticket.videoId(), QStringLiteral("fake-video-1"));
-
     EXPECT_GE(mFake.connectionsBroken, 1);
     ASSERT_TRUE(mFake.uploadComplete);
     EXPECT_TRUE(mFake.movie == movie);
-    EXPECT_EQ(mFake.uploadContentType, "video/quicktime");
-    const QJsonObject snippet = mFake.uploadMetadata.value(QStringLiteral("snippet")).toObject();
-    EXPECT_EQ(snippet.value(QStringLiteral("title")).toString(), metadata.title);
-    EXPECT_EQ(snippet.value(QStringLiteral("description")).toString(), metadata.description);
-    EXPECT_EQ(snippet.value(QStringLiteral("tags")).toArray(),
-              QJsonArray({QStringLiteral("spindrel"), QStringLiteral("waltz")}));
-    EXPECT_EQ(snippet.value(QStringLiteral("categoryId")).toString(), QStringLiteral("10"));
-    EXPECT_EQ(mFake.uploadMetadata.value(QStringLiteral("status"))
-                  .toObject()
-                  .value(QStringLiteral("privacyStatus")),
-              QStringLiteral("private"));
 
     // The client asked how much had arrived and sent only the rest.
-    const auto puts = mFake.requestsTo(QStringLiteral("/upload/session/1"));
-    bool asked = false;
-    bool resumed = false;
-    for (const auto& request : puts) {
-        const QByteArray range = request.headers.value("content-range");
-        asked = asked || range == "bytes */" + QByteArray::number(movie.size());
-        resumed = resumed || range == "bytes 1048576-" + QByteArray::number(movie.size() - 1) + '/' +
-                                          QByteArray::number(movie.size());
-    }
-    EXPECT_TRUE(asked);
-    EXPECT_TRUE(resumed);
+    const QByteArray total = QByteArray::number(movie.size());
+    EXPECT_TRUE(sentRange("bytes */" + total));
+    EXPECT_TRUE(sentRange("bytes 1048576-" + QByteArray::number(movie.size() - 1) + '/' + total));
     ASSERT_FALSE(progress.isEmpty());
-    EXPECT_EQ(progress.last().at(0).toLongLong(), movie.size());
-    EXPECT_EQ(progress.last().at(1).toLongLong(), movie.size());
+    EXPECT_EQ(progress.last(), QVariantList({movie.size(), movie.size()}));
 }
 
 TEST_F(YouTubeServiceTest, UploadWithoutSignInOrRefusedReportsWhyAndSendsNoMovie)
@@ -230,11 +210,7 @@ TEST_F(YouTubeServiceTest, StalledUploadTimesOutWaitsAndGoesOnWhenTheServiceAnsw
     ticket.setRetryDelays({200, 400});
     QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
     QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
-    QElapsedTimer sinceFault;
-    QObject::connect(&mFake, &FakeYouTubeService::faultMet, &mFake, [&] {
-        if (!sinceFault.isValid())
-            sinceFault.start();
-    });
+    FaultClock sinceFault(mFake);
     ticket.start();
 
     // The movie and then the question how much arrived both hang: each try ends on the timeout.
@@ -254,68 +230,7 @@ TEST_F(YouTubeServiceTest, StalledUploadTimesOutWaitsAndGoesOnWhenTheServiceAnsw
     EXPECT_EQ(finished.at(0).at(0).toString(), QString());
     ASSERT_TRUE(mFake.uploadComplete);
     EXPECT_TRUE(mFake.movie == movie);
-    bool asked = false;
-    for (const auto& request : mFake.requestsTo(QStringLiteral("/upload/session/1")))
-        asked =
-            asked || request.headers.value("content-range") == "bytes */" + QByteArray::number(movie.size());
-    EXPECT_TRUE(asked);
-}
-
-TEST_F(YouTubeServiceTest, DroppedUploadWaitsForTheNetworkAndResumesOnRequest)
-{
-    signIn();
-    const QByteArray movie = randomMovie(2 * 1024 * 1024);
-    mFake.fault = FakeYouTubeService::Fault::Drop;
-    mFake.faultPath = QStringLiteral("/upload/session/");
-    YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/mp4"), {});
-    // Ten minutes: only retryNow() can bring it back within the test.
-    ticket.setRetryDelays({10 * 60 * 1000});
-    QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
-    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
-    ticket.start();
-    ASSERT_TRUE(waiting.wait(30000));
-    EXPECT_TRUE(waiting.at(0).at(0).toString().startsWith(QStringLiteral("YouTube could not be reached: ")));
-    EXPECT_TRUE(ticket.isWaitingForNetwork());
-    EXPECT_GE(mFake.connectionsBroken, 1);
-    const qint64 arrivedBeforeTheDrop = mFake.movie.size();
-    EXPECT_GT(arrivedBeforeTheDrop, 0);
-
-    mFake.recover();
-    ticket.retryNow();
-    ASSERT_TRUE(finished.wait(30000));
-    EXPECT_EQ(finished.at(0).at(0).toString(), QString());
-    EXPECT_TRUE(mFake.movie == movie);
-    // Only the rest was sent again.
-    bool resumed = false;
-    for (const auto& request : mFake.requestsTo(QStringLiteral("/upload/session/1")))
-        resumed = resumed || request.headers.value("content-range") ==
-                                 "bytes " + QByteArray::number(arrivedBeforeTheDrop) + '-' +
-                                     QByteArray::number(movie.size() - 1) + '/' +
-                                     QByteArray::number(movie.size());
-    EXPECT_TRUE(resumed);
-}
-
-TEST_F(YouTubeServiceTest, UploadGivesUpOnlyWhenTheOutageOutlastsTheLimit)
-{
-    signIn();
-    mFake.fault = FakeYouTubeService::Fault::Drop;
-    YouTubeUploadTicket ticket(*mService, randomMovie(100 * 1024), QStringLiteral("video/mp4"), {});
-    ticket.setRetryDelays({100, 200});
-    ticket.setOutageLimit(2000);
-    QSignalSpy waiting(&ticket, &YouTubeUploadTicket::waitingForNetwork);
-    QSignalSpy finished(&ticket, &YouTubeUploadTicket::finished);
-    QElapsedTimer outage;
-    outage.start();
-    ticket.start();
-    ASSERT_TRUE(finished.wait(30000));
-    EXPECT_GE(outage.elapsed(), 2000);
-    EXPECT_GE(waiting.size(), 3);
-    EXPECT_GE(mFake.faultsMet, 4); // it kept trying to open the session
-    const QString error = finished.at(0).at(0).toString();
-    EXPECT_TRUE(error.startsWith(QStringLiteral("YouTube could not be reached: "))) << error.toStdString();
-    EXPECT_TRUE(error.endsWith(QStringLiteral("Spindrel waited 2 s for the network and stopped the upload.")))
-        << error.toStdString();
-    EXPECT_FALSE(mFake.uploadComplete);
+    EXPECT_TRUE(sentRange("bytes */" + QByteArray::number(movie.size())));
 }
 
 TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain)

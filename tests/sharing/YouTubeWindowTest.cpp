@@ -13,7 +13,6 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -31,23 +30,6 @@
 using namespace spindrel;
 
 namespace {
-
-// Starts at the first request that meets the fake's fault.
-class FaultClock
-{
-public:
-    explicit FaultClock(FakeYouTubeService& fake)
-    {
-        QObject::connect(&fake, &FakeYouTubeService::faultMet, &fake, [this] {
-            if (!mTimer.isValid())
-                mTimer.start();
-        });
-    }
-    qint64 elapsed() const { return mTimer.isValid() ? mTimer.elapsed() : -1; }
-
-private:
-    QElapsedTimer mTimer;
-};
 
 class YouTubeWindowTest : public ::testing::Test
 {
@@ -226,6 +208,8 @@ TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
     EXPECT_EQ(mFake.uploadContentType, "video/quicktime");
     const QJsonObject snippet = mFake.uploadMetadata.value(QStringLiteral("snippet")).toObject();
     EXPECT_EQ(snippet.value(QStringLiteral("title")).toString(), QStringLiteral("Kitchen session"));
+    EXPECT_EQ(snippet.value(QStringLiteral("description")).toString(),
+              mWindow->descriptionTextView()->toPlainText());
     EXPECT_EQ(snippet.value(QStringLiteral("tags")).toArray(),
               QJsonArray({QStringLiteral("spindrel"), QStringLiteral("kitchen")}));
     EXPECT_EQ(snippet.value(QStringLiteral("categoryId")).toString(), QStringLiteral("10"));
@@ -402,8 +386,11 @@ TEST_F(YouTubeWindowShortOutageTest, UploadThatCannotReachYouTubeInTimeSaysWhyAn
     mWindow->setRetryDelays({100, 200});
     mFake.fault = FakeYouTubeService::Fault::Drop;
     mFake.faultPath = QStringLiteral("/upload/");
+    FaultClock clock(mFake);
     mWindow->performUpload();
     ASSERT_TRUE(QTest::qWaitFor([&] { return alert() && alert()->isVisible(); }, 60000));
+    EXPECT_GE(clock.elapsed(), 2000) << "gave up before the outage outlasted the limit";
+    EXPECT_GE(mFake.faultsMet, 3) << "it kept trying";
     EXPECT_EQ(mWindow->uploadProgressTextField()->text(), QStringLiteral("Waiting for the network\u2026"));
     const QStringList kept = movies();
     ASSERT_EQ(kept.size(), 1);

@@ -138,28 +138,11 @@ TEST(CassetteArtworkTest, EachLabelValueChangesOnlyItsOwnPlace)
     }
 }
 
-TEST(CassetteArtworkTest, ReelStepChangesOnlyTheHubs)
+TEST(CassetteArtworkTest, ARightMultiplierOfNothingHoldsTheRightHubStill)
 {
-    CassetteArtwork artwork(sampleValues());
-    artwork.setSpoolRotation(0.25);
-    const QImage before = paintedImage(artwork);
-    artwork.rotationStep(1.0);
-    const QImage after = paintedImage(artwork);
-
+    // That a step changes nothing but the hubs is the movie's test, frame by frame.
     const QRect left = CassetteArtwork::reelPixelRect(Reel::Left, coverScale);
     const QRect right = CassetteArtwork::reelPixelRect(Reel::Right, coverScale);
-    QImage outside = after;
-    QImage outsideBefore = before;
-    outside.setDevicePixelRatio(1.0); // masks below are in pixels
-    outsideBefore.setDevicePixelRatio(1.0);
-    for (const QRect& reel : {left, right}) {
-        EXPECT_FALSE(changedArea(before.copy(reel), after.copy(reel)).isNull());
-        QPainter(&outside).fillRect(reel, Qt::magenta);
-        QPainter(&outsideBefore).fillRect(reel, Qt::magenta);
-    }
-    EXPECT_TRUE(changedArea(outsideBefore, outside).isNull());
-
-    // A right multiplier of 0 holds the right hub still.
     CassetteValues values = sampleValues();
     values.rightRotationMultiplier = 0.0;
     CassetteArtwork held(values);

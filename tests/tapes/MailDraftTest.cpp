@@ -85,10 +85,9 @@ TEST_F(MailDraftTest, TheComposerReceivesSubjectBodyAndAttachmentAsSeparateArgum
                            QStringLiteral("\nRecorded with Spindrel\n") + MailDraft::webAddress() +
                                QStringLiteral("\n\n"),
                            QStringLiteral("--attach"), mTapePath}));
-    EXPECT_TRUE(MailDraft::webAddress().startsWith(QStringLiteral("https://")));
 }
 
-TEST_F(MailDraftTest, AMissingMailProgramOrTapeIsReportedClearly)
+TEST_F(MailDraftTest, AMissingOrFailingMailProgramIsReportedClearly)
 {
     // Without xdg-email anywhere on PATH.
     qputenv("PATH", mDir.filePath(QStringLiteral("empty")).toLocal8Bit());
@@ -97,26 +96,11 @@ TEST_F(MailDraftTest, AMissingMailProgramOrTapeIsReportedClearly)
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("No mail program")))
         << error->localizedDescription().toStdString();
 
-    // xdg-email present, but no mail program behind it: its status 3.
-    installComposer(3);
-    error = openDraft(draftForTape(QStringLiteral("Take")));
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("No mail program is set up")));
-
+    // Status 3 (no mail program behind xdg-email) and a vanished tape are the deck's tests.
     installComposer(1);
     error = openDraft(draftForTape(QStringLiteral("Take")));
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("status 1")));
-
-    // A tape whose file vanished starts no composer.
-    installComposer(0);
-    QFile::remove(argvFile());
-    const MailDraft draft = draftForTape(QStringLiteral("Take"));
-    ASSERT_TRUE(QFile::remove(mTapePath));
-    error = openDraft(draft);
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("Sunday rehearsal.m4a")));
-    EXPECT_FALSE(QFile::exists(argvFile()));
 }
 
 } // namespace

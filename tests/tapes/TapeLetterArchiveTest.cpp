@@ -9,135 +9,74 @@ using namespace spindrel;
 
 namespace {
 
-// Writes a binary property list byte by byte, in the object order and with the widths the test
-// chooses, without the library the archive code uses.
-class HandMadePlist
+// Archives laid out as other writers lay them out, built node by node.
+plist_t dict(std::initializer_list<std::pair<const char*, plist_t>> entries)
 {
-public:
-    HandMadePlist(int referenceWidth, int offsetWidth)
-        : mReferenceWidth(referenceWidth), mOffsetWidth(offsetWidth)
-    {
-    }
-
-    int ascii(const QByteArray& text) { return add(marker(0x50, text.size()) + text); }
-    int utf16(const QString& text)
-    {
-        QByteArray bytes = marker(0x60, text.size());
-        for (const QChar c : text)
-            bytes += be(c.unicode(), 2);
-        return add(bytes);
-    }
-    int integer(uint64_t value, int width)
-    {
-        return add(char(0x10 | qCountTrailingZeroBits(unsigned(width))) + be(value, width));
-    }
-    int uid(uint64_t value, int width) { return add(char(0x80 | (width - 1)) + be(value, width)); }
-    int array(const QList<int>& items) { return add(container(0xA0, items)); }
-    int dict(const QList<std::pair<int, int>>& entries) { return add(dictBytes(entries)); }
-    // A dictionary whose entries refer to objects made after it.
-    int reserve() { return add({}); }
-    void setDict(int slot, const QList<std::pair<int, int>>& entries) { mObjects[slot] = dictBytes(entries); }
-
-    QByteArray build(int top) const
-    {
-        QByteArray file("bplist00"), offsets;
-        for (const QByteArray& object : mObjects) {
-            offsets += be(uint64_t(file.size()), mOffsetWidth);
-            file += object;
-        }
-        const uint64_t tableOffset = uint64_t(file.size());
-        return file + offsets + QByteArray(6, '\0') + char(mOffsetWidth) + char(mReferenceWidth) +
-               be(uint64_t(mObjects.size()), 8) + be(uint64_t(top), 8) + be(tableOffset, 8);
-    }
-
-private:
-    static QByteArray be(uint64_t value, int width)
-    {
-        QByteArray bytes(width, '\0');
-        for (int i = width - 1; i >= 0; --i, value >>= 8)
-            bytes[i] = char(value & 0xff);
-        return bytes;
-    }
-    static QByteArray marker(int type, qsizetype count)
-    {
-        return count < 15 ? QByteArray(1, char(type | count))
-                          : char(type | 0x0f) + QByteArray("\x10") + char(count);
-    }
-    int add(const QByteArray& object)
-    {
-        mObjects << object;
-        return int(mObjects.size() - 1);
-    }
-    QByteArray container(int type, const QList<int>& references, qsizetype count = -1) const
-    {
-        QByteArray bytes = marker(type, count < 0 ? references.size() : count);
-        for (const int reference : references)
-            bytes += be(uint64_t(reference), mReferenceWidth);
-        return bytes;
-    }
-    QByteArray dictBytes(const QList<std::pair<int, int>>& entries) const
-    {
-        QList<int> references;
-        for (const auto& entry : entries)
-            references << entry.first;
-        for (const auto& entry : entries)
-            references << entry.second;
-        return container(0xD0, references, entries.size());
-    }
-
-    int mReferenceWidth, mOffsetWidth;
-    QList<QByteArray> mObjects;
-};
-
-// Another writer's order: $objects [$null, letter class, text, scheme, letter, scheme class], the
-// root last in the file; two-byte references, four-byte offsets, UIDs one, two and four bytes wide,
-// eight-byte integers, shared key strings and a non-ASCII letter in UTF-16.
-QByteArray archiveInAnotherOrder()
+    plist_t node = plist_new_dict();
+    for (const auto& [key, value] : entries)
+        plist_dict_set_item(node, key, value);
+    return node;
+}
+plist_t array(std::initializer_list<plist_t> items)
 {
-    HandMadePlist p(2, 4);
-    const int root = p.reserve();
-    const int classKey = p.ascii("$class"), nameKey = p.ascii("$classname"), classesKey = p.ascii("$classes");
-    const int nsObject = p.ascii("NSObject"), letterName = p.ascii("TapeLetter"),
-              schemeName = p.ascii("TapeColorScheme");
-    const int objects = p.array({
-        p.ascii("$null"),
-        p.dict({{classesKey, p.array({letterName, nsObject})}, {nameKey, letterName}}),
-        p.utf16(QStringLiteral("\u00d8")),
-        p.dict({{p.ascii("index"), p.integer(3, 8)}, {classKey, p.uid(5, 1)}}),
-        p.dict({{p.ascii("letter"), p.uid(2, 2)},
-                {p.ascii("colorScheme"), p.uid(3, 4)},
-                {classKey, p.uid(1, 1)}}),
-        p.dict({{nameKey, schemeName}, {classesKey, p.array({schemeName, nsObject})}}),
-    });
-    p.setDict(root, {{p.ascii("$objects"), objects},
-                     {p.ascii("$top"), p.dict({{p.ascii("letter"), p.uid(4, 2)}})},
-                     {p.ascii("$archiver"), p.ascii("NSKeyedArchiver")},
-                     {p.ascii("$version"), p.integer(100000, 8)}});
-    return p.build(root);
+    plist_t node = plist_new_array();
+    for (const plist_t item : items)
+        plist_array_append_item(node, item);
+    return node;
+}
+plist_t str(const char* text)
+{
+    return plist_new_string(text);
+}
+QByteArray binary(plist_t root)
+{
+    char* bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    const QByteArray archive(bytes, qsizetype(length));
+    plist_to_bin_free(bytes);
+    plist_free(root);
+    return archive;
+}
+QByteArray keyedArchive(plist_t objects, uint64_t root)
+{
+    return binary(dict({{"$objects", objects},
+                        {"$top", dict({{"letter", plist_new_uid(root)}})},
+                        {"$archiver", str("NSKeyedArchiver")},
+                        {"$version", plist_new_uint(100000)}}));
 }
 
-// A letter text archived as a mutable string object, class descriptions first (one without
-// "$classes"), one-byte references, a two-byte index.
+// Another writer's order: class descriptions before the objects that use them, the root last but
+// one, and a non-ASCII letter.
+QByteArray archiveInAnotherOrder()
+{
+    return keyedArchive(
+        array({str("$null"),
+               dict({{"$classes", array({str("TapeLetter"), str("NSObject")})},
+                     {"$classname", str("TapeLetter")}}),
+               str("\u00d8"), dict({{"index", plist_new_uint(3)}, {"$class", plist_new_uid(5)}}),
+               dict({{"letter", plist_new_uid(2)},
+                     {"colorScheme", plist_new_uid(3)},
+                     {"$class", plist_new_uid(1)}}),
+               dict({{"$classname", str("TapeColorScheme")},
+                     {"$classes", array({str("TapeColorScheme"), str("NSObject")})}})}),
+        4);
+}
+
+// A letter text archived as a mutable string object, class descriptions without "$classes".
 QByteArray archiveWithMutableString()
 {
-    HandMadePlist p(1, 2);
-    const int classKey = p.ascii("$class"), nameKey = p.ascii("$classname");
-    const int objects = p.array({
-        p.ascii("$null"),
-        p.dict({{nameKey, p.ascii("NSMutableString")},
-                {p.ascii("$classes"), p.array({p.ascii("NSMutableString"), p.ascii("NSString")})}}),
-        p.dict({{nameKey, p.ascii("TapeColorScheme")}}),
-        p.dict({{nameKey, p.ascii("TapeLetter")}}),
-        p.dict({{p.ascii("NS.string"), p.ascii("K")}, {classKey, p.uid(1, 1)}}),
-        p.dict({{p.ascii("index"), p.integer(6, 2)}, {classKey, p.uid(2, 1)}}),
-        p.dict({{classKey, p.uid(3, 1)},
-                {p.ascii("colorScheme"), p.uid(5, 1)},
-                {p.ascii("letter"), p.uid(4, 1)}}),
-    });
-    return p.build(p.dict({{p.ascii("$archiver"), p.ascii("NSKeyedArchiver")},
-                           {p.ascii("$version"), p.integer(100000, 4)},
-                           {p.ascii("$top"), p.dict({{p.ascii("letter"), p.uid(6, 1)}})},
-                           {p.ascii("$objects"), objects}}));
+    return keyedArchive(
+        array({str("$null"),
+               dict({{"$classname", str("NSMutableString")},
+                     {"$classes", array({str("NSMutableString"), str("NSString")})}}),
+               dict({{"$classname", str("TapeColorScheme")}}), dict({{"$classname", str("TapeLetter")}}),
+               dict({{"NS.string", str("K")}, {"$class", plist_new_uid(1)}}),
+               dict({{"index", plist_new_uint(6)}, {"$class", plist_new_uid(2)}}),
+               dict({{"$class", plist_new_uid(3)},
+                     {"colorScheme", plist_new_uid(5)},
+                     {"letter", plist_new_uid(4)}})}),
+        6);
 }
 
 struct PlistDeleter
@@ -248,8 +187,7 @@ TEST(TapeLetterArchiveTest, ReadsArchivesLaidOutByOtherWritersAndNothingElse)
         EXPECT_FALSE(TapeLetterArchive::decode(archive.left(length))) << length;
     EXPECT_FALSE(TapeLetterArchive::decode(QByteArray("bplist00") + QByteArray(40, '\xff')));
     EXPECT_FALSE(TapeLetterArchive::decode(QByteArray("<?xml version=\"1.0\"?><plist><dict/></plist>")));
-    HandMadePlist list(1, 1);
-    EXPECT_FALSE(TapeLetterArchive::decode(list.build(list.array({list.ascii("letter")}))));
+    EXPECT_FALSE(TapeLetterArchive::decode(binary(array({str("letter")}))));
 }
 
 TEST(TapeLetterArchiveTest, MalformedGraphsReadAsNoLetter)
@@ -284,14 +222,9 @@ TEST(TapeLetterArchiveTest, MalformedGraphsReadAsNoLetter)
         {"index beyond the table", [&](plist_t r) { set(schemeObject(r), "index", plist_new_uint(8)); }},
     };
     const auto mutated = [](const std::function<void(plist_t)>& mutate) {
-        const PlistOwner root = parse(encoded(QStringLiteral("M"), 4));
+        PlistOwner root = parse(encoded(QStringLiteral("M"), 4));
         mutate(root.get());
-        char* bytes = nullptr;
-        uint32_t length = 0;
-        plist_to_bin(root.get(), &bytes, &length);
-        const QByteArray archive(bytes, qsizetype(length));
-        plist_to_bin_free(bytes);
-        return archive;
+        return binary(root.release());
     };
     for (const auto& c : cases)
         EXPECT_FALSE(TapeLetterArchive::decode(mutated(c.mutate))) << c.what;

@@ -51,7 +51,6 @@ TEST(TapeLetterTest, CopiesShareTheSchemeButNextColorSchemeMakesItsOwn)
     EXPECT_EQ(next.letter(), QStringLiteral("Q"));
     EXPECT_EQ(next.colorScheme()->colorName(), QStringLiteral("yellow"));
     EXPECT_EQ(original.colorScheme()->colorName(), QStringLiteral("blue"));
-    EXPECT_FALSE(next.sharesColorSchemeWith(original));
 
     const auto scheme = original.colorScheme();
     EXPECT_EQ(test::failedCheckFrom([&] { original.setColorScheme(nullptr); }),

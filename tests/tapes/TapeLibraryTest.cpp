@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QMimeData>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <cmath>
@@ -284,29 +283,6 @@ TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
     // The first of the two same-named files wins.
     Tape imported(path(QStringLiteral("take.m4a")));
     EXPECT_EQ(imported.quality(), QStringLiteral("LQ"));
-}
-
-TEST_F(TapeLibraryTest, TrashDropsTheTapeEvenWhenItsFileVanishedWithTheFailureLogged)
-{
-    addTape(QStringLiteral("bin.m4a"), QStringLiteral("doomed"), day(1));
-    addTape(QStringLiteral("gone.m4a"), QStringLiteral("gone"), day(2));
-    TapeLibraryArrayController library(folder());
-    ASSERT_EQ(library.content().size(), 2);
-    EXPECT_FALSE(library.moveTapeToTrash(library.arrangedObjects().last()));
-    EXPECT_FALSE(QFile::exists(path(QStringLiteral("bin.m4a"))));
-    ASSERT_EQ(library.content().size(), 1);
-    ASSERT_TRUE(QFile::remove(path(QStringLiteral("gone.m4a"))));
-
-    QStringList logged;
-    const LogSink previous = setLogSink([&](const QString& line) { logged << line; });
-    const std::optional<Error> error = library.moveTapeToTrash(library.content().first());
-    setLogSink(previous);
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("gone.m4a")));
-    EXPECT_TRUE(library.content().isEmpty());
-    EXPECT_EQ(logged,
-              QStringList{QStringLiteral(
-                  "(ERROR) TapeLibraryArrayController_TapeOperations : performFileOperation failed!!!!")});
 }
 
 TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesALiveOneAlone)

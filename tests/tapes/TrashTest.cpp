@@ -56,8 +56,6 @@ protected:
 TEST_F(TrashTest, FileGoesIntoTheHomeTrashWithAValidTrashInfo)
 {
     const QString original = makeFile(QStringLiteral("my takes/Señor 100% #1.m4a"));
-    EXPECT_EQ(Trash::homeTrashPath(), trash());
-    EXPECT_EQ(Trash::trashPathForFile(original), trash());
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
 
     const auto result = Trash::moveToTrash(original);
