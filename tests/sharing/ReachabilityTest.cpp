@@ -1,5 +1,7 @@
 #include "sharing/Reachability.h"
 
+#include "AssertionText.h"
+#include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
 #include <QSignalSpy>
@@ -10,6 +12,7 @@
 #include <unistd.h>
 
 using namespace spindrel;
+using spindrel::test::failedCheckFrom;
 using R = Reachability;
 
 namespace {
@@ -21,12 +24,16 @@ TEST(Reachability, TheStatusNeedsReachableWithoutAnUnmetConnection)
         R::Flags flags;
         unsigned status;
     };
-    // Only Reachable and TransientConnection occur on Linux; a required connection still counts.
     const Case cases[] = {
         {0, 0},
         {R::Reachable, 1},
         {R::Reachable | R::ConnectionRequired, 0},
         {R::Reachable | R::ConnectionRequired | R::ConnectionOnDemand, 1},
+        {R::Reachable | R::ConnectionRequired | R::ConnectionOnDemand | R::InterventionRequired, 0},
+        {R::Reachable | R::ConnectionRequired | R::ConnectionOnTraffic, 1},
+        {R::Reachable | R::ConnectionRequired | R::ConnectionOnTraffic | R::InterventionRequired, 0},
+        {R::Reachable | R::InterventionRequired, 1},
+        {R::ConnectionRequired | R::ConnectionOnDemand, 0},
         {R::IsDirect | R::IsLocalAddress | R::TransientConnection, 0},
         {R::Reachable | R::IsDirect | R::IsLocalAddress | R::TransientConnection, 1},
     };
@@ -35,6 +42,30 @@ TEST(Reachability, TheStatusNeedsReachableWithoutAnUnmetConnection)
     for (const Case& c : cases)
         EXPECT_EQ(watcher.networkStatusForFlags(c.flags), c.status) << std::hex << c.flags;
     setLogSink(previous);
+}
+
+TEST(Reachability, MisuseIsAProgrammingErrorAndTheCallbackAnnounces)
+{
+    Reachability empty;
+    EXPECT_EQ(
+        failedCheckFrom([&] { EXPECT_EQ(empty.currentReachabilityStatus(), Reachability::NotReachable); }),
+        "currentNetworkStatus called with NULL reachabilityRef");
+    EXPECT_EQ(failedCheckFrom([&] { EXPECT_FALSE(empty.connectionRequired()); }),
+              "connectionRequired called with NULL reachabilityRef");
+    EXPECT_FALSE(empty.startNotifier());
+    EXPECT_FALSE(Reachability::reachabilityWithHostName(QString()));
+    EXPECT_FALSE(Reachability::reachabilityWithAddress(static_cast<const sockaddr*>(nullptr)));
+
+    EXPECT_EQ(failedCheckFrom([] { Reachability::reachabilityCallback(nullptr); }),
+              "info was NULL in ReachabilityCallback");
+    QObject stranger;
+    EXPECT_EQ(failedCheckFrom([&] { Reachability::reachabilityCallback(&stranger); }),
+              "info was wrong class in ReachabilityCallback");
+    auto watcher = Reachability::reachabilityForInternetConnection();
+    QSignalSpy announced(watcher.get(), &Reachability::reachabilityChanged);
+    Reachability::reachabilityCallback(watcher.get());
+    ASSERT_EQ(announced.size(), 1);
+    EXPECT_EQ(announced.at(0).at(0).value<Reachability*>(), watcher.get());
 }
 
 TEST(Reachability, LoopbackIsReachableLocalAndDirect)
@@ -56,6 +87,7 @@ TEST(Reachability, LoopbackIsReachableLocalAndDirect)
         settled.wait(20);
     }
     EXPECT_EQ(byName->reachabilityFlags(), flags);
+    EXPECT_TRUE(Reachability::reachabilityForLocalWiFi()->isLocalWiFi());
 }
 
 // The watchers in a network namespace of their own, whose links and routes the test makes.
@@ -101,10 +133,13 @@ protected:
 TEST_F(ReachabilityInOwnNetwork, RouteChangesAreAnnouncedAndMapped)
 {
     auto internet = Reachability::reachabilityForInternetConnection();
+    auto linkLocal = Reachability::reachabilityForLocalWiFi();
     EXPECT_EQ(internet->reachabilityFlags(), R::Flags(0));
     EXPECT_EQ(internet->currentReachabilityStatus(), R::NotReachable);
     ASSERT_TRUE(internet->startNotifier());
+    ASSERT_TRUE(linkLocal->startNotifier());
     QSignalSpy internetChanges(internet.get(), &Reachability::reachabilityChanged);
+    QSignalSpy linkLocalChanges(linkLocal.get(), &Reachability::reachabilityChanged);
 
     ASSERT_TRUE(ip("link add v0 type veth peer name v1"));
     ASSERT_TRUE(ip("addr add 10.9.0.1/24 dev v0"));
@@ -114,11 +149,16 @@ TEST_F(ReachabilityInOwnNetwork, RouteChangesAreAnnouncedAndMapped)
     ASSERT_TRUE(becomes(*internet, internetChanges, R::ReachableViaNetwork));
     // Through a gateway: reachable, not direct.
     EXPECT_EQ(internet->reachabilityFlags(), R::Reachable);
+    EXPECT_EQ(linkLocal->currentReachabilityStatus(), R::NotReachable);
 
     auto neighbour = Reachability::reachabilityWithAddress(QHostAddress(QStringLiteral("10.9.0.7")));
     EXPECT_EQ(neighbour->reachabilityFlags(), R::Reachable | R::IsDirect);
     auto ourselves = Reachability::reachabilityWithAddress(QHostAddress(QStringLiteral("10.9.0.1")));
     EXPECT_EQ(ourselves->reachabilityFlags(), R::Reachable | R::IsLocalAddress | R::IsDirect);
+
+    linkLocalChanges.clear();
+    ASSERT_TRUE(ip("route add 169.254.0.0/16 dev v0"));
+    ASSERT_TRUE(becomes(*linkLocal, linkLocalChanges, R::ReachableViaNetwork));
 
     internetChanges.clear();
     ASSERT_TRUE(ip("route del default"));
