@@ -6,7 +6,6 @@
 #include "hud/MenuLetters.h"
 #include "hud/MenuMnemonics.h"
 #include "tapes/TapeLibraryArrayController.h"
-#include "tapes/TapeTestFiles.h"
 #include "update/Updater.h"
 
 #include <QDir>
@@ -98,17 +97,6 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
 
     for (QAction* menu : deck->window()->menuBar()->actions())
         test::expectALetterPerItem(menu->menu());
-}
-
-TEST_F(AppControllerTest, FilesHandedToTheApplicationArriveInTheLibrary)
-{
-    const QString outside = mFolder.filePath(QStringLiteral("Dropped take.m4a"));
-    ASSERT_TRUE(test::makeTapeFile(outside));
-    mApp->openFiles({outside});
-    EXPECT_TRUE(QFileInfo::exists(library() + QStringLiteral("/Dropped take.m4a")));
-    EXPECT_TRUE(QFileInfo::exists(outside));
-    WindowController* deck = mApp->windowController();
-    EXPECT_TRUE(QTest::qWaitFor([deck] { return deck->library().content().size() == 2; }, 15000));
 }
 
 TEST_F(AppControllerTest, FeedbackReachesTheDesktopsOpenerWithSubjectAndBodyIntact)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "CommandRun.h"
+#include "audio/AudioTestSupport.h"
 
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -21,20 +21,8 @@ protected:
                            QSettings::IniFormat);
         settings.setValue(QStringLiteral("TapeAuthor"), QStringLiteral("Command Author"));
         settings.sync();
-        const QString tone = mFolder.filePath(QStringLiteral("tone.wav"));
-        ASSERT_EQ(runCommand(QStringLiteral("sox"), QStringLiteral("-n -r 44100 -c 2").split(u' ')
-                                                        << tone << QStringLiteral("synth")
-                                                        << synth.split(u' '))
-                      .status,
-                  0);
-        mTone.start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
-        ASSERT_TRUE(mTone.waitForStarted());
-    }
-
-    void TearDown() override
-    {
-        mTone.kill();
-        mTone.waitForFinished();
+        mTone = playIntoInput(mFolder.path(), synth);
+        ASSERT_TRUE(mTone);
     }
 
     QProcessEnvironment environment() const
@@ -45,7 +33,7 @@ protected:
     }
 
     QTemporaryDir mFolder;
-    QProcess mTone;
+    std::unique_ptr<QProcess> mTone;
 };
 
 } // namespace spindrel::test

@@ -109,17 +109,6 @@ TEST_F(SingleInstanceTest, APlainSecondLaunchRaisesTheDeckWithoutASecondPlayer)
               QStringList{QString::fromLatin1(SingleInstance::serviceName)});
 }
 
-TEST_F(SingleInstanceTest, OnlyOneOfTwoServicesHoldsTheName)
-{
-    SingleInstance another;
-    EXPECT_FALSE(another.registerOnBus(mBus.connect(QStringLiteral("another"))));
-    EXPECT_FALSE(another.isRegistered());
-    // The refused one leaves the name with the deck.
-    EXPECT_TRUE(mInstance.isRegistered());
-    EXPECT_EQ(mDeckBus.interface()->serviceOwner(QString::fromLatin1(SingleInstance::serviceName)).value(),
-              mDeckBus.baseService());
-}
-
 TEST_F(SingleInstanceTest, WithoutASessionBusALaunchOpensItsOwnDeck)
 {
     // The deck's first start puts the welcome tape into the library folder under the launch's home.

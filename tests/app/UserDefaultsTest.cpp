@@ -17,18 +17,6 @@ protected:
     QTemporaryDir mFolder;
 };
 
-TEST_F(UserDefaultsTest, StoredValuesStandInFrontOfRegisteredOnesAndComeBackWhenRemoved)
-{
-    auto defaults = open();
-    defaults->registerDefaults({{QStringLiteral("RecordingQuality"), QStringLiteral("LQ")}});
-    EXPECT_EQ(defaults->stringForKey(QStringLiteral("RecordingQuality")), QStringLiteral("LQ"));
-    defaults->setObject(QStringLiteral("HQ"), QStringLiteral("RecordingQuality"));
-    EXPECT_EQ(defaults->stringForKey(QStringLiteral("RecordingQuality")), QStringLiteral("HQ"));
-    defaults->removeObjectForKey(QStringLiteral("RecordingQuality"));
-    EXPECT_EQ(defaults->stringForKey(QStringLiteral("RecordingQuality")), QStringLiteral("LQ"));
-    EXPECT_FALSE(defaults->objectForKey(QStringLiteral("Unknown")).isValid());
-}
-
 TEST_F(UserDefaultsTest, ValuesReadBackFromTheFileKeepTheRegisteredTypes)
 {
     {
@@ -54,25 +42,34 @@ TEST_F(UserDefaultsTest, ValuesReadBackFromTheFileKeepTheRegisteredTypes)
     EXPECT_EQ(combo.value(QStringLiteral("modifiers")).toInt(), 768);
 }
 
-TEST_F(UserDefaultsTest, ChangesAreAnnouncedOnlyWhenTheValueSeenChanges)
+TEST_F(UserDefaultsTest, StoredValuesStandInFrontOfRegisteredOnesAndChangesAreAnnouncedWhenSeen)
 {
     auto defaults = open();
+    EXPECT_FALSE(defaults->objectForKey(QStringLiteral("Unknown")).isValid());
     defaults->registerDefaults({{QStringLiteral("ShowNSStatusItem"), true}});
     QSignalSpy changes(defaults.get(), &UserDefaults::changed);
 
     defaults->setObject(true, QStringLiteral("ShowNSStatusItem")); // same as the default
     EXPECT_EQ(changes.count(), 0);
     defaults->setObject(false, QStringLiteral("ShowNSStatusItem"));
+    EXPECT_FALSE(defaults->boolForKey(QStringLiteral("ShowNSStatusItem")));
     ASSERT_EQ(changes.count(), 1);
     EXPECT_EQ(changes.takeFirst().at(0).toString(), QStringLiteral("ShowNSStatusItem"));
 
     // A registration under a stored value changes nothing visible; a new key does.
     defaults->registerDefaults(
-        {{QStringLiteral("ShowNSStatusItem"), false}, {QStringLiteral("EnableHotKeys"), true}});
+        {{QStringLiteral("ShowNSStatusItem"), true}, {QStringLiteral("EnableHotKeys"), true}});
+    EXPECT_FALSE(defaults->boolForKey(QStringLiteral("ShowNSStatusItem")));
     ASSERT_EQ(changes.count(), 1);
     EXPECT_EQ(changes.takeFirst().at(0).toString(), QStringLiteral("EnableHotKeys"));
 
-    defaults->removeObjectForKey(QStringLiteral("ShowNSStatusItem")); // the new default is false too
+    // Removed, the stored value gives way to the registered one.
+    defaults->removeObjectForKey(QStringLiteral("ShowNSStatusItem"));
+    EXPECT_TRUE(defaults->boolForKey(QStringLiteral("ShowNSStatusItem")));
+    ASSERT_EQ(changes.count(), 1);
+    EXPECT_EQ(changes.takeFirst().at(0).toString(), QStringLiteral("ShowNSStatusItem"));
+    defaults->setObject(true, QStringLiteral("ShowNSStatusItem"));
+    defaults->removeObjectForKey(QStringLiteral("ShowNSStatusItem")); // the default is the same
     EXPECT_EQ(changes.count(), 0);
 }
 

@@ -45,6 +45,20 @@ QByteArray runProgram(const QString& program, const QStringList& arguments, int*
                : QByteArray();
 }
 
+std::unique_ptr<QProcess> playIntoInput(const QString& folder, const QString& synth)
+{
+    const QString tone =
+        folder + QStringLiteral("/tone-") + QString(synth).replace(u' ', u'-') + QStringLiteral(".wav");
+    int status = -1;
+    runProgram(QStringLiteral("sox"),
+               QStringLiteral("-n -r 44100 -c 2").split(u' ')
+                   << tone << QStringLiteral("synth") << synth.split(u' '),
+               &status);
+    auto player = std::make_unique<QProcess>();
+    player->start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
+    return status == 0 && player->waitForStarted() ? std::move(player) : nullptr;
+}
+
 ProbedAudio probeAudio(const QString& path)
 {
     ProbedAudio probed;

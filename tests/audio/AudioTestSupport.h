@@ -2,9 +2,11 @@
 
 #include "DecodeCheck.h"
 
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace spindrel::test {
@@ -53,5 +55,9 @@ uint32_t movieTimeScale(const QString& path);
 
 /// Runs a program and returns its standard output; empty on failure.
 QByteArray runProgram(const QString& program, const QStringList& arguments, int* exitCode = nullptr);
+
+/// Plays what sox synthesises from `synth` (e.g. "8 sine 440") into the test input "mic", made in
+/// `folder`; it plays until the process goes. Null when sox or paplay cannot start.
+std::unique_ptr<QProcess> playIntoInput(const QString& folder, const QString& synth);
 
 } // namespace spindrel::test

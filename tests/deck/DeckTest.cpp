@@ -1,6 +1,7 @@
 #include "DeckTest.h"
 
 #include "SMC/WindowControllerContext.h"
+#include "audio/AudioTestSupport.h"
 #include "deck/DeckWindow.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
@@ -24,10 +25,7 @@ void DeckTest::SetUp()
 
 void DeckTest::TearDown()
 {
-    if (mTone) {
-        mTone->kill();
-        mTone->waitForFinished();
-    }
+    mTone.reset();
     if (mDeck)
         mDeck->window()->close();
     mDeck.reset();
@@ -59,21 +57,8 @@ QString DeckTest::addTape(const QString& title, const QDateTime& date, double se
 
 void DeckTest::feedTone(double seconds)
 {
-    const QString tone = mFolder.filePath(QStringLiteral("tone-%1.wav").arg(seconds));
-    if (!QFile::exists(tone)) {
-        ASSERT_EQ(runProgram(QStringLiteral("sox"),
-                             {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("44100"),
-                              QStringLiteral("-c"), QStringLiteral("2"), tone, QStringLiteral("synth"),
-                              QString::number(seconds), QStringLiteral("sine"), QStringLiteral("440")}),
-                  0);
-    }
-    if (mTone) {
-        mTone->kill();
-        mTone->waitForFinished();
-    }
-    mTone = std::make_unique<QProcess>();
-    mTone->start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
-    ASSERT_TRUE(mTone->waitForStarted());
+    mTone = playIntoInput(mFolder.path(), QStringLiteral("%1 sine 440").arg(seconds));
+    ASSERT_TRUE(mTone);
 }
 
 bool DeckTest::waitFor(const std::function<bool()>& condition, int timeoutMs)

@@ -1,6 +1,10 @@
 #pragma once
 
 #include "audio/AudioTestSupport.h"
+#include "audio/CAPlayThrough.h"
+#include "audio/CAPlayThroughHost.h"
+#include "audio/VORLAudioPlaythroughManager.h"
+#include "deck/SpindrelSoftwarePlayThroughManager.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -34,6 +38,13 @@ inline QStringList playThroughDevices(bool playback)
                 stream[playback ? QStringLiteral("sink") : QStringLiteral("source")].toInt());
     }
     return devices;
+}
+
+/// The engine of a play-through that runs, none otherwise.
+inline const CAPlayThrough* engineOf(const SpindrelSoftwarePlayThroughManager& manager)
+{
+    const VORLAudioPlaythroughManager* running = manager.playthroughManager();
+    return running && running->isRunning() ? running->playThroughHost()->playThrough() : nullptr;
 }
 
 inline QStringList playThroughSinks()

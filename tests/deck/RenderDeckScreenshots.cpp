@@ -2,6 +2,7 @@
 //   scripts/with-test-services build/tests/deck/deck_screenshots docs
 // writes deck.png (drawer closed), deck-drawer.png, deck-recording.png and deck-playing.png.
 #include "TestPreferences.h"
+#include "audio/AudioTestSupport.h"
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 #include "tapes/TapeColorScheme.h"
@@ -12,7 +13,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QImage>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <cstdio>
 
@@ -93,14 +93,7 @@ int main(int argc, char** argv)
     ok &= save(*deck.window(), out + QStringLiteral("/deck-drawer.png"));
 
     // A recording of a tone played into the test input.
-    const QString tone = folder.filePath(QStringLiteral("tone.wav"));
-    test::runProgram(QStringLiteral("sox"),
-                     {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("44100"),
-                      QStringLiteral("-c"), QStringLiteral("2"), tone, QStringLiteral("synth"),
-                      QStringLiteral("8"), QStringLiteral("sine"), QStringLiteral("440"),
-                      QStringLiteral("vol"), QStringLiteral("0.4")});
-    QProcess player;
-    player.start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic"), tone});
+    const auto player = test::playIntoInput(folder.path(), QStringLiteral("8 sine 440 vol 0.4"));
     deck.recordTape();
     settle(3200);
     ok &= save(*deck.window(), out + QStringLiteral("/deck-recording.png"));
@@ -114,8 +107,6 @@ int main(int argc, char** argv)
     settle(2500);
     ok &= save(*deck.window(), out + QStringLiteral("/deck-playing.png"));
     deck.stopTape();
-    player.kill();
-    player.waitForFinished();
     deck.window()->close();
     return ok ? 0 : 1;
 }

@@ -1,9 +1,5 @@
 #include "PlayThroughStreams.h"
 #include "TestPreferences.h"
-#include "audio/CAPlayThrough.h"
-#include "audio/CAPlayThroughHost.h"
-#include "audio/VORLAudioPlaythroughManager.h"
-#include "deck/SpindrelSoftwarePlayThroughManager.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -18,12 +14,6 @@ namespace K = DefaultsKeys;
 namespace {
 
 using State = SpindrelSoftwarePlayThroughManager::State;
-
-const CAPlayThrough* engineOf(const SpindrelSoftwarePlayThroughManager& manager)
-{
-    const VORLAudioPlaythroughManager* running = manager.playthroughManager();
-    return running && running->isRunning() ? running->playThroughHost()->playThrough() : nullptr;
-}
 
 // The streams are made on a worker: wait for one that plays `input` to `output`.
 bool waitForEngine(const SpindrelSoftwarePlayThroughManager& manager, const QString& input,

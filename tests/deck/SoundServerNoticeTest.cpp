@@ -7,20 +7,12 @@
 #include "hud/HUDView.h"
 
 #include <QElapsedTimer>
-#include <iostream>
 #include <memory>
 
 using namespace spindrel;
 using namespace spindrel::test;
 
 namespace {
-
-// Figures for the report, not for asserting: a busy machine may take its time.
-void report(const char* what, qint64 ms)
-{
-    std::cout << "[ measured ] " << what << ": " << ms << " ms" << std::endl;
-    ::testing::Test::RecordProperty(what, int(ms));
-}
 
 // The deck on a sound server of the test's own, one for every case: the hardware, made once per
 // process, always looks for the same socket.
@@ -55,7 +47,7 @@ TEST_F(SoundServerNoticeTest, WithoutAServerTheDeckSaysSoAtOnceAndPicksUpWhenOne
     WindowController& deck = openDeck();
     ASSERT_TRUE(waitFor([&] { return deck.deckMessage() == SoundServerNotice::notRunningMessage(); }, 10000))
         << deck.deckMessage();
-    report("deck opened without a server to its message", clock.elapsed());
+    reportMeasurement("deck opened without a server to its message", clock.elapsed());
     EXPECT_EQ(deck.inputMeter().meter(), nullptr);
     EXPECT_FALSE(deck.inputMeter().isMetering());
 
@@ -84,7 +76,7 @@ TEST_F(SoundServerNoticeTest, AServerThatGoesWhileTheDeckRunsIsReportedAndFoundA
         ASSERT_TRUE(
             waitFor([&] { return deck.deckMessage() == SoundServerNotice::notRunningMessage(); }, 10000))
             << deck.deckMessage();
-        report("killed server to the deck's message", clock.elapsed());
+        reportMeasurement("killed server to the deck's message", clock.elapsed());
     }
     // The meter goes quiet instead of standing at its last level.
     EXPECT_EQ(deck.inputMeter().meter(), nullptr);
@@ -117,7 +109,7 @@ TEST_F(SoundServerNoticeTest, AStoppedServerIsReportedWithoutFreezingTheDeck)
         HangGuard guard(server(), 15000);
         const bool reported =
             waitFor([&] { return deck.deckMessage() == SoundServerNotice::notRespondingMessage(); }, 12000);
-        report("stopped server to the deck's message", clock.elapsed());
+        reportMeasurement("stopped server to the deck's message", clock.elapsed());
         ASSERT_FALSE(guard.finish()) << "the deck waited on the stopped server";
         ASSERT_TRUE(reported) << deck.deckMessage();
     }

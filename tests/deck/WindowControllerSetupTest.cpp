@@ -13,14 +13,10 @@
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
 
-#include <QAction>
-#include <QDir>
-#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
 
@@ -32,44 +28,14 @@ namespace {
 
 using SetupTest = DeckTest;
 
-TEST_F(SetupTest, TheDeckStartsWithTheNewestTapeLoadedAndItsWindowWhereItWasLeft)
+TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdle)
 {
-    addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
-    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
-    WindowController& deck = openDeck();
-    ASSERT_NE(deck.selectedTape(), nullptr);
-    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer"));
-    EXPECT_EQ(state(), TransportState::TapeStopped);
-    EXPECT_NE(deck.audioFilePlayer(), nullptr);
-    EXPECT_EQ(mPreferences->defaultsValue(K::RecordDeviceChannels).toList(), (QVariantList{0, 1}));
-    EXPECT_FALSE(RecordingDefaults::systemFullUserName().isEmpty());
-    EXPECT_EQ(mPreferences->stringForKey(K::TapeAuthor), RecordingDefaults::systemFullUserName());
-
-    // The window comes back where it was left.
-    deck.window()->move(200, 160);
-    closeDeck();
-    EXPECT_EQ(mPreferences->defaultsValue(WindowController::frameAutosaveKey()).toRect().topLeft(),
-              QPoint(200, 160));
-    mDeck.reset();
-    openDeck();
-    EXPECT_EQ(mDeck->window()->pos(), QPoint(200, 160));
-}
-
-TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdleUntilAnotherFolderReplacesTheList)
-{
-    const QString elsewhere = mFolder.filePath(QStringLiteral("Elsewhere"));
-    QDir().mkpath(elsewhere);
-    ASSERT_TRUE(makeTapeFile(elsewhere + QStringLiteral("/There.m4a")));
     WindowController& deck = openDeck();
     EXPECT_EQ(state(), TransportState::Idle);
     EXPECT_EQ(deck.selectedTape(), nullptr);
     EXPECT_EQ(deck.audioFilePlayer(), nullptr);
     deck.playTape(); // nothing to play
     EXPECT_EQ(state(), TransportState::Idle);
-
-    mPreferences->setTapeLibraryPath(elsewhere);
-    ASSERT_TRUE(waitFor([&] { return deck.library().content().size() == 1; }));
-    EXPECT_EQ(deck.library().content().first()->filename(), elsewhere + QStringLiteral("/There.m4a"));
 }
 
 TEST_F(SetupTest, TheHUDStartsFromTheStoredSettingsAndWritesChangesBack)
@@ -81,6 +47,10 @@ TEST_F(SetupTest, TheHUDStartsFromTheStoredSettingsAndWritesChangesBack)
     EXPECT_FALSE(deck.hudView()->stereo());
     EXPECT_EQ(deck.hudView()->quality(), QStringLiteral("HQ"));
     EXPECT_DOUBLE_EQ(deck.hudView()->volume(), -15.0);
+    // What the deck registers for settings never made.
+    EXPECT_EQ(mPreferences->defaultsValue(K::RecordDeviceChannels).toList(), (QVariantList{0, 1}));
+    EXPECT_FALSE(RecordingDefaults::systemFullUserName().isEmpty());
+    EXPECT_EQ(mPreferences->stringForKey(K::TapeAuthor), RecordingDefaults::systemFullUserName());
 
     deck.hudView()->setQuality(QStringLiteral("MQ"));
     deck.hudView()->setStereo(true);
@@ -211,30 +181,6 @@ TEST_F(SetupTest, TheMeterShowsTheInputAndRestsAtTheFloorWhenStopped)
     EXPECT_EQ(mPreferences->deviceChecks, checks + 1);
 }
 
-TEST_F(SetupTest, TrashingATapeTakesItOutOfTheListAtOnceWithItsSound)
-{
-    const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
-    addTape(QStringLiteral("Newer"), QDateTime(QDate(2012, 3, 2), QTime(10, 0)));
-    WindowController& deck = openDeck();
-
-    // A context-menu item carries its tape, which need not be the selected one.
-    const TapePtr olderTape = deck.library().arrangedObjects().at(1);
-    QAction item;
-    item.setData(QVariant::fromValue(olderTape.get()));
-    EXPECT_EQ(deck.tapeToOperateOn(&item), olderTape);
-    EXPECT_EQ(deck.tapeToOperateOn(olderTape.get()), olderTape);
-    EXPECT_EQ(deck.tapeToOperateOn(nullptr), deck.selectedTape());
-
-    deck.moveTapeToTrash(&item);
-    EXPECT_EQ(deck.library().content().size(), 1);
-    EXPECT_EQ(deck.selectedTape()->title(), QStringLiteral("Newer"));
-    EXPECT_FALSE(QFileInfo::exists(older));
-    const QString trash = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                          QStringLiteral("/Trash/files/") + QFileInfo(older).fileName();
-    EXPECT_TRUE(QFileInfo::exists(trash)) << trash;
-    EXPECT_EQ(deck.soundEffect(SoundEffect::TossTape2)->startCount(), 1);
-}
-
 TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
 {
     const QString older = addTape(QStringLiteral("Older"), QDateTime(QDate(2012, 3, 1), QTime(10, 0)));
@@ -251,10 +197,6 @@ TEST_F(SetupTest, ClosingTheWindowWritesEveryTapesEdits)
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->lyrics().value_or(QString()), QStringLiteral("second take was better"));
 }
-
-} // namespace
-
-namespace {
 
 TEST_F(SetupTest, MessagesStayClearOfTheTitleAndPlainOnesLeaveByThemselves)
 {
