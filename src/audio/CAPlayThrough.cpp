@@ -16,10 +16,11 @@ namespace spindrel {
 
 namespace {
 
-// The input comes in short fragments; the output keeps a little more, since a dry output is a
-// gap heard at once while a late fragment only lengthens the offset.
+// The input comes in short fragments. The output keeps more: a dry output is a gap heard at once,
+// and desktops stall for several milliseconds now and then (a virtual machine's host, a busy
+// kernel), which 10 ms rides out.
 constexpr double kInputBufferSeconds = 0.002;
-constexpr double kOutputBufferSeconds = 0.006;
+constexpr double kOutputBufferSeconds = 0.010;
 // How long a device clock is watched before its rate is trusted, and how far it may stray.
 constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
@@ -29,6 +30,11 @@ constexpr double kMaximumRateDeviation = 0.005;
 // back to the devices' latency: 44 frames a second at 44.1 kHz.
 constexpr int64_t kCatchUpQuietNanoseconds = 5'000'000'000;
 constexpr double kCatchUpSpeed = 1.001;
+// The input's lead on the pulls is smoothed over about a hundred output cycles, and a drift of it is
+// taken back over ten seconds, at most two thousandths faster or slower.
+constexpr double kLagSmoothing = 0.01;
+constexpr double kDriftSeconds = 10.0;
+constexpr double kMaximumDriftCorrection = 0.002;
 
 // The status the engine reports for its own failures (the ring buffer reports its own codes).
 constexpr int Failed = -1;
@@ -382,6 +388,8 @@ bool CAPlayThrough::cork(bool corked)
         src_reset(mVarispeed);
         mPullStarted = false;
         mCatchUpSpeed = 1.0;
+        mLag = std::nan("");
+        mLagBaseline = std::nan("");
         mMissesSeen = 0;
         mLastMissNanoseconds = monotonicNanoseconds();
     }
@@ -687,6 +695,34 @@ long CAPlayThrough::varispeedPull(void* userdata, float** data)
     return long(frames);
 }
 
+// Runs on the output thread: how much faster than the device clocks say the varispeed reads its
+// input. The clocks' rates are measured, and a small error in them would let the input pile up or
+// run short, the delay growing or shrinking with it: how far the newest input stands from the next
+// pull is kept where it settled after the start. After a stall, the offset's growth is caught up.
+double CAPlayThrough::readSpeed(int64_t now)
+{
+    const int missed = mTimeline.missedFetches();
+    if (missed != mMissesSeen) {
+        mMissesSeen = missed;
+        mLastMissNanoseconds = now;
+    }
+    const bool catchUp =
+        mTimeline.excessFrames() > 0.0 && now - mLastMissNanoseconds >= kCatchUpQuietNanoseconds;
+    mCatchUpSpeed = catchUp ? kCatchUpSpeed : 1.0;
+
+    const double newest = mTimeline.newestInputTime();
+    if (std::isnan(newest))
+        return mCatchUpSpeed;
+    const double lag = newest - mPullTime;
+    mLag = std::isnan(mLag) ? lag : mLag + kLagSmoothing * (lag - mLag);
+    if (std::isnan(mLagBaseline) && now - mPullStartNanoseconds >= kClockSettleNanoseconds * 4)
+        mLagBaseline = mLag;
+    const double drift = std::isnan(mLagBaseline) ? 0.0 : mLag - mLagBaseline;
+    const double correction = std::clamp(drift / (kDriftSeconds * mInputDevice.mSampleRate),
+                                         -kMaximumDriftCorrection, kMaximumDriftCorrection);
+    return mCatchUpSpeed * (1.0 + correction);
+}
+
 // Runs on the output thread: fills what the server asks for through the varispeed.
 void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userdata)
 {
@@ -720,20 +756,14 @@ void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userda
                                                     double(self->mOutputDevice.mBufferSizeFrames));
                 self->mPullTime = nanosecondsToFrames(now, inputRate) + latency * inputRate / outputRate;
                 self->mPullStarted = true;
+                self->mPullStartNanoseconds = now;
             }
             // The two device clocks' rates, corrected by the varispeed.
             const double rate = self->mInputClock.rateScalar.load(std::memory_order_relaxed) /
                                 clock.rateScalar.load(std::memory_order_relaxed);
-            const int missed = self->mTimeline.missedFetches();
-            if (missed != self->mMissesSeen) {
-                self->mMissesSeen = missed;
-                self->mLastMissNanoseconds = now;
-            }
-            const bool catchUp = self->mTimeline.excessFrames() > 0.0 &&
-                                 now - self->mLastMissNanoseconds >= kCatchUpQuietNanoseconds;
-            self->mCatchUpSpeed = catchUp ? kCatchUpSpeed : 1.0;
-            const long produced = src_callback_read(
-                self->mVarispeed, outputRate / inputRate / rate / self->mCatchUpSpeed, frames, samples);
+            const double speed = self->readSpeed(now);
+            const long produced =
+                src_callback_read(self->mVarispeed, outputRate / inputRate / rate / speed, frames, samples);
             if (produced < frames)
                 std::memset(samples + size_t(std::max(0L, produced)) * size_t(self->mChannels), 0,
                             size_t(frames - std::max(0L, produced)) * frameBytes);

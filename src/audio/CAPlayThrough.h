@@ -126,6 +126,7 @@ private:
     static void inputProc(pa_stream* stream, size_t bytes, void* self);  // input thread
     static void outputProc(pa_stream* stream, size_t bytes, void* self); // output thread
     static long varispeedPull(void* self, float** data);                 // output thread
+    double readSpeed(int64_t now);                                       // output thread
     static void inputStreamStateChanged(pa_stream* stream, void* self);  // input thread
     static void outputStreamStateChanged(pa_stream* stream, void* self); // output thread
     void streamEnded(pa_stream* stream, CAPlayThroughNotice lost);       // either thread
@@ -162,9 +163,12 @@ private:
     std::vector<float> mPullInterleaved;
     double mPullTime = 0.0; // output sample time of the next pull, in input frames
     bool mPullStarted = false;
+    int64_t mPullStartNanoseconds = 0;
     double mCatchUpSpeed = 1.0; // above 1 while the offset shrinks back after a stall
     int mMissesSeen = 0;
     int64_t mLastMissNanoseconds = 0;
+    double mLag = 0.0;         // how far the newest input stands ahead of the next pull, smoothed
+    double mLagBaseline = 0.0; // where that settled after the start
     DeviceClock mOutputClock;
 
     // Set with both loops locked, so either thread may call it under its own lock.

@@ -1,6 +1,7 @@
 #include "audio/PlayThroughTimeline.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace spindrel {
@@ -28,6 +29,15 @@ PlayThroughRingBuffer::Result PlayThroughTimeline::storeInput(const float* const
                                       PlayThroughRingBuffer::SampleTime(sampleTime));
     mHasInput.store(true, std::memory_order_release);
     return result;
+}
+
+double PlayThroughTimeline::newestInputTime() const
+{
+    PlayThroughRingBuffer::SampleTime start = 0;
+    PlayThroughRingBuffer::SampleTime end = 0;
+    if (!hasInput() || mBuffer.getTimeBounds(start, end) != PlayThroughRingBuffer::OK)
+        return std::nan("");
+    return double(end);
 }
 
 void PlayThroughTimeline::shortenOffset(double frames)
@@ -59,8 +69,10 @@ bool PlayThroughTimeline::fetchOutput(float* const* channels, uint32_t frames, d
     if (result < 0) {
         // The offset outgrew what the buffer keeps, after long stalls of the input: growing it
         // further would miss every cycle from now on. Start again from the devices' latency, or
-        // from the newest frame when the input lags more than that.
-        mInToOutSampleOffset = std::max(mLatencyFrames, sampleTime + double(frames) - double(end));
+        // from the newest frames when even that reads before what is kept.
+        mInToOutSampleOffset = sampleTime - mLatencyFrames >= double(start)
+                                   ? mLatencyFrames
+                                   : sampleTime + double(frames) - double(end);
     } else {
         const double behind = readTime + double(frames) - double(end);
         mInToOutSampleOffset += std::max(kMinimumCorrectionFrames, behind);

@@ -37,6 +37,8 @@ public:
     /// offset). True when real frames came out.
     bool fetchOutput(float* const* channels, uint32_t frames, double sampleTime);
 
+    /// Output thread: the sample time just after the newest input frame, or NaN before any.
+    double newestInputTime() const;
     /// Output thread: how far the offset has grown past the devices' latency.
     double excessFrames() const { return mInToOutSampleOffset - mLatencyFrames; }
     /// Output thread: takes up to `frames` off the growth, as an output side that reads its input
