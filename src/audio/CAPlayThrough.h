@@ -95,6 +95,12 @@ public:
     double streamLatencyMilliseconds() const;
     /// Times the output ran dry at the server since the engine was made.
     int outputUnderflows() const { return mUnderflows.load(std::memory_order_relaxed); }
+    /// Whether both streams' threads got real-time scheduling; false where the system refused.
+    bool runsInRealtime() const
+    {
+        return mInputRealtime.load(std::memory_order_relaxed) &&
+               mOutputRealtime.load(std::memory_order_relaxed);
+    }
 
 private:
     // A device clock as seen through its stream: frames counted against the monotonic clock.
@@ -154,6 +160,8 @@ private:
     std::vector<std::vector<float>> mInputBuffers;
     std::vector<const float*> mInputBufferList;
     DeviceClock mInputClock;
+    bool mInputRealtimeAsked = false;
+    std::atomic<bool> mInputRealtime{false};
 
     // Output thread: the varispeed pulls blocks through the timeline.
     SRC_STATE* mVarispeed = nullptr;
@@ -170,6 +178,8 @@ private:
     double mLag = 0.0;         // how far the newest input stands ahead of the next pull, smoothed
     double mLagBaseline = 0.0; // where that settled after the start
     DeviceClock mOutputClock;
+    bool mOutputRealtimeAsked = false;
+    std::atomic<bool> mOutputRealtime{false};
 
     // Set with both loops locked, so either thread may call it under its own lock.
     std::function<void(CAPlayThroughNotice)> mDeviceListener;

@@ -4,9 +4,14 @@
 #include "audio/CAPlayThroughHost.h"
 #include "audio/VORLAudioPlaythroughManager.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTest>
 #include <array>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
+#include <thread>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -35,6 +40,37 @@ CAPlayThrough& engineOf(const VORLAudioPlaythroughManager& manager)
     return *manager.playThroughHost()->playThrough();
 }
 
+// The threads of this process the kernel schedules round-robin in real time, read from /proc.
+int realtimeThreads()
+{
+    int count = 0;
+    for (const QString& task :
+         QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(QStringLiteral("/proc/self/task/%1/stat").arg(task));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        // The name in parentheses may hold blanks; the policy is the 39th field after it.
+        const QByteArray line = stat.readAll();
+        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 38 && fields.at(38).toInt() == SCHED_RR)
+            ++count;
+    }
+    return count;
+}
+
+// Whether this process may run a thread in real time: asked of the kernel with a thread of its own.
+bool realtimeAllowed()
+{
+    bool allowed = false;
+    std::thread probe([&allowed] {
+        sched_param priority{};
+        priority.sched_priority = sched_get_priority_min(SCHED_RR);
+        allowed = pthread_setschedparam(pthread_self(), SCHED_RR, &priority) == 0;
+    });
+    probe.join();
+    return allowed;
+}
+
 } // namespace
 
 TEST(PlayThrough, theInputIsHeardOnTheOutputOnlyWhileRunning)
@@ -55,6 +91,9 @@ TEST(PlayThrough, theInputIsHeardOnTheOutputOnlyWhileRunning)
     EXPECT_GT(medianToneShare(left, 44100, 440.0), 0.8);
     EXPECT_GT(medianToneShare(right, 44100, 660.0), 0.8);
     EXPECT_LT(medianToneShare(left, 44100, 660.0), 0.2);
+    // Where the system allows it, both streams' threads run in real time; elsewhere as before.
+    EXPECT_EQ(engineOf(manager).runsInRealtime(), realtimeAllowed());
+    EXPECT_EQ(realtimeThreads(), realtimeAllowed() ? 2 : 0);
 
     manager.stop();
     EXPECT_FALSE(manager.isRunning());
