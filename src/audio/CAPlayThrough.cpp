@@ -70,17 +70,6 @@ double streamLatencyFrames(pa_stream* stream, double rate)
     return double(latency) * rate / PA_USEC_PER_SEC;
 }
 
-// The play-through's threads wake every millisecond or two, and a busy desktop keeps an ordinary
-// thread waiting for longer than that: a build running beside it gave hundreds of gaps in 30 s
-// instead of a dozen. Real-time scheduling at the lowest priority stays below the sound server's
-// own threads; where the system refuses it (no real-time allowance), the thread runs as before.
-bool runInRealtime()
-{
-    sched_param priority{};
-    priority.sched_priority = sched_get_priority_min(SCHED_RR);
-    return pthread_setschedparam(pthread_self(), SCHED_RR | SCHED_RESET_ON_FORK, &priority) == 0;
-}
-
 uint32_t framesOf(uint32_t bytes, const pa_sample_spec& format)
 {
     return uint32_t(bytes / pa_frame_size(&format));
@@ -111,6 +100,21 @@ QString sideName(bool isInput)
 }
 
 } // namespace
+
+// The play-through's threads wake every millisecond or two, and a busy desktop keeps an ordinary
+// thread waiting for longer than that: a build running beside it gave hundreds of gaps in 30 s
+// instead of a dozen. Real-time scheduling at the lowest priority stays below the sound server's
+// own threads; where the system refuses it (no real-time allowance), the thread runs as before.
+void CAPlayThrough::RealtimeRequest::askOnce()
+{
+    if (asked)
+        return;
+    asked = true;
+    sched_param priority{};
+    priority.sched_priority = sched_get_priority_min(SCHED_RR);
+    granted.store(pthread_setschedparam(pthread_self(), SCHED_RR | SCHED_RESET_ON_FORK, &priority) == 0,
+                  std::memory_order_relaxed);
+}
 
 void CAPlayThrough::DeviceClock::restart()
 {
@@ -632,10 +636,7 @@ void CAPlayThrough::reportRealtimeFaults()
 void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
 {
     auto* self = static_cast<CAPlayThrough*>(userdata);
-    if (!self->mInputRealtimeAsked) {
-        self->mInputRealtimeAsked = true;
-        self->mInputRealtime.store(runInRealtime(), std::memory_order_relaxed);
-    }
+    self->mInputRealtime.askOnce();
     const size_t deviceChannels = self->mInputDevice.mChannels;
     const size_t frameBytes = sizeof(float) * deviceChannels;
     for (;;) {
@@ -744,10 +745,7 @@ double CAPlayThrough::readSpeed(int64_t now)
 void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userdata)
 {
     auto* self = static_cast<CAPlayThrough*>(userdata);
-    if (!self->mOutputRealtimeAsked) {
-        self->mOutputRealtimeAsked = true;
-        self->mOutputRealtime.store(runInRealtime(), std::memory_order_relaxed);
-    }
+    self->mOutputRealtime.askOnce();
     const size_t frameBytes = sizeof(float) * size_t(self->mChannels);
     const double inputRate = self->mInputDevice.mSampleRate;
     const double outputRate = self->mOutputDevice.mSampleRate;

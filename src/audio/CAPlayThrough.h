@@ -98,8 +98,8 @@ public:
     /// Whether both streams' threads got real-time scheduling; false where the system refused.
     bool runsInRealtime() const
     {
-        return mInputRealtime.load(std::memory_order_relaxed) &&
-               mOutputRealtime.load(std::memory_order_relaxed);
+        return mInputRealtime.granted.load(std::memory_order_relaxed) &&
+               mOutputRealtime.granted.load(std::memory_order_relaxed);
     }
 
 private:
@@ -116,6 +116,14 @@ private:
         std::atomic<bool> running{false};
         void restart();
         void advance(int64_t count, int64_t nowNanoseconds);
+    };
+
+    // Asked once, on the stream's own thread, at its first cycle.
+    struct RealtimeRequest
+    {
+        bool asked = false;
+        std::atomic<bool> granted{false};
+        void askOnce();
     };
 
     std::optional<Error> init();
@@ -160,8 +168,7 @@ private:
     std::vector<std::vector<float>> mInputBuffers;
     std::vector<const float*> mInputBufferList;
     DeviceClock mInputClock;
-    bool mInputRealtimeAsked = false;
-    std::atomic<bool> mInputRealtime{false};
+    RealtimeRequest mInputRealtime;
 
     // Output thread: the varispeed pulls blocks through the timeline.
     SRC_STATE* mVarispeed = nullptr;
@@ -178,8 +185,7 @@ private:
     double mLag = 0.0;         // how far the newest input stands ahead of the next pull, smoothed
     double mLagBaseline = 0.0; // where that settled after the start
     DeviceClock mOutputClock;
-    bool mOutputRealtimeAsked = false;
-    std::atomic<bool> mOutputRealtime{false};
+    RealtimeRequest mOutputRealtime;
 
     // Set with both loops locked, so either thread may call it under its own lock.
     std::function<void(CAPlayThroughNotice)> mDeviceListener;
