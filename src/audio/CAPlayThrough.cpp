@@ -2,6 +2,7 @@
 
 #include "audio/AudioException.h"
 #include "audio/PulseConnection.h"
+#include "audio/RealtimeScheduling.h"
 #include "foundation/Log.h"
 
 #include <algorithm>
@@ -9,10 +10,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <pthread.h>
 #include <pulse/pulseaudio.h>
 #include <samplerate.h>
-#include <sched.h>
 
 namespace spindrel {
 
@@ -101,21 +100,6 @@ QString sideName(bool isInput)
 
 } // namespace
 
-// The play-through's threads wake every millisecond or two, and a busy desktop keeps an ordinary
-// thread waiting for longer than that: a build running beside it gave hundreds of gaps in 30 s
-// instead of a dozen. Real-time scheduling at the lowest priority stays below the sound server's
-// own threads; where the system refuses it (no real-time allowance), the thread runs as before.
-void CAPlayThrough::RealtimeRequest::askOnce()
-{
-    if (asked)
-        return;
-    asked = true;
-    sched_param priority{};
-    priority.sched_priority = sched_get_priority_min(SCHED_RR);
-    granted.store(pthread_setschedparam(pthread_self(), SCHED_RR | SCHED_RESET_ON_FORK, &priority) == 0,
-                  std::memory_order_relaxed);
-}
-
 void CAPlayThrough::DeviceClock::restart()
 {
     origin = 0.0;
@@ -182,7 +166,7 @@ std::optional<Error> CAPlayThrough::init()
 {
     // Each step needs the ones before it; the first failure is the answer.
     for (auto step : {&CAPlayThrough::setupInput, &CAPlayThrough::setupOutput, &CAPlayThrough::setupBuffers,
-                      &CAPlayThrough::connectStreams}) {
+                      &CAPlayThrough::connectStreams, &CAPlayThrough::setupRealtime}) {
         if (std::optional<Error> error = (this->*step)())
             return error;
     }
@@ -389,6 +373,24 @@ std::optional<Error> CAPlayThrough::connectStreams()
     mInputBufferList.clear();
     for (const auto& buffer : mInputBuffers)
         mInputBufferList.push_back(buffer.data());
+    return std::nullopt;
+}
+
+// The streams' threads wake every millisecond or two, and a busy desktop keeps an ordinary thread
+// waiting for longer than that: a build running beside it gave hundreds of gaps in 30 s instead of a
+// dozen. Where the system refuses real time, the threads run as before and say why in the log.
+std::optional<Error> CAPlayThrough::setupRealtime()
+{
+    mRunsInRealtime = true;
+    for (const PulseConnection* connection : {mInputConnection.get(), mOutputConnection.get()}) {
+        QString why;
+        if (RealtimeScheduling::request(connection->loopThreadId(), &why) ==
+            RealtimeScheduling::Grant::Refused) {
+            logLine(QStringLiteral("Play-through runs without real-time scheduling: %1").arg(why));
+            mRunsInRealtime = false;
+            break;
+        }
+    }
     return std::nullopt;
 }
 
@@ -636,7 +638,6 @@ void CAPlayThrough::reportRealtimeFaults()
 void CAPlayThrough::inputProc(pa_stream* stream, size_t, void* userdata)
 {
     auto* self = static_cast<CAPlayThrough*>(userdata);
-    self->mInputRealtime.askOnce();
     const size_t deviceChannels = self->mInputDevice.mChannels;
     const size_t frameBytes = sizeof(float) * deviceChannels;
     for (;;) {
@@ -745,7 +746,6 @@ double CAPlayThrough::readSpeed(int64_t now)
 void CAPlayThrough::outputProc(pa_stream* stream, size_t requested, void* userdata)
 {
     auto* self = static_cast<CAPlayThrough*>(userdata);
-    self->mOutputRealtime.askOnce();
     const size_t frameBytes = sizeof(float) * size_t(self->mChannels);
     const double inputRate = self->mInputDevice.mSampleRate;
     const double outputRate = self->mOutputDevice.mSampleRate;

@@ -96,11 +96,7 @@ public:
     /// Times the output ran dry at the server since the engine was made.
     int outputUnderflows() const { return mUnderflows.load(std::memory_order_relaxed); }
     /// Whether both streams' threads got real-time scheduling; false where the system refused.
-    bool runsInRealtime() const
-    {
-        return mInputRealtime.granted.load(std::memory_order_relaxed) &&
-               mOutputRealtime.granted.load(std::memory_order_relaxed);
-    }
+    bool runsInRealtime() const { return mRunsInRealtime; }
 
 private:
     // A device clock as seen through its stream: frames counted against the monotonic clock.
@@ -118,20 +114,13 @@ private:
         void advance(int64_t count, int64_t nowNanoseconds);
     };
 
-    // Asked once, on the stream's own thread, at its first cycle.
-    struct RealtimeRequest
-    {
-        bool asked = false;
-        std::atomic<bool> granted{false};
-        void askOnce();
-    };
-
     std::optional<Error> init();
     Error fail(CAPlayThroughFault fault, const QString& message, int line);
     std::optional<Error> setupInput();
     std::optional<Error> setupOutput();
     std::optional<Error> setupBuffers();
     std::optional<Error> connectStreams();
+    std::optional<Error> setupRealtime();
     std::optional<Error> fillDevice(CAPlayThroughDevice& device, PulseConnection& connection, quint32 id,
                                     bool isInput);
     /// False when the server did not answer.
@@ -163,12 +152,12 @@ private:
     int mChannels = 0;
     CAPlayThroughFault mFault = CAPlayThroughFault::None;
     QString mError;
+    bool mRunsInRealtime = false;
 
     // Input thread: one buffer per engine channel.
     std::vector<std::vector<float>> mInputBuffers;
     std::vector<const float*> mInputBufferList;
     DeviceClock mInputClock;
-    RealtimeRequest mInputRealtime;
 
     // Output thread: the varispeed pulls blocks through the timeline.
     SRC_STATE* mVarispeed = nullptr;
@@ -185,7 +174,6 @@ private:
     double mLag = 0.0;         // how far the newest input stands ahead of the next pull, smoothed
     double mLagBaseline = 0.0; // where that settled after the start
     DeviceClock mOutputClock;
-    RealtimeRequest mOutputRealtime;
 
     // Set with both loops locked, so either thread may call it under its own lock.
     std::function<void(CAPlayThroughNotice)> mDeviceListener;

@@ -3,6 +3,7 @@
 #include "audio/AudioException.h"
 
 #include <pulse/pulseaudio.h>
+#include <unistd.h>
 
 namespace spindrel {
 
@@ -251,6 +252,27 @@ bool PulseConnection::waitUntil(const std::function<bool()>& done, int timeoutMs
     if (event)
         pa_threaded_mainloop_get_api(mMainloop)->time_free(event);
     return result;
+}
+
+pid_t PulseConnection::loopThreadId() const
+{
+    struct Question
+    {
+        pa_threaded_mainloop* mainloop;
+        pid_t answer = 0;
+    } question{mMainloop};
+    Locker lock(*this);
+    pa_mainloop_api_once(
+        pa_threaded_mainloop_get_api(mMainloop),
+        [](pa_mainloop_api*, void* userdata) {
+            auto* asked = static_cast<Question*>(userdata);
+            asked->answer = gettid();
+            pa_threaded_mainloop_signal(asked->mainloop, 0);
+        },
+        &question);
+    while (question.answer == 0)
+        pa_threaded_mainloop_wait(mMainloop);
+    return question.answer;
 }
 
 bool PulseConnection::waitFor(pa_operation* operation) const

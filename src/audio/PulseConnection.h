@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sys/types.h>
 #include <vector>
 
 struct pa_threaded_mainloop;
@@ -123,6 +124,10 @@ public:
     /// returns without waiting for the server. `handler` is called on the loop's thread for each
     /// event with the facility and type bits of pa_subscription_event_type_t and the object's index.
     void subscribe(unsigned mask, std::function<void(unsigned event, uint32_t index)> handler);
+
+    /// The kernel's identifier of the loop's thread, where every callback of the connection runs.
+    /// Not on that thread itself.
+    pid_t loopThreadId() const;
 
     /// Internal: hands a server event to the subscriber (on the loop's thread).
     static void deliverSubscriptionEvent(PulseConnection* connection, unsigned event, uint32_t index);

@@ -91,9 +91,12 @@ TEST(PlayThrough, theInputIsHeardOnTheOutputOnlyWhileRunning)
     EXPECT_GT(medianToneShare(left, 44100, 440.0), 0.8);
     EXPECT_GT(medianToneShare(right, 44100, 660.0), 0.8);
     EXPECT_LT(medianToneShare(left, 44100, 660.0), 0.2);
-    // Where the system allows it, both streams' threads run in real time; elsewhere as before.
-    EXPECT_EQ(engineOf(manager).runsInRealtime(), realtimeAllowed());
-    EXPECT_EQ(realtimeThreads(), realtimeAllowed() ? 2 : 0);
+    // Where the kernel allows it, both streams' threads run in real time; elsewhere the desktop's
+    // broker may grant it, and the engine says which it got.
+    if (realtimeAllowed()) {
+        EXPECT_TRUE(engineOf(manager).runsInRealtime());
+    }
+    EXPECT_EQ(realtimeThreads(), engineOf(manager).runsInRealtime() ? 2 : 0);
 
     manager.stop();
     EXPECT_FALSE(manager.isRunning());
