@@ -22,6 +22,9 @@ namespace {
 // kernel), which 10 ms rides out.
 constexpr double kInputBufferSeconds = 0.002;
 constexpr double kOutputBufferSeconds = 0.010;
+// The output reads the input this much later than the devices' latency alone asks: a late input
+// fragment within it is still heard in time. It stays inside the 10 ms that play-through may add.
+constexpr double kInputMarginSeconds = 0.002;
 // How long a device clock is watched before its rate is trusted, and how far it may stray.
 constexpr int64_t kClockSettleNanoseconds = 500'000'000;
 constexpr int64_t kClockMeasureNanoseconds = 2'000'000'000;
@@ -354,13 +357,14 @@ std::optional<Error> CAPlayThrough::connectStreams()
         mOutputDevice.mSafetyOffset =
             uint32_t(double(sink->latencyUsec) * sink->sampleRate / PA_USEC_PER_SEC);
 
-    // Both sides' latencies in input frames (the output's converted from its own rate), and the
-    // frames the varispeed reads ahead of what it plays: a block and its filter's reach.
+    // Both sides' latencies in input frames (the output's converted from its own rate), the
+    // frames the varispeed reads ahead of what it plays (a block and its filter's reach), and the
+    // margin for a late input.
     const double toInputFrames = double(mInputDevice.mSampleRate) / double(mOutputDevice.mSampleRate);
     const double latency =
         double(mInputDevice.mSafetyOffset) + double(mInputDevice.mBufferSizeFrames) +
         (double(mOutputDevice.mSafetyOffset) + double(mOutputDevice.mBufferSizeFrames)) * toInputFrames +
-        2.0 * double(mPullFrames);
+        2.0 * double(mPullFrames) + kInputMarginSeconds * mInputDevice.mSampleRate;
     if (!mTimeline.prepare(mChannels, mInputDevice.mBufferSizeFrames, latency))
         return fail(CAPlayThroughFault::InputDevice, QStringLiteral("Out of memory"), __LINE__);
     try {
