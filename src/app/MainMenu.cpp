@@ -40,6 +40,8 @@ void AppController::buildMainMenu()
     controls->addActions(transport.mid(6));
 
     mTapeMenu = bar->addMenu(tr("&Tape"));
+    mTapeMenu->addActions({actions.editTitle(), actions.editNotes()});
+    mTapeMenu->addSeparator();
     mTapeMenu->addActions({actions.showInFolder(), actions.moveTapeToTrash(), actions.emailTape(),
                            actions.addToMusicLibrary(), actions.openLibraryFolder()});
     mTapeMenu->addSeparator();

@@ -20,6 +20,11 @@ DeckActions::DeckActions(WindowController& deck) : QObject(&deck), mDeck(deck)
     mOpenLibraryFolder = add(tr("Open Library Folder"), &WindowController::openLibraryFolder);
     mShowTapes = add(tr("Show Tapes"), &WindowController::discloseTapes);
     mShowTapes->setShortcut(QKeySequence(tr("Ctrl+T")));
+    // F2 renames on the Linux desktop; the title names the tape's file.
+    mEditTitle = add(tr("Edit Title"), &WindowController::editTapeTitle);
+    mEditTitle->setShortcut(QKeySequence(Qt::Key_F2));
+    mEditNotes = add(tr("Edit Notes"), &WindowController::editTapeNotes);
+    mEditNotes->setShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F2));
     mFind = add(tr("Find"), &WindowController::performFindPanelAction);
     mFind->setShortcut(QKeySequence::Find);
 

@@ -29,6 +29,8 @@ public:
     QAction* openLibraryFolder() const { return mOpenLibraryFolder; }
     /// "Show Tapes" or "Hide Tapes", as the drawer is.
     QAction* showTapes() const { return mShowTapes; }
+    QAction* editTitle() const { return mEditTitle; }
+    QAction* editNotes() const { return mEditNotes; }
     QAction* find() const { return mFind; }
     /// Record, Play, Stop, Pause, Fast Forward and Rewind, then Previous Tape and Next Tape.
     const QList<QAction*>& transport() const { return mTransport; }
@@ -51,6 +53,8 @@ private:
     QAction* mAddToMusicLibrary = nullptr;
     QAction* mOpenLibraryFolder = nullptr;
     QAction* mShowTapes = nullptr;
+    QAction* mEditTitle = nullptr;
+    QAction* mEditNotes = nullptr;
     QAction* mFind = nullptr;
     QList<QAction*> mTransport;
 };

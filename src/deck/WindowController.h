@@ -111,6 +111,9 @@ public:
                           TapeExport::ExistingFile existing = TapeExport::ExistingFile::Keep);
     void showInFolder(QObject* sender = nullptr);
     void openLibraryFolder();
+    /// The cassette's title and notes from the keyboard, as a click on them edits them.
+    void editTapeTitle();
+    void editTapeNotes();
     /// Plays the trash sound and moves the tape to the trash; it leaves the list at once.
     void moveTapeToTrash(QObject* sender = nullptr);
     /// A mail draft in the user's mail program with the tape attached.

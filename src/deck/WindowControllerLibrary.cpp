@@ -6,6 +6,7 @@
 #include "hud/DrawerButton.h"
 #include "hud/TapeBoxSearchField.h"
 #include "hud/TapeBoxView.h"
+#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QFileDialog>
@@ -184,6 +185,18 @@ void WindowController::performFindPanelAction()
     if (!mTapesDisclosed)
         discloseTapes();
     mTapeBox->searchField()->setFocus(Qt::ShortcutFocusReason);
+}
+
+void WindowController::editTapeTitle()
+{
+    if (mTapeView->canEditLabel())
+        mTapeView->editTitle();
+}
+
+void WindowController::editTapeNotes()
+{
+    if (mTapeView->canEditLabel())
+        mTapeView->displayNotesEditor();
 }
 
 } // namespace spindrel

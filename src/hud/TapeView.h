@@ -113,6 +113,8 @@ public:
     QImage dragImage() const;
 
     // Editing in place.
+    /// Whether the label can be edited now: a tape is shown and stands still.
+    bool canEditLabel() const;
     void editTitle();
     /// Closes the title editor, writing its text to the tape when `commit` and it changed.
     void endTitleEditing(bool commit = true);

@@ -58,6 +58,11 @@ TapeNotesEditor* TapeView::notesEditor() const
     return mNotesEditor;
 }
 
+bool TapeView::canEditLabel() const
+{
+    return mTape && !isMoving() && mTapeOffset == 0.0;
+}
+
 void TapeView::editTitle()
 {
     if (mEditField)
@@ -179,7 +184,7 @@ void TapeView::mousePressEvent(QMouseEvent* event)
     }
     mPressPoint = event->position();
     mCommandPress = event->modifiers() & Qt::ControlModifier;
-    if (mCommandPress || !mTape || isMoving() || mTapeOffset != 0.0)
+    if (mCommandPress || !canEditLabel())
         return;
 
     const QPointF point = mapToCassette(event->position());

@@ -86,6 +86,7 @@ TEST_F(AppControllerTest, TheDeckOpensOnTheLibraryWithItsWelcomeTape)
     deck->discloseTapes();
     ASSERT_TRUE(QTest::qWaitFor([&] { return deck->tapesDisclosed() != disclosed; }, 15000));
     EXPECT_EQ(withShortcut(drawerKeys), disclosed ? show : hide);
+    EXPECT_EQ(withShortcut(QKeySequence(Qt::Key_F2)), QStringList{QStringLiteral("Edit Title")});
     EXPECT_EQ(withShortcut(QKeySequence(QStringLiteral("Ctrl+,"))),
               QStringList{QStringLiteral("Preferences…")});
     // F1 opens the user guide, which a clone or an installed copy has at hand.

@@ -1,6 +1,7 @@
 // The deck from the keyboard: where the keyboard goes after edits and Escape, transport keys on
 // other controls, a held key when the window loses the keyboard, and Delete in the tape box.
 #include "DeckTest.h"
+#include "deck/DeckActions.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
 #include "hud/HUDView.h"
@@ -12,6 +13,7 @@
 #include "hud/VolumeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QFileInfo>
 #include <QLineEdit>
@@ -54,8 +56,11 @@ TEST_F(DeckKeyboardTest, AfterAnEditOrAnEscapeTheKeysHaveTheKeyboardSoXPlays)
     TapeBoxSearchField* search = deck.tapeBoxViewController()->searchField();
     EXPECT_EQ(QApplication::focusWidget(), keys);
 
-    // A new title confirmed with Return: X then plays, and nothing lands in the search field.
-    deck.tapeView()->editTitle();
+    // A new title (Edit Title, F2) confirmed with Return: X then plays, and nothing lands in the
+    // search field.
+    ASSERT_TRUE(waitFor([&] { return deck.tapeView()->canEditLabel(); })); // the cassette slides in
+    deck.actions().editTitle()->trigger();
+    ASSERT_TRUE(deck.tapeView()->isEditingTitle());
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("Porch at dusk"));
     type(Qt::Key_Return);
     EXPECT_EQ(deck.tapeView()->title(), QStringLiteral("Porch at dusk"));
@@ -74,7 +79,8 @@ TEST_F(DeckKeyboardTest, AfterAnEditOrAnEscapeTheKeysHaveTheKeyboardSoXPlays)
     type(Qt::Key_Escape);
     EXPECT_EQ(QApplication::focusWidget(), keys);
     EXPECT_TRUE(search->text().isEmpty());
-    deck.tapeView()->displayNotesEditor();
+    deck.actions().editNotes()->trigger();
+    ASSERT_TRUE(deck.tapeView()->isEditingNotes());
     EXPECT_NE(QApplication::focusWidget(), keys);
     type(Qt::Key_Escape);
     EXPECT_FALSE(deck.tapeView()->isEditingNotes());
