@@ -164,6 +164,11 @@ TEST(Recorder, aDeviceThatDisappearsEndsTheRecordingWithAValidFile)
     const QString module = pactl({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
                                   QStringLiteral("sink_name=unplugged")});
     ASSERT_FALSE(module.isEmpty());
+    // Until the device list hears of it, the name stands for the default device, which no unload
+    // takes away.
+    ASSERT_TRUE(QTest::qWaitFor(
+        [] { return VORLAudioDevice(QStringLiteral("unplugged.monitor")).isPresent(VORLAudioDevice::Input); },
+        10000));
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("unplugged.m4a"));
     const VORLAudioDevice device(QStringLiteral("unplugged.monitor"));
