@@ -209,12 +209,13 @@ TEST_F(FileOperationsTest, LargeImportsLeaveTheDeckRunningShowNoPartialFileAndFi
     };
 
     // The deck's event loop keeps turning while a copy runs, and never finds part of the file.
-    int ticks = 0;
+    int ticksWhileCopying = 0;
     bool partSeen = false;
     QTimer timer;
     timer.setInterval(20);
     QObject::connect(&timer, &QTimer::timeout, [&] {
-        ++ticks;
+        if (!QFileInfo::exists(first))
+            ++ticksWhileCopying;
         for (const QString& path : {first, second})
             partSeen = partSeen || (QFileInfo::exists(path) && QFileInfo(path).size() != size);
     });
@@ -222,7 +223,7 @@ TEST_F(FileOperationsTest, LargeImportsLeaveTheDeckRunningShowNoPartialFileAndFi
     deck.importTapesIntoLibrary({bigFile(QStringLiteral("First.m4a"))});
     EXPECT_EQ(deck.tapeBoxViewController()->status(), QStringLiteral("Importing tapes… 1 of 1"));
     ASSERT_TRUE(waitFor([&] { return deck.copies().isIdle(); }, 180000));
-    EXPECT_GE(ticks, 2);
+    EXPECT_GE(ticksWhileCopying, 1);
     EXPECT_EQ(QFileInfo(first).size(), size);
     const auto listed = [&](const QString& path) {
         for (const TapePtr& tape : deck.library().content()) {
