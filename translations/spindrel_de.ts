@@ -1024,6 +1024,10 @@
         <source>a folder of that name is already there.</source>
         <translation>dort liegt bereits ein Ordner mit diesem Namen.</translation>
     </message>
+    <message>
+        <source>the export was cancelled.</source>
+        <translation>der Export wurde abgebrochen.</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::TapeLibraryArrayController</name>
@@ -1038,6 +1042,10 @@
     <message>
         <source>“%1” couldn’t be imported: it is not a regular file.</source>
         <translation>„%1“ konnte nicht importiert werden: Sie ist keine gewöhnliche Datei.</translation>
+    </message>
+    <message>
+        <source>the import was cancelled.</source>
+        <translation>der Import wurde abgebrochen.</translation>
     </message>
 </context>
 <context>
@@ -1202,6 +1210,18 @@
     <message>
         <source>Saving tapes… %1 of %2</source>
         <translation>Kassetten werden gesichert… %1 von %2</translation>
+    </message>
+    <message>
+        <source>Copying tapes…</source>
+        <translation>Kassetten werden kopiert…</translation>
+    </message>
+    <message>
+        <source>Importing tapes… %1 of %2</source>
+        <translation>Kassetten werden importiert… %1 von %2</translation>
+    </message>
+    <message>
+        <source>Exporting tapes… %1 of %2</source>
+        <translation>Kassetten werden exportiert… %1 von %2</translation>
     </message>
 </context>
 <context>

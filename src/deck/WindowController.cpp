@@ -95,6 +95,7 @@ void WindowController::buildDeck()
     connect(mWindow, &DeckWindow::closing, this, &WindowController::windowWillClose);
     connect(mTapeArrayController.get(), &TapeLibraryArrayController::importRequested, this,
             &WindowController::libraryImportRequested);
+    observeCopies();
 
     registerDefaults();
     loadDefaults();
@@ -317,28 +318,35 @@ void WindowController::windowWillClose()
 
 void WindowController::finishClosing()
 {
-    if (mCommits.isIdle()) {
+    if (mCommits.isIdle() && mCopies.isIdle()) {
         Q_EMIT windowDidClose();
         return;
     }
-    // Quitting never drops an edit: the deck is gone from the screen, and a dialog tells how the
-    // writing goes when it takes more than a moment.
-    auto* progress =
-        new QProgressDialog(tr("Saving the tapes’ changes…"), QString(), 0, mCommits.batchTotal());
+    // Quitting never drops an edit, nor a copy half-way: the deck is gone from the screen, and a
+    // dialog tells how the writing goes when it takes more than a moment.
+    auto* progress = new QProgressDialog(QString(), QString(), 0, 0);
     progress->setObjectName(QStringLiteral("SavingTapesDialog"));
     progress->setWindowTitle(tr("Spindrel"));
     progress->setMinimumDuration(500);
     progress->setAutoClose(false);
     progress->setAttribute(Qt::WA_DeleteOnClose);
-    connect(&mCommits, &TapeCommitQueue::progressChanged, progress, [progress](int done, int total) {
-        progress->setMaximum(total);
-        progress->setValue(done);
-    });
-    connect(&mCommits, &TapeCommitQueue::idle, progress, [this, progress] {
-        progress->close();
-        Q_EMIT windowDidClose();
-    });
-    progress->setValue(mCommits.batchDone());
+    const auto update = [this, progress] {
+        if (mCommits.isIdle() && mCopies.isIdle()) {
+            disconnect(&mCommits, nullptr, progress, nullptr);
+            disconnect(&mCopies, nullptr, progress, nullptr);
+            progress->close();
+            Q_EMIT windowDidClose();
+            return;
+        }
+        progress->setLabelText(mCopies.isIdle() ? tr("Saving the tapes’ changes…") : tr("Copying tapes…"));
+        progress->setMaximum(mCommits.batchTotal() + mCopies.importsTotal() + mCopies.exportsTotal());
+        progress->setValue(mCommits.batchDone() + mCopies.importsDone() + mCopies.exportsDone());
+    };
+    connect(&mCommits, &TapeCommitQueue::progressChanged, progress, update);
+    connect(&mCommits, &TapeCommitQueue::idle, progress, update);
+    connect(&mCopies, &TapeCopyQueue::progressChanged, progress, update);
+    connect(&mCopies, &TapeCopyQueue::idle, progress, update);
+    update();
 }
 
 SoundEffectPlayer* WindowController::soundEffect(SoundEffect sound) const

@@ -9,6 +9,7 @@
 #include "tapes/ProcessLauncher.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeCommitQueue.h"
+#include "tapes/TapeCopyQueue.h"
 #include "tapes/TapeExport.h"
 
 #include <QList>
@@ -99,15 +100,16 @@ public:
     void performFindPanelAction();
 
     // File operations. `sender` names the tape to act on (a context-menu item carries its tape).
-    // Failures show in the deck.
+    // Failures show in the deck. Imports and exports copy in the background (see copies()).
     void importTapes();
+    /// Errors show once all of the files are copied; the library then lists the new tapes.
     void importTapesIntoLibrary(const QList<QUrl>& urls);
     /// A save dialog for the tape; an existing file is replaced only when the user agrees.
     void exportTape(QObject* sender = nullptr);
     /// What the save dialog's OK does: asks first when `destination` exists.
     void exportTapeToChosenFile(const TapePtr& tape, const QString& destination);
-    /// Copies the tape's file to `destination`; false (and the error shown) when that fails.
-    bool exportTapeToFile(const TapePtr& tape, const QString& destination,
+    /// Copies the tape's file to `destination`; a failure shows in the deck once the copy ends.
+    void exportTapeToFile(const TapePtr& tape, const QString& destination,
                           TapeExport::ExistingFile existing = TapeExport::ExistingFile::Keep);
     void showInFolder(QObject* sender = nullptr);
     void openLibraryFolder();
@@ -143,6 +145,8 @@ public:
     bool isWaitingForRecorder() const { return mWaitingForRecorder; }
     /// The tapes' edits on their way to the disk.
     const TapeCommitQueue& commits() const { return mCommits; }
+    /// The imports and exports under way.
+    const TapeCopyQueue& copies() const { return mCopies; }
     bool isRecordingPaused() const;
 
     // The loaded tape.
@@ -290,12 +294,16 @@ private:
     void showFolderBanner(const QString& text);
     /// Lists the library folder again from scratch: recovered takes, the scan and the watch.
     void reloadLibrary();
-    /// Tells in the tape box how far loading and writing tapes have come.
+    /// Tells in the tape box how far copying, loading and writing tapes have come.
     void showLibraryProgress();
-    /// Closing waits for the tapes' edits to be written, with a progress dialog when it takes long.
+    /// Closing waits for the tapes' edits to be written and their copies to end, with a progress
+    /// dialog when it takes long.
     void finishClosing();
 
     // File operations (WindowControllerFileOperations.cpp).
+    /// Shows the outcomes of the copies as they end.
+    void observeCopies();
+    void tapesImported(const QList<Error>& errors);
     void presentError(const QString& message);
     TapePtr tapeForRawPointer(const Tape* tape) const;
     void commitBeforeSharing(const TapePtr& tape);
@@ -308,6 +316,7 @@ private:
     std::unique_ptr<WindowControllerContext> mFSM;
     std::unique_ptr<TapeLibraryArrayController> mTapeArrayController;
     TapeCommitQueue mCommits;
+    TapeCopyQueue mCopies;
     bool mCommitArrivals = false; // tapes the running scan brings are committed as they come
 
     HUDView* mHUDView = nullptr;

@@ -3,9 +3,9 @@
 #include "deck/DeckWindow.h"
 #include "deck/RecordingSession.h"
 #include "deck/WindowController.h"
+#include "foundation/Log.h"
 #include "tapes/MailDraft.h"
 #include "tapes/MusicLibraryPlaylist.h"
-#include "tapes/TapeExport.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAction>
@@ -35,9 +35,34 @@ void WindowController::importTapes()
         importTapesIntoLibrary(urls);
 }
 
+void WindowController::observeCopies()
+{
+    connect(&mCopies, &TapeCopyQueue::imported, this, &WindowController::tapesImported);
+    connect(&mCopies, &TapeCopyQueue::exported, this,
+            [this](const QString&, const std::optional<Error>& error) {
+                if (!error)
+                    return;
+                if (mClosed)
+                    logError(QStringLiteral("WindowController"), error->localizedDescription());
+                else
+                    showDeckMessage(error->localizedDescription());
+            });
+    connect(&mCopies, &TapeCopyQueue::progressChanged, this, &WindowController::showLibraryProgress);
+}
+
 void WindowController::importTapesIntoLibrary(const QList<QUrl>& urls)
 {
-    const QList<Error> errors = mTapeArrayController->importTapesIntoLibrary(urls);
+    mCopies.importTapes(urls, mTapeArrayController->folderPath());
+}
+
+void WindowController::tapesImported(const QList<Error>& errors)
+{
+    // Copies that end while the deck closes have no window left to tell of them, nor a box to list them.
+    if (mClosed) {
+        for (const Error& error : errors)
+            logError(QStringLiteral("WindowController"), error.localizedDescription());
+        return;
+    }
     for (const Error& error : errors)
         presentError(error.localizedDescription());
     // The folder watch picks the copies up; without one running, merge now.
@@ -93,15 +118,11 @@ void WindowController::exportTapeToChosenFile(const TapePtr& tape, const QString
     question->open();
 }
 
-bool WindowController::exportTapeToFile(const TapePtr& tape, const QString& destination,
+void WindowController::exportTapeToFile(const TapePtr& tape, const QString& destination,
                                         TapeExport::ExistingFile existing)
 {
     commitBeforeSharing(tape);
-    if (const std::optional<Error> error = TapeExport::exportFile(tape->filename(), destination, existing)) {
-        showDeckMessage(error->localizedDescription());
-        return false;
-    }
-    return true;
+    mCopies.exportTape(tape->filename(), destination, existing);
 }
 
 void WindowController::showInFolder(QObject* sender)

@@ -43,9 +43,16 @@ void WindowController::buildTapeBox()
 void WindowController::showLibraryProgress()
 {
     QString text;
+    const int imports = mCopies.importsTotal();
+    const int exports = mCopies.exportsTotal();
     const int loaded = mTapeArrayController->scanLoaded();
     const int found = mTapeArrayController->scanTotal();
-    if (mTapeArrayController->isScanning() && found > 0)
+    // The copy under way, counted from one.
+    if (mCopies.importsDone() < imports)
+        text = tr("Importing tapes… %1 of %2").arg(mCopies.importsDone() + 1).arg(imports);
+    else if (mCopies.exportsDone() < exports)
+        text = tr("Exporting tapes… %1 of %2").arg(mCopies.exportsDone() + 1).arg(exports);
+    else if (mTapeArrayController->isScanning() && found > 0)
         text = tr("Loading tapes… %1 of %2").arg(loaded).arg(found);
     // A single tape put away is written too quickly to be worth a word.
     else if (!mCommits.isIdle() && mCommits.batchTotal() > 1)

@@ -3,13 +3,14 @@
 #include "foundation/Error.h"
 
 #include <QString>
+#include <atomic>
 #include <optional>
 
 namespace spindrel {
 
-/// Copies a tape's file to a place the user chose. The copy is written to a hidden temporary
-/// beside the destination and renamed into place only when complete, so a full disk or a
-/// vanished source leaves no half-written file and an existing file either whole or replaced.
+/// Copies a tape's file to a place the user chose, whole or not at all (see FileCopy): a full
+/// disk, a vanished source or a cancel leaves no half-written file and an existing file either
+/// whole or replaced.
 class TapeExport
 {
 public:
@@ -19,7 +20,8 @@ public:
     };
 
     static std::optional<Error> exportFile(const QString& source, const QString& destination,
-                                           ExistingFile existing = ExistingFile::Keep);
+                                           ExistingFile existing = ExistingFile::Keep,
+                                           const std::atomic<bool>* cancelled = nullptr);
 };
 
 } // namespace spindrel

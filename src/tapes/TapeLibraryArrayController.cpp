@@ -3,6 +3,7 @@
 #include "MP4Tags/MP4Tags.h"
 #include "audio/MP4Remuxer.h"
 #include "foundation/Log.h"
+#include "tapes/FileCopy.h"
 #include "tapes/Trash.h"
 
 #include <QDir>
@@ -148,12 +149,14 @@ QStringList TapeLibraryArrayController::soundFileList(const QString& folder, boo
     const QString finishing = MP4Remuxer::temporaryPathFor(QString());
     while (const dirent* entry = ::readdir(directory)) {
         const QString name = QFile::decodeName(entry->d_name);
-        // A tag edit's temporary copy, whether live or left by a crash, is no tape.
-        const bool editCopy =
-            name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-"));
-        if (leftovers && (editCopy || RecordingRecovery::isInProgressPath(name) || name.endsWith(finishing)))
+        // A tag edit's temporary copy, or an import's copy not yet whole, is no tape, whether live
+        // or left by a crash.
+        const bool temporary =
+            (name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-"))) ||
+            FileCopy::isTemporaryName(name);
+        if (leftovers && (temporary || RecordingRecovery::isInProgressPath(name) || name.endsWith(finishing)))
             *leftovers = true;
-        if (editCopy || !name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
+        if (temporary || !name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
             continue;
         // Only regular files (or links to them): opening a FIFO or a device would block the scan.
         bool regular = entry->d_type == DT_REG;
@@ -175,6 +178,7 @@ QStringList TapeLibraryArrayController::tidyAndList(const QString& folder)
     if (!leftovers)
         return paths;
     MP4Tags::removeStaleEditFiles(folder);
+    FileCopy::removeStaleTemporaries(folder);
     recoverInterruptedRecordings(folder);
     return soundFileList(folder);
 }
@@ -292,11 +296,12 @@ void TapeLibraryArrayController::coalescedFolderEvents()
     Q_EMIT folderChanged();
 }
 
-std::optional<Error> TapeLibraryArrayController::copyTape(const QUrl& source) const
+std::optional<Error> TapeLibraryArrayController::copyTapeInto(const QString& folder, const QUrl& source,
+                                                              const std::atomic<bool>* cancelled)
 {
     const QString sourcePath = source.toLocalFile();
     const QFileInfo sourceInfo(sourcePath);
-    const QString destination = mFolderPath + QLatin1Char('/') + sourceInfo.fileName();
+    const QString destination = folder + QLatin1Char('/') + sourceInfo.fileName();
     if (QFileInfo::exists(destination))
         return std::nullopt;
     // Copying reads the source to its end, which a FIFO or a device may never reach. A damaged but
@@ -306,25 +311,23 @@ std::optional<Error> TapeLibraryArrayController::copyTape(const QUrl& source) co
         return Error(Error::CocoaDomain, QFileDevice::OpenError,
                      {{Error::DescriptionKey, reason.arg(sourceInfo.fileName())}});
     }
-    QFile file(sourcePath);
-    if (file.copy(destination))
+    // The copy is a hidden temporary until it is whole, so the library never lists part of it.
+    const FileCopy::Result copied = FileCopy::copy(sourcePath, destination, false, cancelled);
+    QString reason;
+    switch (copied.outcome) {
+    case FileCopy::Outcome::Copied:
+    case FileCopy::Outcome::DestinationExists: // another import of the same name came first
         return std::nullopt;
-    QVariantMap info{
-        {Error::DescriptionKey, tr("“%1” couldn’t be copied to “%2”: %3")
-                                    .arg(QFileInfo(sourcePath).fileName(), mFolderPath, file.errorString())}};
-    // A failed copy may leave a partial file behind; the library must not show it.
-    QFile::remove(destination);
-    return Error(Error::CocoaDomain, file.error(), info);
-}
-
-QList<Error> TapeLibraryArrayController::importTapesIntoLibrary(const QList<QUrl>& urls) const
-{
-    QList<Error> errors;
-    for (const QUrl& url : urls) {
-        if (auto error = copyTape(url))
-            errors.append(*error);
+    case FileCopy::Outcome::Cancelled:
+        reason = tr("the import was cancelled.");
+        break;
+    case FileCopy::Outcome::Failed:
+        reason = copied.reason;
+        break;
     }
-    return errors;
+    const QString message =
+        tr("“%1” couldn’t be copied to “%2”: %3").arg(sourceInfo.fileName(), folder, reason);
+    return Error(Error::CocoaDomain, QFileDevice::CopyError, {{Error::DescriptionKey, message}});
 }
 
 std::optional<Error> TapeLibraryArrayController::moveTapeToTrash(const TapePtr& tape)

@@ -7,6 +7,7 @@
 #include <QFileSystemWatcher>
 #include <QTimer>
 #include <QUrl>
+#include <atomic>
 #include <memory>
 
 namespace spindrel {
@@ -35,13 +36,14 @@ public:
     void setFolderPath(const QString& folderPath);
 
     /// Full paths of the folder's tapes: regular files (or links to them) whose names end in ".m4a"
-    /// exactly, but for tag edits' hidden temporary files; no recursion, in listing order. A FIFO,
-    /// socket or device is never opened.
+    /// exactly, but for the hidden temporaries of tag edits and imports; no recursion, in listing
+    /// order. A FIFO, socket or device is never opened.
     QStringList soundFileList() const { return soundFileList(mFolderPath); }
     /// With `leftovers`, also tells whether the folder holds what interrupted edits, finishes or
     /// recordings left.
     static QStringList soundFileList(const QString& folder, bool* leftovers = nullptr);
-    /// Clears what interrupted edits and recordings left, when the folder holds any, and lists it.
+    /// Clears what interrupted edits, imports and recordings left, when the folder holds any, and
+    /// lists it.
     static QStringList tidyAndList(const QString& folder);
     /// Brings the content in line with the folder: gone files leave, new files come in as tapes.
     void checkRecordingDirectory();
@@ -68,11 +70,13 @@ public:
     void stopMonitoringRecordingDirectory();
     bool isMonitoring() const { return mWatcher != nullptr && mWatching; }
 
-    /// Copies a file into the folder under its own name; an existing name is skipped silently. A
-    /// source that is not a regular file is refused; a damaged one is copied as it is.
-    std::optional<Error> copyTape(const QUrl& source) const;
-    /// copyTape of each URL in order; the errors of those that failed.
-    QList<Error> importTapesIntoLibrary(const QList<QUrl>& urls) const;
+    /// Copies a file into the folder under its own name, whole or not at all (see FileCopy); an
+    /// existing name, or one taken while the copy runs, is skipped silently. A source that is not a
+    /// regular file is refused; a damaged one is copied as it is. The deck copies on a worker
+    /// (TapeCopyQueue); copyTapeInto may run on any thread.
+    std::optional<Error> copyTape(const QUrl& source) const { return copyTapeInto(mFolderPath, source); }
+    static std::optional<Error> copyTapeInto(const QString& folder, const QUrl& source,
+                                             const std::atomic<bool>* cancelled = nullptr);
 
     /// Trashes the tape's file (freedesktop trash) and removes it from the content at once, even
     /// when the file could not be trashed (a vanished file); that failure is logged and returned.

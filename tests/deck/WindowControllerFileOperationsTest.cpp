@@ -8,11 +8,14 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAbstractButton>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
+#include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 namespace spindrel::test {
 
@@ -152,8 +155,10 @@ TEST_F(FileOperationsTest, ExportAsksBeforeReplacingAnExistingFile)
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     };
 
-    // Without consent nothing is replaced, and the deck says why.
-    EXPECT_FALSE(deck.exportTapeToFile(deck.selectedTape(), destination));
+    // Without consent nothing is replaced, and the deck says why once the copy ends.
+    const auto copied = [&] { return waitFor([&] { return deck.copies().isIdle(); }, 60000); };
+    deck.exportTapeToFile(deck.selectedTape(), destination);
+    ASSERT_TRUE(copied());
     EXPECT_EQ(contents(), QByteArray("someone else's file"));
     EXPECT_TRUE(deck.deckMessage().contains(QStringLiteral("already there"))) << deck.deckMessage();
 
@@ -171,8 +176,10 @@ TEST_F(FileOperationsTest, ExportAsksBeforeReplacingAnExistingFile)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     };
     answer(false);
+    EXPECT_TRUE(deck.copies().isIdle());
     EXPECT_EQ(contents(), QByteArray("someone else's file"));
     answer(true);
+    ASSERT_TRUE(copied());
     QFile original(tape);
     ASSERT_TRUE(original.open(QIODevice::ReadOnly));
     EXPECT_EQ(contents(), original.readAll());
@@ -180,7 +187,62 @@ TEST_F(FileOperationsTest, ExportAsksBeforeReplacingAnExistingFile)
     // A file that does not exist yet is written without a question.
     const QString fresh = mFolder.filePath(QStringLiteral("fresh.m4a"));
     deck.exportTapeToChosenFile(deck.selectedTape(), fresh);
+    ASSERT_TRUE(copied());
     EXPECT_EQ(QFileInfo(fresh).size(), QFileInfo(tape).size());
+}
+
+TEST_F(FileOperationsTest, LargeImportsLeaveTheDeckRunningShowNoPartialFileAndFinishBeforeQuitting)
+{
+    WindowController& deck = openDeckWithFakes();
+    QTemporaryDir elsewhere;
+    constexpr qint64 size = 200 * 1024 * 1024;
+    const auto bigFile = [&](const QString& name) {
+        QFile file(elsewhere.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(size)); // sparse: quick to make and read
+        return QUrl::fromLocalFile(file.fileName());
+    };
+    const QString first = mLibraryPath + QStringLiteral("/First.m4a");
+    const QString second = mLibraryPath + QStringLiteral("/Second.m4a");
+    const auto temporaries = [&] {
+        return QDir(mLibraryPath)
+            .entryList({QStringLiteral(".*.spindrel-copy-*")}, QDir::Files | QDir::Hidden);
+    };
+
+    // The deck's event loop keeps turning while a copy runs, and never finds part of the file.
+    int ticksWhileCopying = 0;
+    bool partSeen = false;
+    QTimer timer;
+    timer.setInterval(20);
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        if (!QFileInfo::exists(first))
+            ++ticksWhileCopying;
+        for (const QString& path : {first, second})
+            partSeen = partSeen || (QFileInfo::exists(path) && QFileInfo(path).size() != size);
+    });
+    timer.start();
+    deck.importTapesIntoLibrary({bigFile(QStringLiteral("First.m4a"))});
+    EXPECT_EQ(deck.tapeBoxViewController()->status(), QStringLiteral("Importing tapes… 1 of 1"));
+    ASSERT_TRUE(waitFor([&] { return deck.copies().isIdle(); }, 180000));
+    EXPECT_GE(ticksWhileCopying, 1);
+    EXPECT_EQ(QFileInfo(first).size(), size);
+    const auto listed = [&](const QString& path) {
+        for (const TapePtr& tape : deck.library().content()) {
+            if (tape->filename() == path)
+                return true;
+        }
+        return false;
+    };
+    EXPECT_TRUE(waitFor([&] { return listed(first); }, 60000)) << "the watch lists it";
+
+    // Closing during a copy waits for it: the deck is done once the file is whole.
+    deck.importTapesIntoLibrary({bigFile(QStringLiteral("Second.m4a"))});
+    QSignalSpy closed(&deck, &WindowController::windowDidClose);
+    closeDeck();
+    ASSERT_TRUE(closed.count() == 1 || closed.wait(180000));
+    timer.stop();
+    EXPECT_FALSE(partSeen);
+    EXPECT_EQ(QFileInfo(second).size(), size);
+    EXPECT_EQ(temporaries(), QStringList());
 }
 
 TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingElse)

@@ -2,11 +2,15 @@
 
 #include "TapeTestFiles.h"
 #include "audio/RecordingTestFiles.h"
+#include "tapes/TapeCopyQueue.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace spindrel;
 using namespace spindrel::test;
@@ -58,10 +62,15 @@ TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)
         error = TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace);
         fresh = TapeExport::exportFile(source, mDir.filePath(QStringLiteral("new.m4a")));
     }
+    const std::atomic<bool> cancelled = true;
+    const std::optional<Error> stopped =
+        TapeExport::exportFile(source, destination, TapeExport::ExistingFile::Replace, &cancelled);
 
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->localizedDescription().contains(QStringLiteral("old.m4a")));
     EXPECT_TRUE(fresh);
+    ASSERT_TRUE(stopped);
+    EXPECT_TRUE(stopped->localizedDescription().contains(QStringLiteral("cancelled")));
     // The old file is whole and no temporary or partial copy is left behind.
     EXPECT_EQ(read(destination), QByteArray("old contents"));
     EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("old.m4a"), QStringLiteral("tape.m4a")}));
@@ -85,6 +94,35 @@ TEST_F(TapeExportTest, BadPlacesAndVanishedTapesAreErrors)
     ASSERT_TRUE(vanished);
     EXPECT_TRUE(vanished->localizedDescription().contains(QStringLiteral("no longer exists")));
     EXPECT_FALSE(QFile::exists(mDir.filePath(QStringLiteral("y.m4a"))));
+}
+
+TEST_F(TapeExportTest, ACopyQueueGoneMidCopyLeavesEachFileWholeOrAbsent)
+{
+    constexpr qint64 size = 200 * 1024 * 1024;
+    const QString source = mDir.filePath(QStringLiteral("long.m4a"));
+    {
+        QFile file(source);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(size)); // sparse
+    }
+    const QStringList destinations{mDir.filePath(QStringLiteral("one.m4a")),
+                                   mDir.filePath(QStringLiteral("two.m4a"))};
+    {
+        // Let go while it writes, as the deck is when the process is ended.
+        TapeCopyQueue copies;
+        for (const QString& destination : destinations)
+            copies.exportTape(source, destination);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (allEntries().size() == 1 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    QStringList left = allEntries();
+    left.removeOne(QStringLiteral("long.m4a"));
+    for (const QString& destination : destinations) {
+        if (left.removeOne(QFileInfo(destination).fileName())) {
+            EXPECT_EQ(QFileInfo(destination).size(), size);
+        }
+    }
+    EXPECT_EQ(left, QStringList()) << "no temporary is left";
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "audio/RecordingTestFiles.h"
 #include "audio/VORLExtendedAudioFile.h"
 #include "foundation/Log.h"
+#include "tapes/TapeCopyQueue.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QDir>
@@ -48,6 +49,16 @@ protected:
         for (const TapePtr& tape : tapes)
             list << tape->notes();
         return list;
+    }
+
+    /// Imports as the deck does, on the copy queue's worker; the errors once all are copied.
+    static QList<Error> importAndWait(const TapeLibraryArrayController& library, const QList<QUrl>& urls)
+    {
+        TapeCopyQueue copies;
+        QSignalSpy imported(&copies, &TapeCopyQueue::imported);
+        copies.importTapes(urls, library.folderPath());
+        EXPECT_TRUE(imported.wait(60000));
+        return imported.isEmpty() ? QList<Error>() : imported.first().first().value<QList<Error>>();
     }
 
     static bool waitForMerge(TapeLibraryArrayController& library)
@@ -124,6 +135,8 @@ TEST_F(TapeLibraryTest, ScanListsRegularM4aFilesOnlyNewestFirstAndNeverWaitsOnAF
                           O_RDONLY | O_CLOEXEC);
     ASSERT_GE(live, 0);
     ASSERT_EQ(flock(live, LOCK_EX | LOCK_NB), 0);
+    // An import's copy that a crash cut short goes too.
+    ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".d.m4a.spindrel-copy-T1a5Os"))));
     // Other hidden names are tapes as before.
     ASSERT_TRUE(makeTapeFile(path(QStringLiteral(".hidden.m4a"))));
 
@@ -151,6 +164,7 @@ TEST_F(TapeLibraryTest, ScanListsRegularM4aFilesOnlyNewestFirstAndNeverWaitsOnAF
     EXPECT_EQ(soundFiles.join(QStringLiteral(", ")).toStdString(), listed);
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".a.m4a.spindrel-edit-Q7x2Lp"))));
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".b.spindrel-edit-R8y3Mq.m4a"))));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral(".d.m4a.spindrel-copy-T1a5Os"))));
     EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral(".c.spindrel-edit-S9z4Nr.m4a"))));
     EXPECT_FALSE(QFileInfo(path(QStringLiteral("x.m4a"))).isFile()) << "the FIFO is left as it was";
 }
@@ -191,10 +205,10 @@ TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegul
         ASSERT_TRUE(QDir(elsewhere.path()).mkdir(QStringLiteral("folder.m4a")));
         QList<Error> errors;
         EXPECT_TRUE(finishesWithoutTheFifo(fifo, [&] {
-            errors = library.importTapesIntoLibrary(
-                {QUrl::fromLocalFile(fifo),
-                 QUrl::fromLocalFile(elsewhere.filePath(QStringLiteral("folder.m4a"))),
-                 QUrl::fromLocalFile(QStringLiteral("/dev/null"))});
+            errors =
+                importAndWait(library, {QUrl::fromLocalFile(fifo),
+                                        QUrl::fromLocalFile(elsewhere.filePath(QStringLiteral("folder.m4a"))),
+                                        QUrl::fromLocalFile(QStringLiteral("/dev/null"))});
         }));
         ASSERT_EQ(errors.size(), 3);
         EXPECT_EQ(errors.first().localizedDescription(),
@@ -278,11 +292,30 @@ TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)
     ASSERT_EQ(requested.size(), 1);
     EXPECT_EQ(requested.first().first().value<QList<QUrl>>(), urls);
 
-    EXPECT_TRUE(library.importTapesIntoLibrary(urls).isEmpty());
+    EXPECT_TRUE(importAndWait(library, urls).isEmpty());
     EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList({QStringLiteral("take.m4a")}));
     // The first of the two same-named files wins.
     Tape imported(path(QStringLiteral("take.m4a")));
     EXPECT_EQ(imported.quality(), QStringLiteral("LQ"));
+
+    // Two imports of one name at once, each on a worker of its own: one whole file is kept, never
+    // a mix of the two, and neither is an error.
+    const QByteArray a(8 << 20, 'a'), b(8 << 20, 'b');
+    TapeCopyQueue firstQueue, secondQueue;
+    QSignalSpy firstDone(&firstQueue, &TapeCopyQueue::imported);
+    QSignalSpy secondDone(&secondQueue, &TapeCopyQueue::imported);
+    firstQueue.importTapes(
+        {QUrl::fromLocalFile(writeFile(elsewhere.filePath(QStringLiteral("both.m4a")), a))}, folder());
+    secondQueue.importTapes({QUrl::fromLocalFile(writeFile(other.filePath(QStringLiteral("both.m4a")), b))},
+                            folder());
+    ASSERT_TRUE(firstDone.size() == 1 || firstDone.wait(60000));
+    ASSERT_TRUE(secondDone.size() == 1 || secondDone.wait(60000));
+    EXPECT_TRUE(firstDone.first().first().value<QList<Error>>().isEmpty());
+    EXPECT_TRUE(secondDone.first().first().value<QList<Error>>().isEmpty());
+    const QByteArray kept = readFile(path(QStringLiteral("both.m4a")));
+    EXPECT_TRUE(kept == a || kept == b);
+    EXPECT_EQ(QDir(folder()).entryList(QDir::Files | QDir::Hidden),
+              QStringList({QStringLiteral("both.m4a"), QStringLiteral("take.m4a")}));
 }
 
 TEST_F(TapeLibraryTest, loadingTurnsAKilledRecordingIntoAnUntitledTapeAndLeavesALiveOneAlone)

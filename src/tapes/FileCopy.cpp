@@ -1,0 +1,115 @@
+#include "tapes/FileCopy.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryFile>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace spindrel {
+
+namespace {
+
+constexpr qint64 kChunkBytes = 1 << 20;
+const QLatin1String kTemporaryMarker(".spindrel-copy-");
+
+QString systemText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+/// rename() without replacing: atomic where the file system supports it, link-then-unlink elsewhere.
+int renameNoReplace(const QByteArray& from, const QByteArray& to)
+{
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return -1;
+    if (::link(from.constData(), to.constData()) != 0)
+        return -1;
+    ::unlink(from.constData());
+    return 0;
+}
+
+} // namespace
+
+FileCopy::Result FileCopy::copy(const QString& source, const QString& destination, bool replace,
+                                const std::atomic<bool>* cancelled)
+{
+    const auto failed = [](const QString& reason) { return Result{Outcome::Failed, reason}; };
+    const auto stopped = [cancelled] { return cancelled && cancelled->load(std::memory_order_relaxed); };
+    const QFileInfo destinationInfo(destination);
+    if (!replace && destinationInfo.exists())
+        return {Outcome::DestinationExists, {}};
+
+    QFile input(source);
+    if (!input.open(QIODevice::ReadOnly))
+        return failed(input.errorString());
+    QTemporaryFile output(destinationInfo.absolutePath() + QStringLiteral("/.") + destinationInfo.fileName() +
+                          kTemporaryMarker + QStringLiteral("XXXXXX"));
+    if (!output.open())
+        return failed(output.errorString());
+    // The lock tells a clean-up, here or in another process, that this copy is still being written.
+    ::flock(output.handle(), LOCK_EX);
+
+    // Every failure below returns with `output` removing the temporary.
+    QByteArray chunk;
+    for (;;) {
+        if (stopped())
+            return {Outcome::Cancelled, {}};
+        chunk = input.read(kChunkBytes);
+        if (chunk.isEmpty())
+            break;
+        if (output.write(chunk) != chunk.size())
+            return failed(output.errorString());
+    }
+    if (input.error() != QFileDevice::NoError)
+        return failed(input.errorString());
+    if (!output.flush() || ::fsync(output.handle()) != 0)
+        return failed(output.errorString().isEmpty() ? systemText(errno) : output.errorString());
+    output.setPermissions(input.permissions());
+    if (stopped())
+        return {Outcome::Cancelled, {}};
+
+    const QByteArray from = QFile::encodeName(output.fileName());
+    const QByteArray to = QFile::encodeName(destinationInfo.absoluteFilePath());
+    if ((replace ? ::rename(from.constData(), to.constData()) : renameNoReplace(from, to)) != 0) {
+        const int error = errno;
+        if (error == EEXIST)
+            return {Outcome::DestinationExists, {}};
+        return failed(systemText(error));
+    }
+    output.setAutoRemove(false);
+    return {};
+}
+
+bool FileCopy::isTemporaryName(const QString& name)
+{
+    return name.startsWith(QLatin1Char('.')) && name.contains(kTemporaryMarker);
+}
+
+int FileCopy::removeStaleTemporaries(const QString& folder)
+{
+    int removed = 0;
+    const QDir directory(folder);
+    const QStringList names =
+        directory.entryList({QStringLiteral(".*") + kTemporaryMarker + QLatin1Char('*')},
+                            QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        const QByteArray path = QFile::encodeName(directory.filePath(name));
+        const int file = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        if (file < 0)
+            continue;
+        if (::flock(file, LOCK_EX | LOCK_NB) == 0 && ::unlink(path.constData()) == 0)
+            ++removed;
+        ::close(file);
+    }
+    return removed;
+}
+
+} // namespace spindrel

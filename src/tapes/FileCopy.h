@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+#include <atomic>
+
+namespace spindrel {
+
+/// Copies a file whole or not at all. The copy is written to a hidden temporary beside the
+/// destination, flushed to the disk and renamed into place only when complete, so a full disk, a
+/// vanished source or a cancel leaves no half-written file, and an existing file either whole or
+/// replaced. Safe to run on any thread.
+class FileCopy
+{
+public:
+    enum class Outcome {
+        Copied,
+        DestinationExists, // kept, as asked: nothing was written
+        Cancelled,
+        Failed,
+    };
+    struct Result
+    {
+        Outcome outcome = Outcome::Copied;
+        QString reason; // why it failed, for the caller's message
+    };
+
+    /// With `replace`, an existing destination is replaced in one step; otherwise it is kept, even
+    /// when it appears while the copy runs. `cancelled` is looked at between chunks.
+    static Result copy(const QString& source, const QString& destination, bool replace,
+                       const std::atomic<bool>* cancelled = nullptr);
+
+    /// Whether a name in a folder is one of the temporaries a copy writes.
+    static bool isTemporaryName(const QString& name);
+    /// Removes the temporaries that interrupted copies left in the folder; a copy still writing
+    /// its own holds a lock on it and keeps it. Gives how many went.
+    static int removeStaleTemporaries(const QString& folder);
+};
+
+} // namespace spindrel
