@@ -504,6 +504,14 @@
         <source>Hide Tapes</source>
         <translation>Kassetten ausblenden</translation>
     </message>
+    <message>
+        <source>Edit Title</source>
+        <translation>Titel bearbeiten</translation>
+    </message>
+    <message>
+        <source>Edit Notes</source>
+        <translation>Notizen bearbeiten</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::DeckStatusItem</name>
@@ -563,6 +571,13 @@
     <message>
         <source>No file manager could show “%1”. It is in the folder “%2”.</source>
         <translation>Kein Dateimanager konnte „%1“ anzeigen. Es liegt im Ordner „%2“.</translation>
+    </message>
+</context>
+<context>
+    <name>spindrel::FileCopy</name>
+    <message>
+        <source>the file kept changing while it was copied.</source>
+        <translation>die Datei änderte sich immer wieder, während sie kopiert wurde.</translation>
     </message>
 </context>
 <context>

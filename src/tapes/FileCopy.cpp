@@ -1,14 +1,17 @@
 #include "tapes/FileCopy.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryFile>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace spindrel {
@@ -16,6 +19,7 @@ namespace spindrel {
 namespace {
 
 constexpr qint64 kChunkBytes = 1 << 20;
+constexpr int kAttempts = 3;
 const QLatin1String kTemporaryMarker(".spindrel-copy-");
 
 QString systemText(int error)
@@ -36,10 +40,35 @@ int renameNoReplace(const QByteArray& from, const QByteArray& to)
     return 0;
 }
 
+/// What changes when a file is written to: its size and its times of change.
+struct Stamp
+{
+    off_t size = -1;
+    timespec modified{};
+    timespec changed{};
+    bool operator==(const Stamp& other) const
+    {
+        return size == other.size && modified.tv_sec == other.modified.tv_sec &&
+               modified.tv_nsec == other.modified.tv_nsec && changed.tv_sec == other.changed.tv_sec &&
+               changed.tv_nsec == other.changed.tv_nsec;
+    }
+};
+
+Stamp stampOf(int file)
+{
+    struct stat status
+    {
+    };
+    if (::fstat(file, &status) != 0)
+        return {};
+    return {status.st_size, status.st_mtim, status.st_ctim};
+}
+
 } // namespace
 
 FileCopy::Result FileCopy::copy(const QString& source, const QString& destination, bool replace,
-                                const std::atomic<bool>* cancelled)
+                                const std::atomic<bool>* cancelled,
+                                const std::function<void(qint64 copied)>& chunkCopied)
 {
     const auto failed = [](const QString& reason) { return Result{Outcome::Failed, reason}; };
     const auto stopped = [cancelled] { return cancelled && cancelled->load(std::memory_order_relaxed); };
@@ -59,17 +88,35 @@ FileCopy::Result FileCopy::copy(const QString& source, const QString& destinatio
 
     // Every failure below returns with `output` removing the temporary.
     QByteArray chunk;
-    for (;;) {
-        if (stopped())
-            return {Outcome::Cancelled, {}};
-        chunk = input.read(kChunkBytes);
-        if (chunk.isEmpty())
-            break;
-        if (output.write(chunk) != chunk.size())
+    for (int attempt = 1;; ++attempt) {
+        const Stamp before = stampOf(input.handle());
+        if (before.size < 0)
+            return failed(systemText(errno));
+        if (!input.seek(0) || !output.seek(0) || !output.resize(0))
             return failed(output.errorString());
+        qint64 copied = 0;
+        // Up to the size it had when this attempt began: a file another program keeps writing
+        // would never be read to its end.
+        while (copied < qint64(before.size)) {
+            if (stopped())
+                return {Outcome::Cancelled, {}};
+            chunk = input.read(std::min(kChunkBytes, qint64(before.size) - copied));
+            if (chunk.isEmpty())
+                break;
+            if (output.write(chunk) != chunk.size())
+                return failed(output.errorString());
+            copied += chunk.size();
+            if (chunkCopied)
+                chunkCopied(copied);
+        }
+        if (input.error() != QFileDevice::NoError)
+            return failed(input.errorString());
+        if (stampOf(input.handle()) == before)
+            break;
+        if (attempt == kAttempts)
+            return failed(QCoreApplication::translate("spindrel::FileCopy",
+                                                      "the file kept changing while it was copied."));
     }
-    if (input.error() != QFileDevice::NoError)
-        return failed(input.errorString());
     if (!output.flush() || ::fsync(output.handle()) != 0)
         return failed(output.errorString().isEmpty() ? systemText(errno) : output.errorString());
     output.setPermissions(input.permissions());

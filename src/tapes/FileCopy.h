@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <atomic>
+#include <functional>
 
 namespace spindrel {
 
@@ -25,9 +26,13 @@ public:
     };
 
     /// With `replace`, an existing destination is replaced in one step; otherwise it is kept, even
-    /// when it appears while the copy runs. `cancelled` is looked at between chunks.
+    /// when it appears while the copy runs. `cancelled` is looked at between chunks, and
+    /// `chunkCopied` hears of each chunk (the bytes copied so far) on the copying thread.
+    /// A source written to while it is copied (a tape's edit is written in place) is copied again,
+    /// so that the copy never mixes the old file with the new.
     static Result copy(const QString& source, const QString& destination, bool replace,
-                       const std::atomic<bool>* cancelled = nullptr);
+                       const std::atomic<bool>* cancelled = nullptr,
+                       const std::function<void(qint64 copied)>& chunkCopied = {});
 
     /// Whether a name in a folder is one of the temporaries a copy writes.
     static bool isTemporaryName(const QString& name);

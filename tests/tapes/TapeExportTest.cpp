@@ -2,6 +2,7 @@
 
 #include "TapeTestFiles.h"
 #include "audio/RecordingTestFiles.h"
+#include "tapes/FileCopy.h"
 #include "tapes/TapeCopyQueue.h"
 
 #include <QDir>
@@ -94,6 +95,41 @@ TEST_F(TapeExportTest, BadPlacesAndVanishedTapesAreErrors)
     ASSERT_TRUE(vanished);
     EXPECT_TRUE(vanished->localizedDescription().contains(QStringLiteral("no longer exists")));
     EXPECT_FALSE(QFile::exists(mDir.filePath(QStringLiteral("y.m4a"))));
+}
+
+TEST_F(TapeExportTest, AnEditWrittenInPlaceDuringTheCopyNeverMixesOldAndNew)
+{
+    // Three chunks; an edit of the first and the last byte lands once the first chunk is copied.
+    QByteArray contents(3 * 1024 * 1024, 'o');
+    const QString source = write(QStringLiteral("edited.m4a"), contents);
+    const QString destination = mDir.filePath(QStringLiteral("copy.m4a"));
+    // File times move on in ticks of a few milliseconds: the edit must fall in a later one.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    int edits = 0;
+    const auto editOnce = [&](qint64) {
+        if (edits++ > 0)
+            return;
+        QFile file(source);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        file.write("N");
+        file.seek(contents.size() - 1);
+        file.write("N");
+    };
+    const FileCopy::Result result = FileCopy::copy(source, destination, false, nullptr, editOnce);
+    EXPECT_EQ(result.outcome, FileCopy::Outcome::Copied) << result.reason.toStdString();
+    contents.front() = 'N';
+    contents.back() = 'N';
+    EXPECT_TRUE(read(destination) == contents) << "the copy holds the edited file whole";
+
+    // A file that never stops changing is not copied at all.
+    const auto editAlways = [&](qint64) {
+        QFile file(source);
+        ASSERT_TRUE(file.open(QIODevice::Append));
+        file.write("+");
+    };
+    const QString another = mDir.filePath(QStringLiteral("another.m4a"));
+    EXPECT_EQ(FileCopy::copy(source, another, false, nullptr, editAlways).outcome, FileCopy::Outcome::Failed);
+    EXPECT_FALSE(QFile::exists(another));
 }
 
 TEST_F(TapeExportTest, ACopyQueueGoneMidCopyLeavesEachFileWholeOrAbsent)
