@@ -2,10 +2,10 @@
 
 #include "MP4Tags/MP4Atom.h"
 #include "MP4Tags/PositionedIO.h"
+#include "foundation/LockedTemporaries.h"
 #include "foundation/Log.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QtEndian>
@@ -447,21 +447,12 @@ bool MP4MoovWriter::failWithErrno(const QString& what)
 
 int MP4MoovWriter::removeStaleEditFiles(const QString& folder)
 {
-    int removed = 0;
-    const QStringList names =
-        QDir(folder).entryList({QStringLiteral(".*") + EditFileMarker + QLatin1Char('*')},
-                               QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString& name : names) {
-        const QByteArray path = QFile::encodeName(QDir(folder).filePath(name));
-        const int file = open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-        if (file < 0)
-            continue;
-        // A file still locked is being written by a live edit.
-        if (flock(file, LOCK_EX | LOCK_NB) == 0 && unlink(path.constData()) == 0)
-            ++removed;
-        close(file);
-    }
-    return removed;
+    return LockedTemporaries::removeStale(folder, EditFileMarker);
+}
+
+bool MP4MoovWriter::isEditFileName(const QString& name)
+{
+    return LockedTemporaries::isTemporaryName(name, EditFileMarker);
 }
 
 } // namespace spindrel

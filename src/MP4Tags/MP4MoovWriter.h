@@ -36,6 +36,7 @@ public:
     static uint64_t paddingFor(uint64_t moovSize);
     /// Removes the temporary files that interrupted rewrites left in the folder; returns how many.
     static int removeStaleEditFiles(const QString& folder);
+    static bool isEditFileName(const QString& name);
 
 private:
     struct Region

@@ -423,6 +423,11 @@ int MP4Tags::removeStaleEditFiles(const QString& folder)
     return MP4MoovWriter::removeStaleEditFiles(folder);
 }
 
+bool MP4Tags::isEditFileName(const QString& name)
+{
+    return MP4MoovWriter::isEditFileName(name);
+}
+
 bool MP4Tags::fixStco(int32_t delta)
 {
     if (delta == 0)

@@ -75,6 +75,8 @@ public:
     const QString& errorString() const { return mError; }
     /// Removes the temporary files that interrupted edits left in the folder; returns how many.
     static int removeStaleEditFiles(const QString& folder);
+    /// Whether a name in a folder is an edit's temporary file, live or left by a crash.
+    static bool isEditFileName(const QString& name);
 
     /// Getters give the stored text, or nothing when the item is missing or not text. Setters
     /// return whether the file was written (or, between beginEdit() and save(), the edit held).

@@ -1,7 +1,8 @@
 #include "tapes/FileCopy.h"
 
+#include "foundation/LockedTemporaries.h"
+
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryFile>
@@ -137,26 +138,12 @@ FileCopy::Result FileCopy::copy(const QString& source, const QString& destinatio
 
 bool FileCopy::isTemporaryName(const QString& name)
 {
-    return name.startsWith(QLatin1Char('.')) && name.contains(kTemporaryMarker);
+    return LockedTemporaries::isTemporaryName(name, kTemporaryMarker);
 }
 
 int FileCopy::removeStaleTemporaries(const QString& folder)
 {
-    int removed = 0;
-    const QDir directory(folder);
-    const QStringList names =
-        directory.entryList({QStringLiteral(".*") + kTemporaryMarker + QLatin1Char('*')},
-                            QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString& name : names) {
-        const QByteArray path = QFile::encodeName(directory.filePath(name));
-        const int file = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-        if (file < 0)
-            continue;
-        if (::flock(file, LOCK_EX | LOCK_NB) == 0 && ::unlink(path.constData()) == 0)
-            ++removed;
-        ::close(file);
-    }
-    return removed;
+    return LockedTemporaries::removeStale(folder, kTemporaryMarker);
 }
 
 } // namespace spindrel

@@ -151,9 +151,7 @@ QStringList TapeLibraryArrayController::soundFileList(const QString& folder, boo
         const QString name = QFile::decodeName(entry->d_name);
         // A tag edit's temporary copy, or an import's copy not yet whole, is no tape, whether live
         // or left by a crash.
-        const bool temporary =
-            (name.startsWith(QLatin1Char('.')) && name.contains(QLatin1String(".spindrel-edit-"))) ||
-            FileCopy::isTemporaryName(name);
+        const bool temporary = MP4Tags::isEditFileName(name) || FileCopy::isTemporaryName(name);
         if (leftovers && (temporary || RecordingRecovery::isInProgressPath(name) || name.endsWith(finishing)))
             *leftovers = true;
         if (temporary || !name.endsWith(QLatin1String(".m4a"), Qt::CaseSensitive))
