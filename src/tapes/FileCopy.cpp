@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryFile>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -65,6 +64,79 @@ Stamp stampOf(int file)
     return {status.st_size, status.st_mtim, status.st_ctim};
 }
 
+/// The copy while it is written. Where the file system allows, it has no name (O_TMPFILE) until it
+/// is whole, so that nothing of it outlives a crash; elsewhere it is a hidden temporary beside the
+/// destination, locked so that a clean-up knows it is still being written. Either way it is removed
+/// unless it was put in place.
+class PendingFile
+{
+public:
+    explicit PendingFile(const QFileInfo& destination)
+        : mFolder(QFile::encodeName(destination.absolutePath())),
+          mHiddenName(QFile::encodeName(QStringLiteral("/.") + destination.fileName()) +
+                      QByteArray(kTemporaryMarker.data(), kTemporaryMarker.size()))
+    {
+        if (::access("/proc/self/fd", X_OK) == 0)
+            mFile = ::open(mFolder.constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+        if (mFile < 0) {
+            mPath = mFolder + mHiddenName + "XXXXXX";
+            mFile = ::mkostemp(mPath.data(), O_CLOEXEC);
+            if (mFile < 0)
+                mPath.clear();
+        }
+        if (mFile >= 0)
+            ::flock(mFile, LOCK_EX);
+    }
+    ~PendingFile()
+    {
+        if (!mPath.isEmpty())
+            ::unlink(mPath.constData());
+        if (mFile >= 0)
+            ::close(mFile);
+    }
+    PendingFile(const PendingFile&) = delete;
+    PendingFile& operator=(const PendingFile&) = delete;
+
+    int handle() const { return mFile; }
+
+    /// Gives the file its destination's name; 0 or the error number (EEXIST when the destination
+    /// exists and may not be replaced).
+    int putInPlace(const QByteArray& destination, bool replace)
+    {
+        if (mPath.isEmpty()) {
+            const QByteArray self = "/proc/self/fd/" + QByteArray::number(mFile);
+            if (!replace)
+                return linkAt(self, destination);
+            // Linked under a hidden name first: a rename is the one step that can replace a file.
+            for (int attempt = 0; mPath.isEmpty(); ++attempt) {
+                const QByteArray hidden = mFolder + mHiddenName + QByteArray::number(::getpid()) + '-' +
+                                          QByteArray::number(attempt);
+                if (const int error = linkAt(self, hidden); error == 0)
+                    mPath = hidden;
+                else if (error != EEXIST || attempt == 100)
+                    return error;
+            }
+        }
+        if ((replace ? ::rename(mPath.constData(), destination.constData())
+                     : renameNoReplace(mPath, destination)) != 0)
+            return errno;
+        mPath.clear();
+        return 0;
+    }
+
+private:
+    static int linkAt(const QByteArray& from, const QByteArray& to)
+    {
+        return ::linkat(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                                      : errno;
+    }
+
+    QByteArray mFolder;
+    QByteArray mHiddenName;
+    QByteArray mPath; // the hidden temporary's, while it has a name
+    int mFile = -1;
+};
+
 } // namespace
 
 FileCopy::Result FileCopy::copy(const QString& source, const QString& destination, bool replace,
@@ -80,14 +152,13 @@ FileCopy::Result FileCopy::copy(const QString& source, const QString& destinatio
     QFile input(source);
     if (!input.open(QIODevice::ReadOnly))
         return failed(input.errorString());
-    QTemporaryFile output(destinationInfo.absolutePath() + QStringLiteral("/.") + destinationInfo.fileName() +
-                          kTemporaryMarker + QStringLiteral("XXXXXX"));
-    if (!output.open())
-        return failed(output.errorString());
-    // The lock tells a clean-up, here or in another process, that this copy is still being written.
-    ::flock(output.handle(), LOCK_EX);
+    PendingFile pending(destinationInfo);
+    QFile output;
+    if (pending.handle() < 0 ||
+        !output.open(pending.handle(), QIODevice::ReadWrite, QFileDevice::DontCloseHandle))
+        return failed(systemText(errno));
 
-    // Every failure below returns with `output` removing the temporary.
+    // Every failure below returns with `pending` removing the copy.
     QByteArray chunk;
     for (int attempt = 1;; ++attempt) {
         const Stamp before = stampOf(input.handle());
@@ -120,19 +191,17 @@ FileCopy::Result FileCopy::copy(const QString& source, const QString& destinatio
     }
     if (!output.flush() || ::fsync(output.handle()) != 0)
         return failed(output.errorString().isEmpty() ? systemText(errno) : output.errorString());
-    output.setPermissions(input.permissions());
+    if (struct stat status{}; ::fstat(input.handle(), &status) == 0)
+        ::fchmod(pending.handle(), status.st_mode & 07777);
     if (stopped())
         return {Outcome::Cancelled, {}};
 
-    const QByteArray from = QFile::encodeName(output.fileName());
-    const QByteArray to = QFile::encodeName(destinationInfo.absoluteFilePath());
-    if ((replace ? ::rename(from.constData(), to.constData()) : renameNoReplace(from, to)) != 0) {
-        const int error = errno;
+    if (const int error =
+            pending.putInPlace(QFile::encodeName(destinationInfo.absoluteFilePath()), replace)) {
         if (error == EEXIST)
             return {Outcome::DestinationExists, {}};
         return failed(systemText(error));
     }
-    output.setAutoRemove(false);
     return {};
 }
 

@@ -6,10 +6,10 @@
 
 namespace spindrel {
 
-/// Copies a file whole or not at all. The copy is written to a hidden temporary beside the
-/// destination, flushed to the disk and renamed into place only when complete, so a full disk, a
-/// vanished source or a cancel leaves no half-written file, and an existing file either whole or
-/// replaced. Safe to run on any thread.
+/// Copies a file whole or not at all. The copy is written to a file without a name in the
+/// destination's folder (a hidden temporary where the file system cannot do that), flushed to the
+/// disk and named only when complete, so a full disk, a vanished source, a cancel or a crash leaves
+/// no half-written file, and an existing file either whole or replaced. Safe to run on any thread.
 class FileCopy
 {
 public:
