@@ -55,9 +55,11 @@ bool H264Encoder::open(const Settings& settings)
     param.rc.i_rc_method = X264_RC_CQP;
     param.rc.i_qp_constant = settings.quantiser;
     param.rc.f_ip_factor = settings.keyFrameQuantiserFactor;
-    // Turning hubs are no motion that half pixels would follow better, and without them x264
-    // interpolates no whole frames: half its time per frame.
-    param.analyse.i_subpel_refine = 0;
+    // Turning hubs move by fractions of a pixel: without the half-pixel search (x264 then
+    // interpolates no frames) the export is a sixth faster but the movie a fifth bigger. What
+    // noise reduction drops of their residual is detail nobody sees on a turning hub.
+    param.analyse.i_subpel_refine = 2;
+    param.analyse.i_noise_reduction = 200;
     param.vui.i_colorprim = 1; // BT.709, as the pictures are converted
     param.vui.i_transfer = 1;
     param.vui.i_colmatrix = 1;
