@@ -9,12 +9,10 @@
 #include <QtEndian>
 #include <functional>
 #include <gtest/gtest.h>
-#include <map>
 #include <mp4coverart.h>
 #include <mp4file.h>
 #include <mp4tag.h>
 #include <tpropertymap.h>
-#include <vector>
 
 using namespace spindrel;
 using namespace mp4test;
@@ -25,70 +23,44 @@ const QString LongTitle =
     QStringLiteral("A title far longer than any the other program wrote – ").repeated(4);
 const QString ShortTitle = QStringLiteral("Short");
 
-QStringList split(const char* text)
-{
-    return QString::fromLatin1(text).split(u' ');
-}
-
-// Each source file is made once per test binary; every test edits its own copy.
-QString sourceFile(const char* name, const std::function<void(const QString&)>& make)
-{
-    static QTemporaryDir folder;
-    static std::map<QString, QString> made;
-    QString& path = made[QString::fromLatin1(name)];
-    if (path.isEmpty()) {
-        const QString target = folder.filePath(QString::fromLatin1(name));
-        make(target);
-        path = target;
-    }
-    return path;
-}
-
 QByteArray ffmpegFile(const char* name, const QStringList& arguments)
 {
-    return readFile(sourceFile(name, [&](const QString& path) { makeFFmpegFile(path, arguments); }));
-}
-
-QByteArray tone(const char* name, const char* codec, bool moovFirst = false)
-{
-    QStringList arguments = split("-f lavfi -i sine=frequency=440:duration=0.5 -ac 2 -c:a") << split(codec);
-    if (moovFirst)
-        arguments << split("-movflags +faststart");
-    return ffmpegFile(name, arguments);
+    return readFile(
+        madeOnce(QString::fromLatin1(name), [&](const QString& path) { makeFFmpegFile(path, arguments); }));
 }
 
 QByteArray video(bool moovFirst)
 {
-    QStringList arguments = split("-f lavfi -i testsrc=size=64x48:rate=10:duration=0.5 -f lavfi -i "
+    QStringList arguments = words("-f lavfi -i testsrc=size=64x48:rate=10:duration=0.5 -f lavfi -i "
                                   "sine=duration=0.5 -c:v mpeg4 -c:a aac -f mp4");
     if (moovFirst)
-        arguments << split("-movflags +faststart");
+        arguments << words("-movflags +faststart");
     return ffmpegFile(moovFirst ? "video-first.mp4" : "video-last.mp4", arguments);
 }
 
 // ffmpeg's mp4 and ipod muxers write the chapters as a text track.
 QByteArray chaptered(bool moovFirst)
 {
-    const QString chapters = sourceFile("chapters.txt", [](const QString& path) {
+    const QString chapters = madeOnce(QStringLiteral("chapters.txt"), [](const QString& path) {
         writeFile(path, ";FFMETADATA1\ntitle=Chaptered\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=250\n"
                         "title=First\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=250\nEND=500\ntitle=Second\n");
     });
     return ffmpegFile(moovFirst ? "chapters-first.m4a" : "chapters-last.m4a",
-                      split("-f lavfi -i sine=duration=0.5 -i")
-                          << chapters << split("-map 0 -map_metadata 1 -map_chapters 1 -c:a aac")
-                          << split(moovFirst ? "-f mp4 -movflags +faststart" : "-f ipod"));
+                      words("-f lavfi -i sine=duration=0.5 -i")
+                          << chapters << words("-map 0 -map_metadata 1 -map_chapters 1 -c:a aac")
+                          << words(moovFirst ? "-f mp4 -movflags +faststart" : "-f ipod"));
 }
 
 // Tagged twice: AtomicParsley adds its padding (inside 'meta' and after 'moov') on the second pass.
 QByteArray atomicParsleyFile()
 {
-    return readFile(sourceFile("atomicparsley.m4a", [](const QString& path) {
-        writeFile(path, tone("aac-last.m4a", "aac"));
+    return readFile(madeOnce(QStringLiteral("atomicparsley.m4a"), [](const QString& path) {
+        writeFile(path, toneFile("aac"));
         for (const char* arguments :
              {"--title x --artist y --tracknum 3/9 --freefree 1", "--comment AtomicParsley's-comment"}) {
             QByteArray output;
             if (run(QStringLiteral("AtomicParsley"),
-                    QStringList{path} + split(arguments) << QStringLiteral("--overWrite"), &output,
+                    QStringList{path} + words(arguments) << QStringLiteral("--overWrite"), &output,
                     &output) != 0)
                 throw std::runtime_error("AtomicParsley failed: " + output.toStdString());
         }
@@ -106,13 +78,14 @@ f.save())py";
 QByteArray mutagenFile(bool moovFirst)
 {
     const auto make = [moovFirst](const QString& path) {
-        writeFile(path, moovFirst ? tone("aac-first.m4a", "aac", true) : tone("aac-last.m4a", "aac"));
+        writeFile(path, toneFile("aac", moovFirst));
         QByteArray errors;
         if (run(QStringLiteral("/usr/bin/python3"),
                 {QStringLiteral("-c"), QString::fromLatin1(MutagenTagging), path}, nullptr, &errors) != 0)
             throw std::runtime_error("mutagen failed: " + errors.toStdString());
     };
-    return readFile(sourceFile(moovFirst ? "mutagen-first.m4a" : "mutagen-last.m4a", make));
+    return readFile(
+        madeOnce(moovFirst ? QStringLiteral("mutagen-first.m4a") : QStringLiteral("mutagen-last.m4a"), make));
 }
 
 bool moovFirst(const QByteArray& file)
@@ -274,16 +247,11 @@ protected:
     {
         const QByteArray bytes = readFile(mPath);
         const qint64 media = topLevelBox(bytes, "mdat").payload();
-        std::vector<std::vector<quint64>> expected;
-        for (const QList<quint64>& track : mOffsets) {
-            expected.emplace_back();
-            for (const quint64 offset : track)
-                expected.back().push_back(offset + (media - mMedia));
-        }
-        std::vector<std::vector<quint64>> offsets;
-        for (const QList<quint64>& track : trackChunkOffsets(bytes))
-            offsets.emplace_back(track.begin(), track.end());
-        EXPECT_EQ(offsets, expected) << "the media moved by " << media - mMedia;
+        QList<QList<quint64>> expected = mOffsets;
+        for (QList<quint64>& track : expected)
+            for (quint64& offset : track)
+                offset += quint64(media - mMedia);
+        EXPECT_EQ(trackChunkOffsets(bytes), expected) << "the media moved by " << media - mMedia;
         EXPECT_EQ(packetDigest(mPath).toStdString(), mPackets.toStdString());
 
         const auto tags = MP4Tags::fromFile(mPath);
@@ -359,10 +327,10 @@ TEST_P(ForeignFileEdits, GrowingAndShrinkingKeepEveryPacketAndTheOtherProgramsIt
 INSTANTIATE_TEST_SUITE_P(
     OtherPrograms, ForeignFileEdits,
     ::testing::Values(
-        Kind{"FFmpegAACMoovLast", [] { return tone("aac-last.m4a", "aac"); }},
-        Kind{"FFmpegAACMoovFirst", [] { return tone("aac-first.m4a", "aac", true); }},
-        Kind{"FFmpegALACMoovLast", [] { return tone("alac-last.m4a", "alac"); }},
-        Kind{"FFmpegALACMoovFirst", [] { return tone("alac-first.m4a", "alac", true); }},
+        Kind{"FFmpegAACMoovLast", [] { return toneFile("aac"); }},
+        Kind{"FFmpegAACMoovFirst", [] { return toneFile("aac", true); }},
+        Kind{"FFmpegALACMoovLast", [] { return toneFile("alac"); }},
+        Kind{"FFmpegALACMoovFirst", [] { return toneFile("alac", true); }},
         Kind{"ChapterTextTrackMoovLast", [] { return chaptered(false); }},
         Kind{"ChapterTextTrackMoovFirst", [] { return chaptered(true); }},
         Kind{"VideoAndAudioMoovLast", [] { return video(false); }},
@@ -372,22 +340,21 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"MutagenMoovFirst", [] { return mutagenFile(true); }},
         Kind{"Co64MoovLast", [] { return withCo64(video(false)); }},
         Kind{.name = "Co64MoovFirst", .bytes = [] { return withCo64(video(true)); }, .mediaMoves = true},
-        Kind{"MdatToTheEndOfTheFileMoovFirst",
-             [] { return withMdatToTheEnd(tone("aac-first.m4a", "aac", true)); }},
-        Kind{"Mdat64BitSizeMoovLast", [] { return with64BitMdat(tone("aac-last.m4a", "aac")); }},
-        Kind{"Mdat64BitSizeMoovFirst", [] { return with64BitMdat(tone("aac-first.m4a", "aac", true)); }},
+        Kind{"MdatToTheEndOfTheFileMoovFirst", [] { return withMdatToTheEnd(toneFile("aac", true)); }},
+        Kind{"Mdat64BitSizeMoovLast", [] { return with64BitMdat(toneFile("aac")); }},
+        Kind{"Mdat64BitSizeMoovFirst", [] { return with64BitMdat(toneFile("aac", true)); }},
         Kind{.name = "UdtaZeroTerminatorMoovLast",
-             .bytes = [] { return withUdtaTerminator(tone("aac-last.m4a", "aac")); },
+             .bytes = [] { return withUdtaTerminator(toneFile("aac")); },
              .udtaTerminator = true},
         Kind{.name = "UdtaZeroTerminatorMoovFirst",
-             .bytes = [] { return withUdtaTerminator(tone("aac-first.m4a", "aac", true)); },
+             .bytes = [] { return withUdtaTerminator(toneFile("aac", true)); },
              .udtaTerminator = true}),
     [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST_F(ForeignFilesTest, FragmentedFilesAreRefusedAndLeftAsTheyWere)
 {
     const QByteArray bytes = ffmpegFile(
-        "fragmented.m4a", split("-f lavfi -i sine=duration=0.5 -c:a aac -movflags frag_keyframe+empty_moov"));
+        "fragmented.m4a", words("-f lavfi -i sine=duration=0.5 -c:a aac -movflags frag_keyframe+empty_moov"));
     ASSERT_GE(topLevelBox(bytes, "moof").offset, 0);
     const QString reason = QStringLiteral("fragmented files cannot be edited yet");
     auto tags = MP4Tags::fromFile(fileWith(bytes));
@@ -406,7 +373,7 @@ TEST_F(ForeignFilesTest, FragmentedFilesAreRefusedAndLeftAsTheyWere)
 TEST_F(ForeignFilesTest, FilesCutInsideTheirHeadersAreReadAndNeverWritten)
 {
     for (const bool first : {true, false}) {
-        const QByteArray whole = first ? tone("aac-first.m4a", "aac", true) : tone("aac-last.m4a", "aac");
+        const QByteArray whole = first ? toneFile("aac", true) : toneFile("aac");
         const Span moov = findAtom(whole, {"moov"});
         ASSERT_GE(moov.offset, 0);
         QStringList faults;

@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-#include <map>
 #include <mp4coverart.h>
 #include <mp4file.h>
 #include <mp4tag.h>
@@ -18,36 +17,15 @@ namespace {
 
 const QList<QByteArray> Ilst{"moov", "udta", "meta", "ilst"};
 
-QList<quint64> shifted(QList<quint64> offsets, qint64 delta)
-{
-    for (quint64& offset : offsets)
-        offset += delta;
-    return offsets;
-}
-
 class MP4TagsTest : public ::testing::Test
 {
 protected:
-    // ffmpeg runs once per kind of file; each test edits its own copy.
-    static QString sample(Codec codec, Layout layout)
-    {
-        static QTemporaryDir samples;
-        static std::map<std::pair<Codec, Layout>, QString> made;
-        QString& path = made[{codec, layout}];
-        if (path.isEmpty()) {
-            path = samples.filePath(QStringLiteral("sample-%1-%2.m4a").arg(int(codec)).arg(int(layout)));
-            makeAudioFile(path, codec, layout);
-        }
-        return path;
-    }
     QString fileWith(const QByteArray& bytes)
     {
         const QString path = mDir.filePath(QStringLiteral("tape.m4a"));
         writeFile(path, bytes);
         return path;
     }
-
-    QString copyOf(Codec codec, Layout layout) { return fileWith(readFile(sample(codec, layout))); }
 
     void SetUp() override
     {
@@ -74,7 +52,7 @@ QByteArray fileWithChunkTable(const QByteArray& table, bool audioFirst)
 TEST_F(MP4TagsTest, EveryTagReadsTheSameInFFprobeAndTagLib)
 {
     // Tags first, so the audio moves; every layout of every codec is edited in the foreign files' test.
-    const QString path = copyOf(Codec::AAC, Layout::MoovFirst);
+    const QString path = fileWith(toneFile("aac", true));
     const QByteArray audio = decodedAudioDigest(path);
     ASSERT_FALSE(audio.isEmpty());
 
@@ -126,7 +104,7 @@ TEST_F(MP4TagsTest, EveryTagReadsTheSameInFFprobeAndTagLib)
 TEST_F(MP4TagsTest, MissingContainersAreMadeAndTheAudioFollows)
 {
     // An ffmpeg file with its whole 'udta' cut out by hand, audio offsets corrected.
-    QByteArray bytes = readFile(copyOf(Codec::AAC, Layout::MoovFirst));
+    QByteArray bytes = readFile(fileWith(toneFile("aac", true)));
     const Span udta = findAtom(bytes, {"moov", "udta"});
     const Span moov = findAtom(bytes, {"moov"});
     const Span stco = findAtom(bytes, {"moov", "trak", "mdia", "minf", "stbl", "stco"});
@@ -142,7 +120,7 @@ TEST_F(MP4TagsTest, MissingContainersAreMadeAndTheAudioFollows)
     ASSERT_TRUE(MP4Tags::fromFile(path)->setTitle(QStringLiteral("T")));
     const QByteArray after = readFile(path);
     // udta 8 + meta 12 + hdlr 34 + ilst 8, and the 25-byte item.
-    EXPECT_EQ(sizeAt(after, {"moov"}), moov.size - udta.size + 62 + 25);
+    EXPECT_EQ(findAtom(after, {"moov"}).size, moov.size - udta.size + 62 + 25);
     const qint64 moved = findAtom(after, {"mdat"}).offset - findAtom(bytes, {"mdat"}).offset;
     EXPECT_GT(moved, 62 + 25);
     EXPECT_EQ(chunkOffsets(after).front(), chunkOffsets(bytes).front() + moved);
@@ -170,7 +148,8 @@ TEST_F(MP4TagsTest, EveryChunkOffsetOfEveryTableMovesWithTheAudio)
     for (const QByteArray& table : {stco, co64}) {
         const auto [moved, after] = edited(table, false);
         EXPECT_GT(moved, 62 + 25);
-        EXPECT_EQ(chunkOffsets(after), shifted({1000, 2000, 3000}, moved));
+        const quint64 by = quint64(moved);
+        EXPECT_EQ(chunkOffsets(after), (QList<quint64>{1000 + by, 2000 + by, 3000 + by}));
         EXPECT_EQ(chunkOffsets(edited(table, true).second), (QList<quint64>{1000, 2000, 3000}));
     }
     // A 32-bit table whose offsets would pass 4 GiB becomes a 64-bit one.
@@ -234,7 +213,7 @@ TEST_F(MP4TagsTest, UserDataIsFoundByItsIdentifierAndOnlyTextReadsAsText)
 {
     const QByteArray first = QByteArray::fromHex("00112233445566778899AABBCCDDEEFF");
     const QByteArray second = QByteArray::fromHex("0F1E2D3C4B5A69788796A5B4C3D2E1F0");
-    const QString path = copyOf(Codec::AAC, Layout::MoovFirst);
+    const QString path = fileWith(toneFile("aac", true));
     const QByteArray audio = decodedAudioDigest(path);
     auto tags = MP4Tags::fromFile(path);
     ASSERT_TRUE(tags->setTitle(QStringLiteral("kept")));
@@ -274,7 +253,7 @@ TEST_F(MP4TagsTest, UserDataIsFoundByItsIdentifierAndOnlyTextReadsAsText)
 
 TEST_F(MP4TagsTest, DamagedFilesAreReadAsEmptyAndNeverWritten)
 {
-    const QByteArray real = readFile(copyOf(Codec::AAC, Layout::MoovLast));
+    const QByteArray real = readFile(fileWith(toneFile("aac")));
     const qint64 moovStart = findAtom(real, {"moov"}).offset;
     const QByteArray ftyp = box("ftyp", "M4A ");
     const QByteArray mvhd = box("mvhd", QByteArray(100, '\0'));

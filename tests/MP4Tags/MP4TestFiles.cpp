@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QProcess>
 #include <QtEndian>
+#include <map>
 #include <stdexcept>
 
 namespace mp4test {
@@ -23,12 +24,10 @@ int run(const QString& program, const QStringList& arguments, QByteArray* output
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
-namespace {
 QStringList words(const char* text)
 {
     return QString::fromLatin1(text).split(u' ');
 }
-} // namespace
 
 void makeFFmpegFile(const QString& path, const QStringList& arguments)
 {
@@ -37,13 +36,26 @@ void makeFFmpegFile(const QString& path, const QStringList& arguments)
         throw std::runtime_error("ffmpeg failed: " + errors.toStdString());
 }
 
-void makeAudioFile(const QString& path, Codec codec, Layout layout)
+QString madeOnce(const QString& name, const std::function<void(const QString&)>& make)
 {
-    QStringList arguments = words("-f lavfi -i sine=frequency=440:duration=1:sample_rate=44100 -ac 2");
-    arguments << words(codec == Codec::AAC ? "-c:a aac -b:a 128k" : "-c:a alac");
-    if (layout == Layout::MoovFirst)
-        arguments << words("-movflags +faststart -movie_timescale 44100");
-    makeFFmpegFile(path, arguments);
+    static QTemporaryDir folder;
+    static std::map<QString, QString> made;
+    QString& path = made[name];
+    if (path.isEmpty()) {
+        make(folder.filePath(name));
+        path = folder.filePath(name);
+    }
+    return path;
+}
+
+QByteArray toneFile(const char* codec, bool moovFirst)
+{
+    QStringList arguments = words("-f lavfi -i sine=frequency=440:duration=0.5 -ac 2 -c:a") << words(codec);
+    if (moovFirst)
+        arguments << words("-movflags +faststart");
+    const QString name =
+        QString::fromLatin1(codec) + (moovFirst ? QStringLiteral("-first.m4a") : QStringLiteral("-last.m4a"));
+    return readFile(madeOnce(name, [&](const QString& path) { makeFFmpegFile(path, arguments); }));
 }
 
 QByteArray readFile(const QString& path)
@@ -131,6 +143,8 @@ Span findAtom(const QByteArray& file, const QList<QByteArray>& path, const Span&
     return found;
 }
 
+namespace {
+// The 'stco' or 'co64' of every track, in track order.
 QList<Span> chunkOffsetTables(const QByteArray& file)
 {
     const Span moov = findAtom(file, {"moov"});
@@ -147,7 +161,6 @@ QList<Span> chunkOffsetTables(const QByteArray& file)
     return tables;
 }
 
-namespace {
 // Pointers to the entries of a table and their width in bytes.
 QList<std::pair<qint64, int>> tableEntries(const QByteArray& file, const Span& table)
 {

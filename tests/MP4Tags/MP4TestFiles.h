@@ -8,19 +8,21 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 // ffmpeg-made files, hand-made boxes, and a box reader independent of the code under test.
 namespace mp4test {
 
-enum class Codec { AAC, ALAC };
-enum class Layout { MoovLast, MoovFirst };
+QStringList words(const char* text);
 
-/// A one-second stereo tone; 'moov' first also sets the movie timescale to the sample rate.
-void makeAudioFile(const QString& path, Codec codec, Layout layout);
 /// Runs ffmpeg quietly with `arguments` and the output `path`; throws when it fails.
 void makeFFmpegFile(const QString& path, const QStringList& arguments);
+/// The file `make` writes to the path it is given, made once per test binary under `name`.
+QString madeOnce(const QString& name, const std::function<void(const QString&)>& make);
+/// Half a second of a stereo tone made by ffmpeg ("aac" or "alac"), with 'moov' first or last.
+QByteArray toneFile(const char* codec, bool moovFirst = false);
 
 int run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr,
         QByteArray* errors = nullptr);
@@ -56,16 +58,10 @@ struct BoxAt
 QList<BoxAt> boxesIn(const QByteArray& file, qint64 start = 0, qint64 end = -1);
 /// The first top-level box of this type; offset -1 if missing.
 BoxAt topLevelBox(const QByteArray& file, const QByteArray& type);
-/// The 'stco' or 'co64' of every track, in track order.
-QList<Span> chunkOffsetTables(const QByteArray& file);
 /// The entries of every track's chunk offsets table.
 QList<QList<quint64>> trackChunkOffsets(const QByteArray& file);
 /// Moves every entry of every track's table, as when the media moved by `delta`.
 void shiftChunkOffsets(QByteArray& file, qint64 delta);
-inline quint32 sizeAt(const QByteArray& file, const QList<QByteArray>& path)
-{
-    return findAtom(file, path).size;
-}
 
 /// The entries of the first track's 'stco' or 'co64'.
 QList<quint64> chunkOffsets(const QByteArray& file);

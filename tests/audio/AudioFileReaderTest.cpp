@@ -1,11 +1,11 @@
 #include "audio/AudioFileReader.h"
 
 #include "AudioTestSupport.h"
+#include "MP4Tags/MP4TestFiles.h"
 #include "audio/AudioException.h"
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -90,14 +90,12 @@ TEST(AudioFileReader, filesThatAreNotAudioRaise)
 {
     QTemporaryDir dir;
     EXPECT_THROW(AudioFileReader(dir.filePath(QStringLiteral("absent.m4a"))), AudioException);
-    QFile text(dir.filePath(QStringLiteral("notes.m4a")));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write(QByteArray("These are notes, not a tape.\n").repeated(200));
-    text.close();
+    const QString text = dir.filePath(QStringLiteral("notes.m4a"));
+    mp4test::writeFile(text, QByteArray("These are notes, not a tape.\n").repeated(200));
     try {
-        AudioFileReader reader(text.fileName());
+        AudioFileReader reader(text);
         FAIL() << "a text file was opened as audio";
     } catch (const AudioException& exception) {
-        EXPECT_TRUE(exception.reason().contains(text.fileName())) << exception.reason().toStdString();
+        EXPECT_TRUE(exception.reason().contains(text)) << exception.reason().toStdString();
     }
 }

@@ -3,15 +3,13 @@
 #include "MP4Tags/MP4TestFiles.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QtEndian>
 #include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstring>
 #include <numbers>
+#include <stdexcept>
 
 namespace spindrel::test {
 
@@ -31,18 +29,15 @@ std::vector<float> sineFrames(const std::vector<double>& frequencies, double sam
 
 QByteArray runProgram(const QString& program, const QStringList& arguments, int* exitCode)
 {
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000)) {
-        process.kill();
-        process.waitForFinished();
-        return {};
+    QByteArray output;
+    int status = -1;
+    try {
+        status = mp4test::run(program, arguments, &output);
+    } catch (const std::runtime_error&) { // it did not finish
     }
     if (exitCode)
-        *exitCode = process.exitCode();
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
-               ? process.readAllStandardOutput()
-               : QByteArray();
+        *exitCode = status;
+    return status == 0 ? output : QByteArray();
 }
 
 std::unique_ptr<QProcess> playIntoInput(const QString& folder, const QString& synth)
@@ -61,24 +56,17 @@ std::unique_ptr<QProcess> playIntoInput(const QString& folder, const QString& sy
 
 ProbedAudio probeAudio(const QString& path)
 {
-    ProbedAudio probed;
-    const QByteArray output = runProgram(
-        QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-of"), QStringLiteral("json"),
-         QStringLiteral("-show_streams"), QStringLiteral("-select_streams"), QStringLiteral("a:0"), path});
-    const QJsonArray streams =
-        QJsonDocument::fromJson(output).object().value(QStringLiteral("streams")).toArray();
-    if (streams.isEmpty())
-        return probed;
-    const QJsonObject stream = streams.first().toObject();
-    probed.ok = true;
-    probed.codec = stream.value(QStringLiteral("codec_name")).toString();
-    probed.sampleRate = stream.value(QStringLiteral("sample_rate")).toString().toInt();
-    probed.channels = stream.value(QStringLiteral("channels")).toInt();
-    probed.sampleFormat = stream.value(QStringLiteral("sample_fmt")).toString();
-    probed.durationSeconds = stream.value(QStringLiteral("duration")).toString().toDouble();
-    probed.bitRate = stream.value(QStringLiteral("bit_rate")).toString().toLongLong();
-    return probed;
+    for (const QJsonValue& stream : mp4test::probeFile(path)[QStringLiteral("streams")].toArray()) {
+        if (stream[QStringLiteral("codec_type")].toString() == QStringLiteral("audio"))
+            return {true,
+                    stream[QStringLiteral("codec_name")].toString(),
+                    stream[QStringLiteral("sample_rate")].toString().toInt(),
+                    stream[QStringLiteral("channels")].toInt(),
+                    stream[QStringLiteral("sample_fmt")].toString(),
+                    stream[QStringLiteral("duration")].toString().toDouble(),
+                    stream[QStringLiteral("bit_rate")].toString().toLongLong()};
+    }
+    return {};
 }
 
 std::vector<float> DecodedAudio::channel(int index, size_t from, size_t count) const

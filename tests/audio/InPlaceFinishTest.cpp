@@ -126,10 +126,7 @@ TEST(InPlaceFinish, withoutRoomForTheMoovTheCompleteFragmentsAreKeptAsTheyLie)
     const int64_t complete = RecordingRecovery::recoverableLength(leftover);
     ASSERT_GT(complete, 0);
     // A fragment the disk took only half of.
-    QFile torn(leftover);
-    ASSERT_TRUE(torn.open(QIODevice::Append));
-    torn.write(QByteArray(3000, 'x'));
-    torn.close();
+    mp4test::writeFile(leftover, mp4test::readFile(leftover) + QByteArray(3000, 'x'));
     const auto [reference, referenceSeconds] = remuxedCopy(dir, leftover);
 
     const QString tape = dir.filePath(QStringLiteral("take.m4a"));

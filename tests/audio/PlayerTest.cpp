@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
@@ -65,11 +66,6 @@ protected:
         return sequence;
     }
 
-    static int countOf(const std::vector<int>& sequence, int value)
-    {
-        return int(std::count(sequence.begin(), sequence.end(), value));
-    }
-
     // Whether every window of `first` comes before every window of `second`.
     static bool allBefore(const std::vector<int>& sequence, int first, int second)
     {
@@ -107,8 +103,8 @@ TEST_F(PlayerTest, cueAndReviewAtPlusAndMinusTwoDoubleThePitchInTheirDirection)
             player.setCurrentTime(player.maxTime());
         player.setPlaybackSpeed(speed);
         const auto sequence = toneSequence(playAndCapture(player), 600.0, 1000.0);
-        EXPECT_GE(countOf(sequence, 1), 3) << speed;
-        EXPECT_GE(countOf(sequence, 2), 3) << speed;
+        EXPECT_GE(std::ranges::count(sequence, 1), 3) << speed;
+        EXPECT_GE(std::ranges::count(sequence, 2), 3) << speed;
         EXPECT_TRUE(speed > 0 ? allBefore(sequence, 1, 2) : allBefore(sequence, 2, 1))
             << speed << ": the half the tape meets first plays first";
         EXPECT_FALSE(player.isFilePlaying());

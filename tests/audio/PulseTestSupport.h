@@ -38,8 +38,6 @@ public:
     ~MonitorCapture();
     /// Stops and returns the interleaved samples captured.
     std::vector<float> stop();
-    int sampleRate() const { return mRate; }
-    int channels() const { return mChannels; }
     bool isRunning() const { return mRunning.load(); }
 
 private:

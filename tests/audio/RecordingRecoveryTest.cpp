@@ -8,7 +8,6 @@
 #include "audio/RecordingPresets.h"
 #include "audio/VORLExtendedAudioFile.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -121,10 +120,7 @@ TEST(RecordingRecovery, aFileCutAtAnyByteKeepsEveryCompleteFragment)
         SCOPED_TRACE("cut at " + std::to_string(cut) + " of " + std::to_string(bytes.size()));
         const QString name = QStringLiteral("cut-%1.m4a").arg(cut);
         const QString path = dir.filePath(name + RecordingRecovery::inProgressSuffix());
-        QFile part(path);
-        ASSERT_TRUE(part.open(QIODevice::WriteOnly));
-        part.write(bytes.left(cut));
-        part.close();
+        mp4test::writeFile(path, bytes.left(cut));
 
         int64_t expected = 0;
         for (int64_t end : ends) {
@@ -157,26 +153,16 @@ TEST(RecordingRecovery, tornTailsNamesInUseAndLeftoverTemporaries)
     const int64_t recoverable = RecordingRecovery::recoverableLength(leftover);
     ASSERT_GT(recoverable, 0);
     // A power cut can leave zeros where the last write should have been.
-    QFile file(leftover);
-    ASSERT_TRUE(file.open(QIODevice::Append));
-    file.write(QByteArray(5000, '\0'));
-    file.close();
+    mp4test::writeFile(leftover, mp4test::readFile(leftover) + QByteArray(5000, '\0'));
     EXPECT_EQ(RecordingRecovery::recoverableLength(leftover), recoverable);
 
     // A finished tape of the same name stays as it is; the recovery goes beside it.
-    QFile taken(dir.filePath(QStringLiteral("take.m4a")));
-    ASSERT_TRUE(taken.open(QIODevice::WriteOnly));
-    taken.write("a tape");
-    taken.close();
+    mp4test::writeFile(dir.filePath(QStringLiteral("take.m4a")), "a tape");
     // The temporary of a finish that was cut short is cleared away.
-    QFile stale(dir.filePath(QStringLiteral("other.m4a.finishing")));
-    ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
-    stale.close();
+    const QString stale = dir.filePath(QStringLiteral("other.m4a.finishing"));
+    mp4test::writeFile(stale, {});
     // Not a recording at all: kept.
-    QFile junk(dir.filePath(QStringLiteral("junk.m4a.recording")));
-    ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
-    junk.write(QByteArray(100, 'x'));
-    junk.close();
+    mp4test::writeFile(dir.filePath(QStringLiteral("junk.m4a.recording")), QByteArray(100, 'x'));
 
     const auto results = RecordingRecovery::recoverFolder(dir.path());
     ASSERT_EQ(results.size(), 2);
@@ -186,6 +172,6 @@ TEST(RecordingRecovery, tornTailsNamesInUseAndLeftoverTemporaries)
     EXPECT_EQ(results[1].outcome, Outcome::Recovered) << results[1].message.toStdString();
     EXPECT_EQ(results[1].recovered, dir.filePath(QStringLiteral("take (recovered).m4a")));
     EXPECT_EQ(QFileInfo(dir.filePath(QStringLiteral("take.m4a"))).size(), 6);
-    EXPECT_FALSE(QFileInfo::exists(stale.fileName()));
+    EXPECT_FALSE(QFileInfo::exists(stale));
     expectOrdinaryFile(results[1].recovered, 0.9, 1.5);
 }

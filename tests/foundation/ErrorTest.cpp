@@ -1,6 +1,5 @@
 #include "foundation/Error.h"
 
-#include "foundation/Assertion.h"
 #include "foundation/UUID.h"
 
 #include <QRegularExpression>
@@ -31,12 +30,6 @@ TEST(ErrorTest, MessagesNameWhereTheyWereMadeAndSystemErrorsDescribeThemselves)
     // Without a message the system's text describes a system error.
     EXPECT_EQ(Error(Error::PosixDomain, ENOENT).localizedDescription(), Error::systemErrorText(ENOENT));
     EXPECT_NE(Error::systemErrorText(ENOENT), Error::systemErrorText(ENOSPC));
-}
-
-TEST(AssertionTest, AFailedAssertionThrows)
-{
-    EXPECT_THROW(SP_ASSERT(1 + 1 == 3, "arithmetic"), InternalInconsistency);
-    EXPECT_NO_THROW(SP_ASSERT(1 + 1 == 2, "arithmetic"));
 }
 
 TEST(UUIDTest, TextFormAndBytes)
