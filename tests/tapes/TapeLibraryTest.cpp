@@ -75,10 +75,6 @@ QDateTime day(int d)
     return QDateTime(QDate(2012, 3, d), QTime(12, 0));
 }
 
-} // namespace
-
-namespace {
-
 /// A listening Unix socket at the path, for as long as the descriptor is open; -1 on failure.
 int bindSocket(const QString& path)
 {
