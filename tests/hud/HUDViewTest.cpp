@@ -160,15 +160,6 @@ TEST_F(HUDViewTest, QualityAndChannelsAreChosenByClickingTheirBoxesAndMonoDevice
     EXPECT_EQ(alerts, 1);
 }
 
-namespace {
-
-void press(QWidget* view, Qt::Key key)
-{
-    QTest::keyClick(view, key);
-}
-
-} // namespace
-
 TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
 {
     hud.activateWindow();
@@ -191,7 +182,7 @@ TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
     QStringList qualities;
     for (const Qt::Key key :
          {Qt::Key_Right, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left, Qt::Key_Space, Qt::Key_Space}) {
-        press(quality, key);
+        QTest::keyClick(quality, key);
         qualities << hud.quality();
     }
     EXPECT_EQ(qualities, (QStringList{QStringLiteral("MQ"), QStringLiteral("LQ"), QStringLiteral("LQ"),
@@ -202,14 +193,14 @@ TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
     bool canRecordStereo = true;
     hud.setCanRecordStereo([&] { return canRecordStereo; });
     hud.setMonoAlert([&] { ++alerts; });
-    press(stereo, Qt::Key_Right);
+    QTest::keyClick(stereo, Qt::Key_Right);
     EXPECT_FALSE(hud.stereo());
-    press(stereo, Qt::Key_Space);
+    QTest::keyClick(stereo, Qt::Key_Space);
     EXPECT_TRUE(hud.stereo());
-    press(stereo, Qt::Key_Return);
+    QTest::keyClick(stereo, Qt::Key_Return);
     EXPECT_FALSE(hud.stereo());
     canRecordStereo = false;
-    press(stereo, Qt::Key_Left);
+    QTest::keyClick(stereo, Qt::Key_Left);
     EXPECT_FALSE(hud.stereo());
     EXPECT_EQ(alerts, 1);
 
@@ -218,16 +209,16 @@ TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
     QList<double> volumes;
     for (const Qt::Key key :
          {Qt::Key_Left, Qt::Key_Down, Qt::Key_Up, Qt::Key_Home, Qt::Key_Left, Qt::Key_End, Qt::Key_Right}) {
-        press(volume, key);
+        QTest::keyClick(volume, key);
         volumes << hud.volume();
     }
     EXPECT_EQ(volumes, (QList<double>{-5.0, -10.0, -5.0, -25.0, -25.0, 0.0, 0.0}));
     // From between two columns the first step lands on the next column that way.
     hud.setVolume(-12.0);
-    press(volume, Qt::Key_Right);
+    QTest::keyClick(volume, Qt::Key_Right);
     EXPECT_EQ(hud.volume(), -10.0);
     hud.setVolume(-12.0);
-    press(volume, Qt::Key_Left);
+    QTest::keyClick(volume, Qt::Key_Left);
     EXPECT_EQ(hud.volume(), -15.0);
 
     PositionView* bar = hud.positionView();
@@ -237,7 +228,7 @@ TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
     QList<double> positions;
     for (const Qt::Key key : {Qt::Key_Right, Qt::Key_PageDown, Qt::Key_Left, Qt::Key_End, Qt::Key_Right,
                               Qt::Key_PageUp, Qt::Key_Home}) {
-        press(bar, key);
+        QTest::keyClick(bar, key);
         positions << hud.position();
     }
     EXPECT_EQ(positions, (QList<double>{1000.0, 6000.0, 5000.0, 34000.0, 34000.0, 29000.0, 0.0}));
@@ -245,9 +236,9 @@ TEST_F(HUDViewTest, TabWalksTheSettingsWhichTheKeyboardThenChanges)
 
     // While recording the settings and the bar stay as they are.
     hud.setRecordingMode(true);
-    press(quality, Qt::Key_Right);
-    press(stereo, Qt::Key_Space);
-    press(bar, Qt::Key_End);
+    QTest::keyClick(quality, Qt::Key_Right);
+    QTest::keyClick(stereo, Qt::Key_Space);
+    QTest::keyClick(bar, Qt::Key_End);
     EXPECT_EQ(hud.quality(), QStringLiteral("HQ"));
     EXPECT_FALSE(hud.stereo());
     EXPECT_EQ(hud.position(), 0.0);
