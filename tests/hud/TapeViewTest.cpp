@@ -6,7 +6,6 @@
 #include "tapes/CassetteGeometry.h"
 
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QSignalSpy>
 #include <QTest>
 #include <cmath>
