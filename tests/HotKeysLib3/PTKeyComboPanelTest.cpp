@@ -6,7 +6,6 @@
 #include "XTestKeyboard.h"
 
 #include <QAction>
-#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>

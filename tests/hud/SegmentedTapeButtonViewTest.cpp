@@ -207,33 +207,7 @@ TEST_F(TransportStripTest, KeysAreFoundByTheirPositionNotTheirLetter)
     EXPECT_EQ(strip->segmentForKeyCode(6), -1);
 }
 
-TEST_F(TransportStripTest, AHeldKeyIsLetGoWhenAFieldTakesTheKeyboard)
-{
-    QLineEdit field(&parent);
-    field.show();
-    parent.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&parent));
-    QSignalSpy released(strip, &SegmentedTapeButtonView::segmentReleased);
-
-    // Fast-forward held long enough to cue: a field taking the keyboard lets it go as a release
-    // would, sending the held action again.
-    strip->setFocus();
-    sendKey(QEvent::KeyPress, Qt::Key_V);
-    clock += 0.5;
-    field.setFocus();
-    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
-    ASSERT_EQ(released.size(), 1);
-    EXPECT_EQ(released.at(0).at(0).toInt(), Ffwd);
-    EXPECT_FALSE(strip->isDepressedSegment(Ffwd));
-    EXPECT_EQ(strip->heldSegment(), -1);
-    // The real release, whenever it comes, and releases of keys pressed elsewhere change nothing.
-    sendKey(QEvent::KeyRelease, Qt::Key_V);
-    sendKey(QEvent::KeyRelease, Qt::Key_X);
-    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
-    EXPECT_EQ(released.size(), 1);
-}
-
-TEST_F(TransportStripTest, TheKeysAreRingedWhileTheyHaveTheKeyboard)
+TEST_F(TransportStripTest, TheKeysAreRingedWhileTheyHaveTheKeyboardAndAHeldKeyGoesWhenAFieldTakesIt)
 {
     QLineEdit field(&parent);
     field.move(0, strip->height());
@@ -249,6 +223,24 @@ TEST_F(TransportStripTest, TheKeysAreRingedWhileTheyHaveTheKeyboard)
         const QPoint pixel = (QPointF(2.0, strip->height() / 2.0) * ratio).toPoint();
         EXPECT_GT(ringed.pixelColor(pixel).blue(), plain.pixelColor(pixel).blue() + 60) << ratio;
     }
+
+    // Fast-forward held long enough to cue: a field taking the keyboard lets it go as a release
+    // would, sending the held action again.
+    QSignalSpy released(strip, &SegmentedTapeButtonView::segmentReleased);
+    strip->setFocus();
+    sendKey(QEvent::KeyPress, Qt::Key_V);
+    clock += 0.5;
+    field.setFocus();
+    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
+    ASSERT_EQ(released.size(), 1);
+    EXPECT_EQ(released.at(0).at(0).toInt(), Ffwd);
+    EXPECT_FALSE(strip->isDepressedSegment(Ffwd));
+    EXPECT_EQ(strip->heldSegment(), -1);
+    // The real release, whenever it comes, and releases of keys pressed elsewhere change nothing.
+    sendKey(QEvent::KeyRelease, Qt::Key_V);
+    sendKey(QEvent::KeyRelease, Qt::Key_X);
+    EXPECT_EQ(actions(), (QList<int>{Ffwd, Ffwd}));
+    EXPECT_EQ(released.size(), 1);
 }
 
 TEST(KeyboardTransportMapTest, HardwareKeyCodesTranslateBothWays)

@@ -36,11 +36,6 @@ protected:
         return QTest::qWaitFor([&] { return !library.isScanning(); }, 60000);
     }
 
-    static QStringList m4aFiles(const QString& folder)
-    {
-        return QDir(folder).entryList({QStringLiteral("*.m4a")}, QDir::Files);
-    }
-
     QTemporaryDir mDir;
 };
 
@@ -129,7 +124,8 @@ TEST_F(BackgroundLibraryTest, TheQueueWritesInTheBackgroundAndFollowsRenamesOfCo
     ASSERT_TRUE(idle.wait(60000));
     EXPECT_FALSE(tape->dirty());
     EXPECT_EQ(tape->filename(), path(QStringLiteral("[] Two.m4a")));
-    EXPECT_EQ(m4aFiles(mDir.path()), QStringList({QStringLiteral("[] Two.m4a")}));
+    EXPECT_EQ(QDir(mDir.path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList({QStringLiteral("[] Two.m4a")}));
     const auto tags = MP4Tags::fromFile(tape->filename());
     ASSERT_TRUE(tags);
     EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Two"));

@@ -28,19 +28,13 @@ CassetteValues sampleValues()
     return values;
 }
 
-QImage blankImage(qreal scale)
-{
-    QImage image((CassetteArtwork::tapeSize() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scale);
-    image.fill(Qt::transparent);
-    return image;
-}
-
 // Every vector drawn into a fresh image, no cache involved; scaled by the device pixel ratio as
 // a view's backing store is.
 QImage paintedImage(const CassetteArtwork& artwork, qreal scale = coverScale)
 {
-    QImage image = blankImage(scale);
+    QImage image((CassetteArtwork::tapeSize() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
     QPainter painter(&image);
     artwork.paint(painter);
     return image;
@@ -179,18 +173,13 @@ TEST(CassetteArtworkTest, CachedPictureMatchesTheVectorDrawingAndHandedOutImages
     EXPECT_FALSE(changedArea(first, artwork.coverArtImage()).isNull());
 }
 
-// The mean difference of two pictures over a rectangle, per channel.
+// The mean difference of two pictures over a rectangle, in pixels.
 double meanDifference(const QImage& a, const QImage& b, const QRect& rect)
 {
     double sum = 0.0;
-    for (int y = rect.top(); y <= rect.bottom(); ++y)
-        for (int x = rect.left(); x <= rect.right(); ++x) {
-            const QRgb p = a.pixel(x, y);
-            const QRgb q = b.pixel(x, y);
-            sum +=
-                std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) + std::abs(qBlue(p) - qBlue(q));
-        }
-    return sum / (3.0 * rect.width() * rect.height());
+    test::forEachPixelDifference(a.copy(rect), b.copy(rect), QImage::Format_ARGB32,
+                                 [&](int, int, int difference) { sum += difference; });
+    return sum / (rect.width() * rect.height());
 }
 
 TEST(CassetteArtworkTest, CopiedHubsLookLikeDrawnOnesAndChangeNothingElse)

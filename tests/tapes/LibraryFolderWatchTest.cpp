@@ -1,5 +1,7 @@
 #include "tapes/LibraryFolderWatch.h"
 
+#include "TapeTestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -21,10 +23,8 @@ TEST(LibraryFolderWatchTest, TellsAFolderFromWhatCannotServeAsOne)
     ASSERT_TRUE(QDir().mkpath(folder));
     EXPECT_EQ(LibraryFolderWatch::examine(folder), State::Available);
 
-    const QString file = root.filePath(QStringLiteral("a file"));
-    QFile plain(file);
-    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
-    plain.close();
+    const QString file = test::writeFile(root.filePath(QStringLiteral("a file")), {});
+    ASSERT_FALSE(file.isEmpty());
     EXPECT_EQ(LibraryFolderWatch::examine(file), State::NotAFolder);
 
     // Permissions do not bind the superuser, so only an ordinary user can see these two.

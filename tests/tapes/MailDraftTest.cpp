@@ -3,11 +3,10 @@
 #include "TapeTestFiles.h"
 #include "tapes/Tape.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -52,10 +51,7 @@ protected:
             reported = true;
             result = std::move(error);
         });
-        const QDeadlineTimer deadline(10000);
-        while (!reported && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-        EXPECT_TRUE(reported);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return reported; }, 60000));
         return result;
     }
 

@@ -25,7 +25,6 @@ protected:
     {
         return writeFile(mDir.filePath(name), contents);
     }
-    static QByteArray read(const QString& path) { return readFile(path); }
     QStringList allEntries() const
     {
         return QDir(mDir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
@@ -42,12 +41,12 @@ TEST_F(TapeExportTest, CopiesTheFileWholeAndNeverOntoItself)
     const QString source = write(QStringLiteral("tape.m4a"), audio);
     const QString destination = mDir.filePath(QStringLiteral("copy.m4a"));
     EXPECT_FALSE(TapeExport::exportFile(source, destination));
-    EXPECT_EQ(read(destination), audio);
+    EXPECT_EQ(readFile(destination), audio);
 
     // Replacing only with consent is the deck's test; even with it a tape is never exported onto
     // its own file.
     EXPECT_TRUE(TapeExport::exportFile(source, source, TapeExport::ExistingFile::Replace));
-    EXPECT_EQ(read(source), audio);
+    EXPECT_EQ(readFile(source), audio);
     EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("copy.m4a"), QStringLiteral("tape.m4a")}));
 }
 
@@ -73,7 +72,7 @@ TEST_F(TapeExportTest, AFailedWriteLeavesNoHalfWrittenFile)
     ASSERT_TRUE(stopped);
     EXPECT_TRUE(stopped->localizedDescription().contains(QStringLiteral("cancelled")));
     // The old file is whole and no temporary or partial copy is left behind.
-    EXPECT_EQ(read(destination), QByteArray("old contents"));
+    EXPECT_EQ(readFile(destination), QByteArray("old contents"));
     EXPECT_EQ(allEntries(), (QStringList{QStringLiteral("old.m4a"), QStringLiteral("tape.m4a")}));
 }
 
@@ -119,7 +118,7 @@ TEST_F(TapeExportTest, AnEditWrittenInPlaceDuringTheCopyNeverMixesOldAndNew)
     EXPECT_EQ(result.outcome, FileCopy::Outcome::Copied) << result.reason.toStdString();
     contents.front() = 'N';
     contents.back() = 'N';
-    EXPECT_TRUE(read(destination) == contents) << "the copy holds the edited file whole";
+    EXPECT_TRUE(readFile(destination) == contents) << "the copy holds the edited file whole";
 
     // A file that never stops changing is not copied at all.
     const auto editAlways = [&](qint64) {
@@ -135,11 +134,8 @@ TEST_F(TapeExportTest, AnEditWrittenInPlaceDuringTheCopyNeverMixesOldAndNew)
 TEST_F(TapeExportTest, ACopyQueueGoneMidCopyLeavesEachFileWholeOrAbsent)
 {
     constexpr qint64 size = 200 * 1024 * 1024;
-    const QString source = mDir.filePath(QStringLiteral("long.m4a"));
-    {
-        QFile file(source);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(size)); // sparse
-    }
+    const QString source = write(QStringLiteral("long.m4a"), {});
+    ASSERT_TRUE(QFile::resize(source, size)); // sparse
     const QStringList destinations{mDir.filePath(QStringLiteral("one.m4a")),
                                    mDir.filePath(QStringLiteral("two.m4a"))};
     {

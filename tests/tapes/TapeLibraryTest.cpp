@@ -75,10 +75,6 @@ QDateTime day(int d)
     return QDateTime(QDate(2012, 3, d), QTime(12, 0));
 }
 
-} // namespace
-
-namespace {
-
 /// A listening Unix socket at the path, for as long as the descriptor is open; -1 on failure.
 int bindSocket(const QString& path)
 {
@@ -226,7 +222,7 @@ TEST_F(TapeLibraryTest, DamagedFilesAreListedWithDefaultsAndImportTakesOnlyRegul
     EXPECT_EQ(caught.join(u'\n').toStdString(), "") << "nothing was thrown while loading or committing";
 }
 
-TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)
+TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFilesAndMissesThemWhilePaused)
 {
     addTape(QStringLiteral("a.m4a"), QStringLiteral("first"), day(1));
     TapeLibraryArrayController library(folder());
@@ -250,23 +246,19 @@ TEST_F(TapeLibraryTest, WatchFollowsAddedDeletedAndRenamedFiles)
     QFile::remove(path(QStringLiteral("b.m4a")));
     ASSERT_TRUE(waitForMerge(library));
     EXPECT_EQ(titles(library.arrangedObjects()), QStringList({QStringLiteral("first")}));
-}
 
-TEST_F(TapeLibraryTest, PausedWatchMissesTheRecordingUntilTheNextEventAfterResuming)
-{
-    TapeLibraryArrayController library(folder());
-    library.startMonitoringRecordingDirectory();
+    // Paused, the watch misses a recording until the next event after resuming.
     library.pauseMonitoringRecordingDirectory();
     addTape(QStringLiteral("recording.m4a"), QStringLiteral("rec"), day(3));
     QSignalSpy spy(&library, &TapeLibraryArrayController::folderChanged);
     EXPECT_FALSE(spy.wait(600));
-    EXPECT_TRUE(library.content().isEmpty());
+    EXPECT_EQ(library.content().size(), 1);
 
     library.resumeMonitoringRecordingDirectory();
     addTape(QStringLiteral("other.m4a"), QStringLiteral("other"), day(4));
     ASSERT_TRUE(waitForMerge(library));
     EXPECT_EQ(titles(library.arrangedObjects()),
-              QStringList({QStringLiteral("other"), QStringLiteral("rec")}));
+              QStringList({QStringLiteral("other"), QStringLiteral("rec"), QStringLiteral("first")}));
 }
 
 TEST_F(TapeLibraryTest, DropAcceptsOnlyMpeg4AudioAndImportSkipsTakenNames)

@@ -52,12 +52,10 @@ bool makeTapeFile(const QString& path, const TapeFileKind& kind)
     auto found = made.find(key);
     if (found == made.end()) {
         const QString file = cache.filePath(key + QStringLiteral(".m4a"));
-        const bool lossless = kind.quality == QLatin1String("HQ");
         const int rate = kind.quality == QLatin1String("LQ") ? 22050 : 44100;
-        const QString codec = lossless ? QStringLiteral("alac -sample_fmt s16p")
-                                       : QStringLiteral("aac -b:a ") + (kind.quality == QLatin1String("MQ")
-                                                                            ? QLatin1String("128k")
-                                                                            : QLatin1String("48k"));
+        const QString codec = kind.quality == QLatin1String("HQ")   ? QStringLiteral("alac -sample_fmt s16p")
+                              : kind.quality == QLatin1String("MQ") ? QStringLiteral("aac -b:a 128k")
+                                                                    : QStringLiteral("aac -b:a 48k");
         const QStringList args =
             QStringLiteral(
                 "-v error -y -f lavfi -i sine=frequency=440:sample_rate=%1:duration=%2 -ac %3 -c:a %4 "

@@ -5,7 +5,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -35,9 +34,7 @@ protected:
     /// The keys of a .trashinfo file, after checking its group header.
     static QMap<QString, QString> trashInfo(const QString& path)
     {
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-        const QList<QByteArray> lines = file.readAll().split('\n');
+        const QList<QByteArray> lines = readFile(path).split('\n');
         EXPECT_EQ(lines.value(0), QByteArray("[Trash Info]"));
         QMap<QString, QString> keys;
         for (const QByteArray& line : lines.mid(1)) {
