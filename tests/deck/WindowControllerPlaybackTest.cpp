@@ -70,6 +70,10 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
 {
     WindowController& deck = openWithTape();
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
+    // The HUD's volume is stored and reaches the player.
+    deck.hudView()->setVolume(-10.0);
+    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), -10.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
 
     deck.fastForwardTape();
     EXPECT_EQ(state(), TransportState::FastForwarding);
@@ -80,6 +84,7 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
     deck.fastForwardTape(); // the latched key is released
     EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_DOUBLE_EQ(speed(), 1.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0) << "the winding's mute is lifted";
 
     deck.rewindTape();
     EXPECT_EQ(state(), TransportState::Rewinding);
@@ -178,18 +183,6 @@ TEST_F(PlaybackTest, MovingTheHUDPositionSeeksAndTheDecksOwnUpdatesDoNot)
     EXPECT_NEAR(deck.hudView()->time(), 4000.0, 100.0);
     // The refreshes move the position on without pulling playback back.
     EXPECT_TRUE(waitFor([&] { return deck.audioFilePlayer()->currentTime() > 4100.0; }));
-}
-
-TEST_F(PlaybackTest, TheHUDVolumeIsStoredAndReachesThePlayer)
-{
-    WindowController& deck = openWithTape();
-    deck.hudView()->setVolume(-10.0);
-    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), -10.0);
-    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
-    // Leaving fast-forward restores the volume, which lifts the winding's mute.
-    deck.fastForwardTape();
-    deck.fastForwardTape();
-    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
 }
 
 TEST_F(PlaybackTest, ANewTitleRewritesTheFileWhilePlaybackGoesOnUninterrupted)
