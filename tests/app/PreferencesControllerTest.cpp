@@ -1,11 +1,9 @@
 #include "app/PreferencesController.h"
 
 #include "LaunchedDeckTest.h"
-#include "deck/DefaultsKeys.h"
 
 #include <QMetaProperty>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -15,29 +13,10 @@ namespace K = DefaultsKeys;
 
 namespace {
 
-class PreferencesControllerTest : public ::testing::Test
+class PreferencesControllerTest : public test::PreferencesFixture
 {
 protected:
-    void SetUp() override
-    {
-        // The folder set-up installs an icon among the user's data: keep it in the test's folder.
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = test::openUserDefaults(mFolder);
-    }
-
-    std::unique_ptr<PreferencesController> makeController()
-    {
-        auto controller = std::make_unique<PreferencesController>(*mDefaults, library());
-        // What the deck registers at its start.
-        mDefaults->registerDefaults(
-            {{K::RecordingIsStereo, true}, {K::RecordDeviceChannels, QVariantList{0, 1}}});
-        return controller;
-    }
-
-    QString library() const { return mFolder.filePath(QStringLiteral("Spindrel")); }
-
-    QTemporaryDir mFolder;
-    std::unique_ptr<UserDefaults> mDefaults;
+    void SetUp() override { openDefaults(); }
 };
 
 TEST_F(PreferencesControllerTest, TheUpdaterIsQuietForTheFirstThreeLaunchesOnly)
