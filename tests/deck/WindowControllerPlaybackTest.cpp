@@ -6,6 +6,7 @@
 #include "hud/HUDView.h"
 #include "hud/PaintRecorder.h"
 #include "hud/SegmentedTapeButtonView.h"
+#include "hud/SoundEffects.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
@@ -236,8 +237,21 @@ TEST_F(PlaybackTest, PreviousAndNextWalkTheListAndBeepAtItsEnds)
     EXPECT_TRUE(deck.library().selectedObjects().isEmpty());
 }
 
-TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStops)
+TEST_F(PlaybackTest, SoundEffectsComeFromTheResourcesFollowThePreferenceAndTheWindingNoiseAlwaysStops)
 {
+    // The sounds are resources made into files once; a missing one is silent.
+    const QString pressFile =
+        SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(SoundEffect::ButtonPress));
+    EXPECT_EQ(QFileInfo(pressFile).size(),
+              QFileInfo(SoundEffects::resourcePath(SoundEffect::ButtonPress)).size());
+    EXPECT_EQ(SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(SoundEffect::ButtonPress)),
+              pressFile);
+    EXPECT_TRUE(SoundEffectPlayer::fileForResource(QStringLiteral(":/sounds/NoSuchSound.wav")).isEmpty());
+    SoundEffectPlayer missing(QStringLiteral("Missing"), QString(), QString());
+    missing.play();
+    EXPECT_FALSE(missing.isPlaying());
+    EXPECT_EQ(missing.startCount(), 0);
+
     // Long enough to wind for a while at eight times the speed.
     WindowController& deck = openWithTape(30.0);
     SoundEffectPlayer* winding = deck.soundEffect(SoundEffect::TapeSpeeding);
