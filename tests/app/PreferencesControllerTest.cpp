@@ -47,10 +47,11 @@ TEST_F(PreferencesControllerTest, ChannelChoicesOfAFiveChannelDevice)
     EXPECT_TRUE(PreferencesController::channelChoices(1, true).isEmpty());
 }
 
-TEST_F(PreferencesControllerTest, SwitchingStereoFitsTheStoredChannelsAndAnnouncesThem)
+TEST_F(PreferencesControllerTest, StereoAndANewDeviceFitTheStoredChannelsAndAnnounceThem)
 {
     auto controller = makeController();
     QSignalSpy announced(controller.get(), &DeckPreferences::recordDeviceChannelsChangedNotification);
+    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
     controller->recordDeviceChannelsChanged({2, 3});
     EXPECT_EQ(announced.count(), 1);
 
@@ -68,13 +69,10 @@ TEST_F(PreferencesControllerTest, SwitchingStereoFitsTheStoredChannelsAndAnnounc
     mDefaults->setObject(false, K::RecordingIsStereo);
     mDefaults->setObject(QVariantList{4, 5}, K::RecordDeviceChannels);
     EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{4}));
-}
 
-TEST_F(PreferencesControllerTest, ANewRecordDeviceStartsFromTheDefaultChannels)
-{
-    auto controller = makeController();
-    controller->recordDeviceChannelsChanged({2, 3});
-    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
+    // A new device starts from the default channels.
+    mDefaults->setObject(true, K::RecordingIsStereo);
+    EXPECT_EQ(deviceChanged.count(), 0);
     controller->recordDeviceChanged(QStringLiteral("usb-interface.analog-surround-40"));
     EXPECT_EQ(deviceChanged.count(), 1);
     EXPECT_EQ(mDefaults->stringForKey(K::RecordDeviceUID),
