@@ -238,7 +238,7 @@ TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain
     const auto authorize = [&] {
         std::optional<std::optional<QString>> outcome;
         authorizer.authorize([&](const std::optional<QString>& error) { outcome = error; });
-        QTest::qWaitFor([&] { return outcome.has_value(); }, 30000);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return outcome.has_value(); }, 30000));
         return outcome;
     };
     QSignalSpy retrying(&authorizer, &YouTubeAuthorizer::refreshRetrying);
