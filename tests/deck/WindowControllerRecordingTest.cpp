@@ -6,7 +6,6 @@
 #include "deck/DeckStatusItem.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
-#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QDir>

@@ -2,8 +2,6 @@
 
 #include "sharing/YouTubeAuthorizer.h"
 
-#include <QCryptographicHash>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
 #include <QUrlQuery>

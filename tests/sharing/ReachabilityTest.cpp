@@ -1,7 +1,6 @@
 #include "sharing/Reachability.h"
 
 #include "AssertionText.h"
-#include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
 #include <QSignalSpy>

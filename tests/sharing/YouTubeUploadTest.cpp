@@ -7,7 +7,6 @@
 
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
