@@ -4,6 +4,7 @@
 #include "app/PreferencesController.h"
 #include "app/UserDefaults.h"
 #include "deck/DeckWindow.h"
+#include "deck/DefaultsKeys.h"
 #include "deck/WindowController.h"
 
 #include <QTemporaryDir>
@@ -18,15 +19,39 @@ inline std::unique_ptr<UserDefaults> openUserDefaults(const QTemporaryDir& folde
         std::make_unique<QSettings>(folder.filePath(QStringLiteral("defaults.conf")), QSettings::IniFormat));
 }
 
-/// The application launched as the desktop launches it, with its defaults, library and data in a
-/// folder of the test's own.
-class LaunchedDeckTest : public ::testing::Test
+/// The preferences over defaults, library and data in a folder of the test's own.
+class PreferencesFixture : public ::testing::Test
+{
+protected:
+    void openDefaults()
+    {
+        // The library's set-up installs an icon among the user's data.
+        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
+        mDefaults = openUserDefaults(mFolder);
+    }
+
+    /// A controller with what the deck registers at its start.
+    std::unique_ptr<PreferencesController> makeController()
+    {
+        auto controller = std::make_unique<PreferencesController>(*mDefaults, library());
+        mDefaults->registerDefaults({{DefaultsKeys::RecordingIsStereo, true},
+                                     {DefaultsKeys::RecordDeviceChannels, QVariantList{0, 1}}});
+        return controller;
+    }
+
+    QString library() const { return mFolder.filePath(QStringLiteral("Library")); }
+
+    QTemporaryDir mFolder;
+    std::unique_ptr<UserDefaults> mDefaults;
+};
+
+/// The application launched as the desktop launches it.
+class LaunchedDeckTest : public PreferencesFixture
 {
 protected:
     void launchDeck()
     {
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = openUserDefaults(mFolder);
+        openDefaults();
         mPreferences = std::make_unique<PreferencesController>(*mDefaults, library());
         mApp = std::make_unique<AppController>(mPreferences.get());
         mApp->applicationDidFinishLaunching();
@@ -40,10 +65,6 @@ protected:
         mApp.reset();
     }
 
-    QString library() const { return mFolder.filePath(QStringLiteral("Library")); }
-
-    QTemporaryDir mFolder;
-    std::unique_ptr<UserDefaults> mDefaults;
     std::unique_ptr<PreferencesController> mPreferences;
     std::unique_ptr<AppController> mApp;
 };

@@ -1,11 +1,9 @@
 #include "app/PreferencesController.h"
 
 #include "LaunchedDeckTest.h"
-#include "deck/DefaultsKeys.h"
 
 #include <QMetaProperty>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -15,29 +13,10 @@ namespace K = DefaultsKeys;
 
 namespace {
 
-class PreferencesControllerTest : public ::testing::Test
+class PreferencesControllerTest : public test::PreferencesFixture
 {
 protected:
-    void SetUp() override
-    {
-        // The folder set-up installs an icon among the user's data: keep it in the test's folder.
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = test::openUserDefaults(mFolder);
-    }
-
-    std::unique_ptr<PreferencesController> makeController()
-    {
-        auto controller = std::make_unique<PreferencesController>(*mDefaults, library());
-        // What the deck registers at its start.
-        mDefaults->registerDefaults(
-            {{K::RecordingIsStereo, true}, {K::RecordDeviceChannels, QVariantList{0, 1}}});
-        return controller;
-    }
-
-    QString library() const { return mFolder.filePath(QStringLiteral("Spindrel")); }
-
-    QTemporaryDir mFolder;
-    std::unique_ptr<UserDefaults> mDefaults;
+    void SetUp() override { openDefaults(); }
 };
 
 TEST_F(PreferencesControllerTest, TheUpdaterIsQuietForTheFirstThreeLaunchesOnly)
@@ -68,10 +47,11 @@ TEST_F(PreferencesControllerTest, ChannelChoicesOfAFiveChannelDevice)
     EXPECT_TRUE(PreferencesController::channelChoices(1, true).isEmpty());
 }
 
-TEST_F(PreferencesControllerTest, SwitchingStereoFitsTheStoredChannelsAndAnnouncesThem)
+TEST_F(PreferencesControllerTest, StereoAndANewDeviceFitTheStoredChannelsAndAnnounceThem)
 {
     auto controller = makeController();
     QSignalSpy announced(controller.get(), &DeckPreferences::recordDeviceChannelsChangedNotification);
+    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
     controller->recordDeviceChannelsChanged({2, 3});
     EXPECT_EQ(announced.count(), 1);
 
@@ -89,13 +69,10 @@ TEST_F(PreferencesControllerTest, SwitchingStereoFitsTheStoredChannelsAndAnnounc
     mDefaults->setObject(false, K::RecordingIsStereo);
     mDefaults->setObject(QVariantList{4, 5}, K::RecordDeviceChannels);
     EXPECT_EQ(controller->recordingAudioDeviceChannels(), (QList<unsigned>{4}));
-}
 
-TEST_F(PreferencesControllerTest, ANewRecordDeviceStartsFromTheDefaultChannels)
-{
-    auto controller = makeController();
-    controller->recordDeviceChannelsChanged({2, 3});
-    QSignalSpy deviceChanged(controller.get(), &DeckPreferences::recordDeviceChangedNotification);
+    // A new device starts from the default channels.
+    mDefaults->setObject(true, K::RecordingIsStereo);
+    EXPECT_EQ(deviceChanged.count(), 0);
     controller->recordDeviceChanged(QStringLiteral("usb-interface.analog-surround-40"));
     EXPECT_EQ(deviceChanged.count(), 1);
     EXPECT_EQ(mDefaults->stringForKey(K::RecordDeviceUID),

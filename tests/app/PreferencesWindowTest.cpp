@@ -3,7 +3,6 @@
 #include "HotKeysLib3/PTHotKeyCenter.h"
 #include "HotKeysLib3/PTKeyComboPanel.h"
 #include "LaunchedDeckTest.h"
-#include "deck/DefaultsKeys.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -19,17 +18,13 @@ namespace K = DefaultsKeys;
 
 namespace {
 
-class PreferencesWindowTest : public ::testing::Test
+class PreferencesWindowTest : public test::PreferencesFixture
 {
 protected:
     void SetUp() override
     {
-        qputenv("XDG_DATA_HOME", mFolder.filePath(QStringLiteral("data")).toLocal8Bit());
-        mDefaults = test::openUserDefaults(mFolder);
-        mController =
-            std::make_unique<PreferencesController>(*mDefaults, mFolder.filePath(QStringLiteral("Library")));
-        mDefaults->registerDefaults(
-            {{K::RecordingIsStereo, true}, {K::RecordDeviceChannels, QVariantList{0, 1}}});
+        openDefaults();
+        mController = makeController();
         mController->showWindow();
         mWindow = mController->window();
         ASSERT_NE(mWindow, nullptr);
@@ -43,8 +38,6 @@ protected:
         return items;
     }
 
-    QTemporaryDir mFolder;
-    std::unique_ptr<UserDefaults> mDefaults;
     std::unique_ptr<PreferencesController> mController;
     PreferencesWindow* mWindow = nullptr;
 };

@@ -177,12 +177,18 @@ TEST_F(RecordDiskFullTest, WriteAndSyncErrorsStopTheRecordingAndKeepWhatIsOnTheD
 
 TEST_F(RecordDiskFullTest, ARecordingKilledOnAFullDiskIsATapeAtTheNextLoadWhereverThatLoadIsKilled)
 {
-    // A recording killed after a few seconds, kept outside the disk.
+    // A recording killed after a few seconds, kept outside the disk. The library listed meanwhile
+    // neither shows nor touches the recording going on.
     const CommandRun crashed = onSmallDisk(
         QStringLiteral("$SPINDREL record --seconds 60 --quality MQ --folder \"$D\" >/dev/null 2>&1 & "
-                       "sleep 7; kill -9 $!; wait; cp \"$D\"/*.recording \"$OUT/crashed\""),
+                       "for i in $(seq 150); do [ $(cat \"$D\"/*.recording 2>/dev/null | wc -c) -gt 65536 ] "
+                       "&& break; sleep 0.2; done; "
+                       "$SPINDREL library --folder \"$D\" --json > \"$OUT/meanwhile\" 2>/dev/null; "
+                       "sleep 4; kill -9 $!; wait; cp \"$D\"/*.recording \"$OUT/crashed\""),
         900);
     ASSERT_EQ(crashed.status, 0) << crashed.err.toStdString();
+    const QString meanwhile = readText(mOut + QStringLiteral("/meanwhile"));
+    EXPECT_TRUE(meanwhile.startsWith(u'[') && tapesIn(meanwhile).isEmpty()) << meanwhile.toStdString();
     const QString leftover = mOut + QStringLiteral("/crashed");
     ASSERT_GT(RecordingRecovery::recoverableLength(leftover), 64 * 1024) << "too little was recorded";
 

@@ -31,23 +31,18 @@ protected:
         mApp->serveLaterLaunches(mInstance);
     }
 
-    /// The environment of a launch in this session; its home and settings are the test's.
-    QProcessEnvironment launchEnvironment(const QString& busAddress) const
+    /// Starts the program in this session, with the test's home and settings; the deck in this
+    /// process keeps answering while it runs.
+    void launch(QProcess& process, const QStringList& arguments, const QString& busAddress)
     {
+        QDir().mkpath(mFolder.filePath(QStringLiteral("home")));
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
         environment.insert(QStringLiteral("HOME"), mFolder.filePath(QStringLiteral("home")));
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"),
                            mFolder.filePath(QStringLiteral("home/config")));
         environment.insert(QStringLiteral("XDG_DATA_HOME"), mFolder.filePath(QStringLiteral("home/data")));
-        return environment;
-    }
-
-    /// Starts the program; the deck in this process keeps answering while it runs.
-    void launch(QProcess& process, const QStringList& arguments, const QString& busAddress)
-    {
-        QDir().mkpath(mFolder.filePath(QStringLiteral("home")));
-        process.setProcessEnvironment(launchEnvironment(busAddress));
+        process.setProcessEnvironment(environment);
         process.setWorkingDirectory(mFolder.path());
         process.start(QStringLiteral(SPINDREL_BINARY), arguments);
         ASSERT_TRUE(process.waitForStarted(30000));

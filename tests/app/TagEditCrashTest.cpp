@@ -72,6 +72,22 @@ protected:
         ASSERT_TRUE(QFile::copy(from, to));
     }
 
+    // Edits a copy of `file` with these options of the tags command on a file system of `roomKB` in
+    // a mount namespace of its own; prints whether the edit failed, whether the copy is unchanged
+    // and what the file system holds afterwards.
+    CommandRun editOnSmallDisk(const QString& file, qint64 roomKB, const QString& options) const
+    {
+        const QString script =
+            QStringLiteral(
+                "set -e; d=%1/small; mkdir -p $d; mount -t tmpfs -o size=%2k tmpfs $d; "
+                "cp %3 $d/t.m4a; if %4 tags $d/t.m4a %5; then echo edit=done; else echo "
+                "edit=failed; fi; cmp -s %3 $d/t.m4a && echo file=same; ls -A $d | tr '\\n' ' '; echo")
+                .arg(mDir.path())
+                .arg(roomKB)
+                .arg(file, QStringLiteral(SPINDREL_BINARY), options);
+        return run(QStringLiteral("unshare"), words("-Urm sh -c") << script);
+    }
+
     QTemporaryDir mDir;
     QString mPath = mDir.filePath(QStringLiteral("t.m4a"));
 };
@@ -130,16 +146,9 @@ TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudi
     ASSERT_FALSE(tape().isEmpty());
     const QString packets = packetDigest(tape());
     // A file system with room for the tape and 2 MB more: writing it anew cannot fit.
-    const QString script =
-        QStringLiteral(
-            "set -e; d=%1/small; mkdir -p $d; mount -t tmpfs -o size=%2k tmpfs $d; cp %3 $d/t.m4a; "
-            "if %4 tags $d/t.m4a --set-title 'A much longer title than the tape had before'; "
-            "then echo edit=done; else echo edit=failed; fi; "
-            "cmp -s %3 $d/t.m4a && echo file=same; ls -A $d | tr '\\n' ' '; echo")
-            .arg(mDir.path())
-            .arg(QFileInfo(tape()).size() / 1024 + 2048)
-            .arg(tape(), QStringLiteral(SPINDREL_BINARY));
-    const CommandRun full = run(QStringLiteral("unshare"), words("-Urm sh -c") << script);
+    const CommandRun full =
+        editOnSmallDisk(tape(), QFileInfo(tape()).size() / 1024 + 2048,
+                        QStringLiteral("--set-title 'A much longer title than the tape had before'"));
     EXPECT_TRUE(full.out.contains(QStringLiteral("edit=failed"))) << full.out.toStdString();
     EXPECT_TRUE(full.err.contains(QStringLiteral("the disk is full"))) << full.err.toStdString();
     EXPECT_TRUE(full.out.contains(QStringLiteral("file=same"))) << full.out.toStdString();
@@ -152,15 +161,8 @@ TEST_F(TagEditCrashTest, AFullDiskOrAFailingSyncIsReportedAndTheFileKeepsItsAudi
     ASSERT_EQ(
         run(QStringLiteral("ffmpeg"), words("-v error -i") << tape() << words("-c copy") << last).status, 0);
     ASSERT_EQ(run(QStringLiteral("convert"), words("-size 400x400 xc: +noise Random") << cover).status, 0);
-    const QString lastScript =
-        QStringLiteral(
-            "set -e; d=%1/small2; mkdir -p $d; mount -t tmpfs -o size=%2k tmpfs $d; cp %3 $d/t.m4a; "
-            "if %4 tags $d/t.m4a --set-cover %5; then echo edit=done; else echo edit=failed; fi; "
-            "cmp -s %3 $d/t.m4a && echo file=same; ls -A $d | tr '\\n' ' '; echo")
-            .arg(mDir.path())
-            .arg(QFileInfo(last).size() / 1024 + 32)
-            .arg(last, QStringLiteral(SPINDREL_BINARY), cover);
-    const CommandRun lastFull = run(QStringLiteral("unshare"), words("-Urm sh -c") << lastScript);
+    const CommandRun lastFull =
+        editOnSmallDisk(last, QFileInfo(last).size() / 1024 + 32, QStringLiteral("--set-cover ") + cover);
     EXPECT_TRUE(lastFull.out.contains(QStringLiteral("edit=failed"))) << lastFull.out.toStdString();
     EXPECT_TRUE(lastFull.out.contains(QStringLiteral("file=same"))) << lastFull.out.toStdString();
 

@@ -9,12 +9,11 @@ using namespace spindrel;
 
 namespace {
 
-class UserDefaultsTest : public ::testing::Test
+// Read back from the file of a folder of the test's own.
+class UserDefaultsTest : public test::PreferencesFixture
 {
 protected:
     std::unique_ptr<UserDefaults> open() { return test::openUserDefaults(mFolder); }
-
-    QTemporaryDir mFolder;
 };
 
 TEST_F(UserDefaultsTest, ValuesReadBackFromTheFileKeepTheRegisteredTypes)

@@ -1,11 +1,8 @@
 #include "DeckTest.h"
 
-#include "SMC/WindowControllerContext.h"
 #include "audio/AudioTestSupport.h"
 #include "deck/DeckWindow.h"
-#include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
-#include "hud/TapeView.h"
 #include "tapes/Tape.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"

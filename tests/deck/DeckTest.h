@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QtPrinters.h"
 #include "TestPreferences.h"
 #include "audio/VORLExtendedAudioFilePlayer.h"
 #include "audio/VORLExtendedAudioFileRecorder.h"
@@ -59,15 +60,3 @@ protected:
 };
 
 } // namespace spindrel::test
-
-QT_BEGIN_NAMESPACE
-// Readable QStrings in test failures.
-inline std::ostream& operator<<(std::ostream& out, const QString& text)
-{
-    return out << text.toStdString();
-}
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-QT_END_NAMESPACE

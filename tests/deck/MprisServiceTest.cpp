@@ -4,7 +4,6 @@
 #include "PrivateSessionBus.h"
 
 #include <QDBusMessage>
-#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>

@@ -1,11 +1,18 @@
-#include "PlayThroughStreams.h"
 #include "TestPreferences.h"
 #include "audio/AudioTestSupport.h"
+#include "audio/CAPlayThrough.h"
+#include "audio/CAPlayThroughHost.h"
 #include "audio/PrivateSoundServer.h"
 #include "audio/PulseTestSupport.h"
 #include "audio/VORLAudioHardware.h"
+#include "audio/VORLAudioPlaythroughManager.h"
+#include "deck/SpindrelSoftwarePlayThroughManager.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -23,6 +30,49 @@ namespace {
 using State = SpindrelSoftwarePlayThroughManager::State;
 
 constexpr int kDeadlineMs = 30000;
+
+/// What the sound server itself says about the play-through's streams (through pactl, an
+/// independent reader): the device each of them is connected to, by name.
+QStringList playThroughDevices(bool playback)
+{
+    const QString objects = playback ? QStringLiteral("sinks") : QStringLiteral("sources");
+    auto list = [](const QStringList& arguments) {
+        return QJsonDocument::fromJson(
+                   runProgram(QStringLiteral("pactl"),
+                              QStringList{QStringLiteral("-f"), QStringLiteral("json")} + arguments))
+            .array();
+    };
+    QMap<int, QString> names;
+    for (const QJsonValue device : list({QStringLiteral("list"), QStringLiteral("short"), objects}))
+        names.insert(device[QStringLiteral("index")].toInt(), device[QStringLiteral("name")].toString());
+    const QString client = playback ? QStringLiteral("Spindrel play-through output")
+                                    : QStringLiteral("Spindrel play-through input");
+    QStringList devices;
+    const QString streams = playback ? QStringLiteral("sink-inputs") : QStringLiteral("source-outputs");
+    for (const QJsonValue stream : list({QStringLiteral("list"), streams})) {
+        if (stream[QStringLiteral("properties")][QStringLiteral("application.name")].toString() == client)
+            devices << names.value(
+                stream[playback ? QStringLiteral("sink") : QStringLiteral("source")].toInt());
+    }
+    return devices;
+}
+
+/// The engine of a play-through that runs, none otherwise.
+const CAPlayThrough* engineOf(const SpindrelSoftwarePlayThroughManager& manager)
+{
+    const VORLAudioPlaythroughManager* running = manager.playthroughManager();
+    return running && running->isRunning() ? running->playThroughHost()->playThrough() : nullptr;
+}
+
+QStringList playThroughSinks()
+{
+    return playThroughDevices(true);
+}
+
+QStringList playThroughSources()
+{
+    return playThroughDevices(false);
+}
 
 QString lastMessage(const QSignalSpy& messages)
 {
@@ -112,6 +162,65 @@ TEST_F(PlayThroughDevices, withoutASoundServerItStaysOffWithAMessageAndComesBack
         clock.restart();
         mServer.kill();
     }
+}
+
+TEST_F(PlayThroughDevices, followsTheSwitchAndIsMadeAnewOnEachDeviceOrChannelChange)
+{
+    ASSERT_TRUE(startServer());
+    const QString four = QStringLiteral("channel_map=front-left,front-right,rear-left,rear-right");
+    load({QStringLiteral("module-null-sink"), QStringLiteral("sink_name=mic4"), QStringLiteral("channels=4"),
+          four});
+    load({QStringLiteral("module-remap-source"), QStringLiteral("master=mic4.monitor"),
+          QStringLiteral("source_name=vmic4"), QStringLiteral("channels=4"), four,
+          QStringLiteral("master_") + four});
+    ASSERT_TRUE(waitForDevice(QStringLiteral("vmic4"), VORLAudioDevice::Input));
+    mPreferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic"));
+    mPreferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("spk"));
+    SpindrelSoftwarePlayThroughManager manager(mPreferences);
+    QSignalSpy messages(&manager, &SpindrelSoftwarePlayThroughManager::playThroughMessage);
+    EXPECT_EQ(manager.state(), State::Off) << "off until the user turns it on";
+    EXPECT_EQ(manager.playthroughManager(), nullptr);
+
+    mPreferences.setDefaultsValue(K::EnableSoftwarePlaythrough, true);
+    EXPECT_EQ(manager.state(), State::Starting) << "the deck does not wait for the streams";
+    ASSERT_TRUE(waitUntilPlaying(manager, QStringLiteral("vmic"), QStringLiteral("spk")));
+
+    mPreferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic4"));
+    ASSERT_TRUE(waitUntilPlaying(manager, QStringLiteral("vmic4"), QStringLiteral("spk")));
+    EXPECT_EQ(engineOf(manager)->inputDevice().mChannels, 4u);
+
+    mPreferences.setDefaultsValue(K::RecordDeviceChannels, QVariantList{2, 3});
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return engineOf(manager) && engineOf(manager)->channelMap() == QList<int>{2, 3};
+        },
+        kDeadlineMs));
+
+    mPreferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("mic"));
+    ASSERT_TRUE(waitUntilPlaying(manager, QStringLiteral("vmic4"), QStringLiteral("mic")))
+        << "the other choices stay";
+
+    mPreferences.setDefaultsValue(K::EnableSoftwarePlaythrough, false);
+    EXPECT_EQ(manager.state(), State::Off);
+    EXPECT_EQ(manager.playthroughManager(), nullptr);
+    EXPECT_EQ(messages.count(), 0) << "nothing went wrong: " << lastMessage(messages).toStdString();
+}
+
+TEST_F(PlayThroughDevices, aQuickRunOfChangesEndsOnTheLastOne)
+{
+    ASSERT_TRUE(startServer());
+    mPreferences.setDefaultsValue(K::EnableSoftwarePlaythrough, true);
+    SpindrelSoftwarePlayThroughManager manager(mPreferences);
+    mPreferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("spk.monitor"));
+    mPreferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("mic"));
+    mPreferences.setDefaultsValue(K::RecordDeviceUID, QStringLiteral("vmic"));
+    mPreferences.setDefaultsValue(K::PlaybackDeviceUID, QStringLiteral("spk"));
+    ASSERT_TRUE(waitUntilPlaying(manager, QStringLiteral("vmic"), QStringLiteral("spk")));
+    // Superseded attempts are taken down: one engine plays, no leftovers linger.
+    QTest::qWait(500);
+    EXPECT_EQ(manager.state(), State::Running);
+    EXPECT_EQ(playThroughSinks(), QStringList{QStringLiteral("spk")});
+    EXPECT_EQ(playThroughSources(), QStringList{QStringLiteral("vmic")});
 }
 
 TEST_F(PlayThroughDevices, theDefaultDevicesAreFollowedAndAnUnpluggedDefaultGivesWayToTheNext)

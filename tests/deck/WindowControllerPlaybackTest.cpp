@@ -6,6 +6,7 @@
 #include "hud/HUDView.h"
 #include "hud/PaintRecorder.h"
 #include "hud/SegmentedTapeButtonView.h"
+#include "hud/SoundEffects.h"
 #include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 #include "tapes/TapeTestFiles.h"
@@ -70,6 +71,10 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
 {
     WindowController& deck = openWithTape();
     mPreferences->setDefaultsValue(K::PlaySoundEffects, false);
+    // The HUD's volume is stored and reaches the player.
+    deck.hudView()->setVolume(-10.0);
+    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), -10.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
 
     deck.fastForwardTape();
     EXPECT_EQ(state(), TransportState::FastForwarding);
@@ -80,6 +85,7 @@ TEST_F(PlaybackTest, WindingCueingReviewingAndPauseFollowTheTransport)
     deck.fastForwardTape(); // the latched key is released
     EXPECT_EQ(state(), TransportState::TapeStopped);
     EXPECT_DOUBLE_EQ(speed(), 1.0);
+    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0) << "the winding's mute is lifted";
 
     deck.rewindTape();
     EXPECT_EQ(state(), TransportState::Rewinding);
@@ -180,18 +186,6 @@ TEST_F(PlaybackTest, MovingTheHUDPositionSeeksAndTheDecksOwnUpdatesDoNot)
     EXPECT_TRUE(waitFor([&] { return deck.audioFilePlayer()->currentTime() > 4100.0; }));
 }
 
-TEST_F(PlaybackTest, TheHUDVolumeIsStoredAndReachesThePlayer)
-{
-    WindowController& deck = openWithTape();
-    deck.hudView()->setVolume(-10.0);
-    EXPECT_DOUBLE_EQ(mPreferences->doubleForKey(K::PlaybackVolume), -10.0);
-    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
-    // Leaving fast-forward restores the volume, which lifts the winding's mute.
-    deck.fastForwardTape();
-    deck.fastForwardTape();
-    EXPECT_DOUBLE_EQ(deck.audioFilePlayer()->playbackVolume(), -10.0);
-}
-
 TEST_F(PlaybackTest, ANewTitleRewritesTheFileWhilePlaybackGoesOnUninterrupted)
 {
     WindowController& deck = openWithTape();
@@ -243,8 +237,21 @@ TEST_F(PlaybackTest, PreviousAndNextWalkTheListAndBeepAtItsEnds)
     EXPECT_TRUE(deck.library().selectedObjects().isEmpty());
 }
 
-TEST_F(PlaybackTest, SoundEffectsFollowThePreferenceButTheWindingNoiseAlwaysStops)
+TEST_F(PlaybackTest, SoundEffectsComeFromTheResourcesFollowThePreferenceAndTheWindingNoiseAlwaysStops)
 {
+    // The sounds are resources made into files once; a missing one is silent.
+    const QString pressFile =
+        SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(SoundEffect::ButtonPress));
+    EXPECT_EQ(QFileInfo(pressFile).size(),
+              QFileInfo(SoundEffects::resourcePath(SoundEffect::ButtonPress)).size());
+    EXPECT_EQ(SoundEffectPlayer::fileForResource(SoundEffects::resourcePath(SoundEffect::ButtonPress)),
+              pressFile);
+    EXPECT_TRUE(SoundEffectPlayer::fileForResource(QStringLiteral(":/sounds/NoSuchSound.wav")).isEmpty());
+    SoundEffectPlayer missing(QStringLiteral("Missing"), QString(), QString());
+    missing.play();
+    EXPECT_FALSE(missing.isPlaying());
+    EXPECT_EQ(missing.startCount(), 0);
+
     // Long enough to wind for a while at eight times the speed.
     WindowController& deck = openWithTape(30.0);
     SoundEffectPlayer* winding = deck.soundEffect(SoundEffect::TapeSpeeding);

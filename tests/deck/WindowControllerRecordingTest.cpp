@@ -6,7 +6,6 @@
 #include "deck/DeckStatusItem.h"
 #include "hud/HUDView.h"
 #include "hud/SegmentedTapeButtonView.h"
-#include "hud/TapeView.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QDir>
@@ -65,13 +64,33 @@ protected:
     }
     /// The take is finished and every tape's tags are on the disk.
     bool tapesWritten() const { return !mDeck->isWaitingForRecorder() && mDeck->commits().isIdle(); }
+
+    /// A finished take is the one tape of the library, loaded, named after today and tagged.
+    void expectTakeLoaded(const TapePtr& tape)
+    {
+        EXPECT_EQ(mDeck->audioFileRecorder(), nullptr);
+        EXPECT_EQ(mDeck->selectedTape(), tape);
+        EXPECT_NE(mDeck->audioFilePlayer(), nullptr) << "the take is loaded for playing";
+        EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+        EXPECT_TRUE(mDeck->library().isMonitoring());
+        EXPECT_FALSE(mDeck->hudView()->recordingMode());
+        EXPECT_EQ(mDeck->statusItem().imageName(), QStringLiteral("spstatus"));
+        const auto tags = MP4Tags::fromFile(tape->filename());
+        ASSERT_TRUE(tags);
+        EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
+    }
 };
 
 TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterItsDate)
 {
     mPreferences->setDefaultsValue(K::TapeAuthor, QStringLiteral("Test Author"));
     WindowController& deck = openDeck();
+    // An empty library leaves the deck idle, with nothing to play.
     ASSERT_EQ(state(), TransportState::Idle);
+    EXPECT_EQ(deck.selectedTape(), nullptr);
+    EXPECT_EQ(deck.audioFilePlayer(), nullptr);
+    deck.playTape();
+    EXPECT_EQ(state(), TransportState::Idle);
     feedTone(8.0);
 
     clickSegment(TransportButton::Record);
@@ -98,18 +117,10 @@ TEST_F(RecordingTest, RecPressedRecordsANewUntitledTapeThatStopLeavesNamedAfterI
     ASSERT_TRUE(waitFor([&] { return deck.hudView()->time() > earlier + 500.0; }));
 
     stopAndWait();
-    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
-    EXPECT_EQ(deck.selectedTape(), tape);
-    EXPECT_EQ(QFileInfo(tape->filename()).fileName(), todaysName(QStringLiteral("Untitled")));
+    expectTakeLoaded(tape);
     EXPECT_GT(tape->duration(), 0.8);
-    EXPECT_TRUE(deck.library().isMonitoring());
-    EXPECT_FALSE(deck.hudView()->recordingMode());
-    EXPECT_EQ(deck.statusItem().imageName(), QStringLiteral("spstatus"));
-    EXPECT_NE(deck.audioFilePlayer(), nullptr) << "the recording is loaded for playing";
-
     const auto tags = MP4Tags::fromFile(tape->filename());
     ASSERT_TRUE(tags);
-    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
     EXPECT_EQ(tags->artist().value_or(QString()), QStringLiteral("Test Author"));
     EXPECT_FALSE(tags->coverArt().value_or(QByteArray()).isEmpty());
 }
@@ -215,15 +226,8 @@ TEST_F(RecordingTest, ARecorderThatNeverReportsItsStopIsFinishedByTheDeadline)
     ASSERT_TRUE(deck.isWaitingForRecorder());
     ASSERT_TRUE(waitFor([this] { return state() == TransportState::TapeStopped && tapesWritten(); }, 30000));
     EXPECT_EQ(finished, QList<TapePtr>{tape});
-    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
-    EXPECT_EQ(deck.selectedTape(), tape);
-    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
+    expectTakeLoaded(tape);
     EXPECT_GT(tape->duration(), 0.6);
-    EXPECT_TRUE(deck.library().isMonitoring());
-    EXPECT_FALSE(deck.hudView()->recordingMode());
-    const auto tags = MP4Tags::fromFile(tape->filename());
-    ASSERT_TRUE(tags);
-    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
 }
 
 TEST_F(RecordingTest, WithoutASoundServerTheDeckSaysSoAndLeavesNoTapeBehind)
@@ -283,18 +287,14 @@ TEST_F(RecordingTest, ADiskThatFillsUpStopsTheRecordingWithAMessageAndTheTakeIsA
 
     EXPECT_EQ(deck.deckMessage(),
               QStringLiteral("The disk holding “Library” is full. What was recorded so far is kept."));
-    EXPECT_EQ(deck.audioFileRecorder(), nullptr);
     EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Record)))
         << "the record key came up";
     EXPECT_FALSE(deck.buttonView()->isSelectedSegment(int(TransportButton::Play)));
-    EXPECT_FALSE(deck.hudView()->recordingMode());
-    EXPECT_EQ(deck.statusItem().imageName(), QStringLiteral("spstatus"));
-    EXPECT_TRUE(deck.library().isMonitoring());
 
     // The take is the tape in the box, named, tagged and playable; nothing is left in progress.
-    EXPECT_EQ(deck.selectedTape(), tape);
+    ASSERT_TRUE(waitFor([this] { return tapesWritten(); }));
+    expectTakeLoaded(tape);
     EXPECT_EQ(deck.library().content(), QList<TapePtr>{tape});
-    EXPECT_EQ(libraryFiles(), QStringList{todaysName(QStringLiteral("Untitled"))});
     EXPECT_TRUE(QDir(mLibraryPath)
                     .entryList({QLatin1Char('*') + RecordingRecovery::inProgressSuffix()}, QDir::Files)
                     .isEmpty());
@@ -303,10 +303,6 @@ TEST_F(RecordingTest, ADiskThatFillsUpStopsTheRecordingWithAMessageAndTheTakeIsA
     const DecodeCheck decoded = decodeAllPackets(tape->filename());
     EXPECT_EQ(decoded.errors, 0);
     EXPECT_NEAR(decoded.seconds(), tape->duration(), 0.1);
-    const auto tags = MP4Tags::fromFile(tape->filename());
-    ASSERT_TRUE(tags);
-    EXPECT_EQ(tags->title().value_or(QString()), QStringLiteral("Untitled"));
-    EXPECT_NE(deck.audioFilePlayer(), nullptr) << "the take is loaded for playing";
 
     // The deck lets go of the disk before it goes.
     mDeck->window()->close();

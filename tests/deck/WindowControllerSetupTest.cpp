@@ -28,16 +28,6 @@ namespace {
 
 using SetupTest = DeckTest;
 
-TEST_F(SetupTest, AnEmptyLibraryLeavesTheDeckIdle)
-{
-    WindowController& deck = openDeck();
-    EXPECT_EQ(state(), TransportState::Idle);
-    EXPECT_EQ(deck.selectedTape(), nullptr);
-    EXPECT_EQ(deck.audioFilePlayer(), nullptr);
-    deck.playTape(); // nothing to play
-    EXPECT_EQ(state(), TransportState::Idle);
-}
-
 TEST_F(SetupTest, TheHUDStartsFromTheStoredSettingsAndWritesChangesBack)
 {
     mPreferences->setDefaultsValue(K::RecordingIsStereo, false);

@@ -1,7 +1,6 @@
 #include "DeckTest.h"
 #include "deck/TapeBoxViewController.h"
 #include "hud/TapeBoxView.h"
-#include "hud/TapeView.h"
 #include "sharing/YouTubeWindowController.h"
 #include "tapes/TapeLibraryArrayController.h"
 

@@ -2,8 +2,6 @@
 
 #include "sharing/YouTubeAuthorizer.h"
 
-#include <QCryptographicHash>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
 #include <QUrlQuery>
@@ -176,17 +174,12 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
                     socket->abort();
                     return;
                 }
-                connection.dropAfterSomeBytes = fault == Fault::Drop;
+                if (fault == Fault::Drop)
+                    connection.dropAt = movie.size() + std::max<qint64>(dropAfterBytes, 1);
                 connection.unavailable = fault == Fault::Unavailable;
             }
             if (connection.movieUpload) {
                 requests << connection.request;
-                if (mOutage) {
-                    ++connectionsBroken;
-                    mConnections.remove(socket);
-                    socket->abort();
-                    return;
-                }
                 const QByteArray range = connection.request.headers.value("content-range");
                 const qint64 first = range.isEmpty() ? 0 : range.mid(6, range.indexOf('-') - 6).toLongLong();
                 if (first != movie.size()) {
@@ -199,19 +192,10 @@ void FakeYouTubeService::readFrom(QTcpSocket* socket)
         }
         const qint64 take = std::min<qint64>(connection.remaining, connection.buffer.size());
         if (connection.movieUpload) {
-            qint64 allowed = take;
-            if (breakAfterBytes >= 0 && !mBroken)
-                allowed = std::min<qint64>(take, breakAfterBytes - movie.size());
+            const qint64 allowed =
+                connection.dropAt < 0 ? take : std::min<qint64>(take, connection.dropAt - movie.size());
             movie += connection.buffer.left(allowed);
-            if (connection.dropAfterSomeBytes && allowed > 0) {
-                ++connectionsBroken;
-                mConnections.remove(socket);
-                socket->abort();
-                return;
-            }
-            if (allowed < take || (breakAfterBytes >= 0 && !mBroken && movie.size() >= breakAfterBytes)) {
-                mBroken = true;
-                mOutage = true;
+            if (connection.dropAt >= 0 && movie.size() >= connection.dropAt) {
                 ++connectionsBroken;
                 mConnections.remove(socket);
                 socket->abort();
@@ -311,7 +295,6 @@ void FakeYouTubeService::respond(QTcpSocket* socket, Connection& connection)
     } else if (path == QStringLiteral("/upload/session/1") && request.method == "PUT") {
         if (!connection.movieUpload) {
             // How much arrived: the client comes back after a break.
-            mOutage = false;
             if (uploadComplete) {
                 reply(socket, 200, R"({"id":"fake-video-1"})");
             } else if (movie.isEmpty()) {

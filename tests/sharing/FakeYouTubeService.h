@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sharing/YouTubeAuthorizer.h"
 #include "sharing/YouTubeService.h"
 
 #include <QByteArray>
@@ -52,22 +53,19 @@ public:
 
     // Faults met for real on the wire by requests whose path starts with faultPath (every request
     // when empty): Stall reads the request and never answers (a movie upload is left unread),
-    // Drop closes the connection (a movie upload once some of its bytes arrived), Unavailable
-    // answers 503. faultsLeft counts them down; -1 never runs out.
+    // Drop closes the connection (a movie upload once dropAfterBytes more of it arrived, at least
+    // one), Unavailable answers 503. faultsLeft counts them down; -1 never runs out.
     enum class Fault { None, Stall, Drop, Unavailable };
     Fault fault = Fault::None;
     QString faultPath;
     int faultsLeft = -1;
     int faultsMet = 0;
+    qint64 dropAfterBytes = 1;
     // Ends the fault; connections held by a stall are closed.
     void recover();
 
     // Answer to the category list, when set (status and body) instead of the list.
     int refuseCategoriesStatus = 0;
-
-    // After this many movie bytes the connection breaks once; further uploads are cut off at once
-    // until the client asks how much arrived.
-    qint64 breakAfterBytes = -1;
 
     // What arrived.
     QList<Request> requests;
@@ -92,7 +90,7 @@ private:
         qint64 remaining = 0;
         bool movieUpload = false;
         bool stalled = false;
-        bool dropAfterSomeBytes = false;
+        qint64 dropAt = -1; // the movie's size at which the connection breaks
         bool unavailable = false;
     };
 
@@ -110,10 +108,16 @@ private:
     QString mCode;
     QString mChallenge;
     qint64 mExpectedLength = 0;
-    bool mBroken = false;
-    bool mOutage = false;
     int mTokenSerial = 0;
 };
+
+// The access token's time is up, as after an hour away: the next request renews it.
+inline void lapseToken(spindrel::YouTubeAuthorizer& authorizer)
+{
+    spindrel::YouTubeAuthorizer::Token lapsed = authorizer.token();
+    lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
+    authorizer.setToken(lapsed);
+}
 
 // Starts at the first request that meets the fake's fault.
 class FaultClock

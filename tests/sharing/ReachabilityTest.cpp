@@ -1,10 +1,10 @@
 #include "sharing/Reachability.h"
 
 #include "AssertionText.h"
-#include "foundation/Assertion.h"
 #include "foundation/Log.h"
 
 #include <QSignalSpy>
+#include <QTest>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -82,11 +82,8 @@ TEST(Reachability, LoopbackIsReachableLocalAndDirect)
     auto byName = Reachability::reachabilityWithHostName(QStringLiteral("localhost"));
     ASSERT_TRUE(byName);
     // The name resolves on the event loop; until then the default route stands in.
-    for (int i = 0; i < 100 && byName->reachabilityFlags().value_or(0) != *flags; ++i) {
-        QSignalSpy settled(byName.get(), &Reachability::reachabilityChanged);
-        settled.wait(20);
-    }
-    EXPECT_EQ(byName->reachabilityFlags(), flags);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return byName->reachabilityFlags() == flags; }, 15000))
+        << std::hex << byName->reachabilityFlags().value_or(0);
     EXPECT_TRUE(Reachability::reachabilityForLocalWiFi()->isLocalWiFi());
 }
 
@@ -118,12 +115,8 @@ protected:
     // Waits for announcements until the watcher's status is `status`.
     static bool becomes(Reachability& watcher, QSignalSpy& spy, unsigned status)
     {
-        for (int i = 0; i < 40; ++i) {
-            if (!spy.isEmpty() && watcher.currentReachabilityStatus() == status)
-                return true;
-            spy.wait(50);
-        }
-        return false;
+        return QTest::qWaitFor(
+            [&] { return !spy.isEmpty() && watcher.currentReachabilityStatus() == status; }, 15000);
     }
 
     int mOriginal = -1;

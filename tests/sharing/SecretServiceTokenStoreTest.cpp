@@ -1,15 +1,16 @@
 #include "sharing/SecretServiceTokenStore.h"
 
+#include "PrivateSessionBus.h"
+#include "QtPrinters.h"
 #include "foundation/Log.h"
-#include "sharing/QtPrinters.h"
 
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QThread>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace spindrel;
@@ -52,10 +53,9 @@ class PrivateKeyring : public ::testing::Test
 protected:
     void SetUp() override
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty() ||
+        if (!mBus.isRunning() ||
             QStandardPaths::findExecutable(QStringLiteral("gnome-keyring-daemon")).isEmpty())
             GTEST_SKIP() << "dbus-daemon or gnome-keyring-daemon is not installed";
-        ASSERT_TRUE(mHome.isValid());
         const QString runtime = mHome.filePath(QStringLiteral("run"));
         QDir().mkpath(runtime);
         QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -63,15 +63,7 @@ protected:
         environment.insert(QStringLiteral("HOME"), mHome.path());
         environment.insert(QStringLiteral("XDG_DATA_HOME"), mHome.filePath(QStringLiteral("data")));
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-
-        const QString address = QStringLiteral("unix:path=%1/bus").arg(runtime);
-        mBus.setProcessEnvironment(environment);
-        mBus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                   QStringLiteral("--address=") + address});
-        ASSERT_TRUE(mBus.waitForStarted());
-        for (int i = 0; i < 100 && !QFile::exists(runtime + QStringLiteral("/bus")); ++i)
-            QThread::msleep(20);
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), mBus.address());
         mKeyring.setProcessEnvironment(environment);
         mKeyring.start(QStringLiteral("gnome-keyring-daemon"),
                        {QStringLiteral("--foreground"), QStringLiteral("--unlock"),
@@ -80,36 +72,25 @@ protected:
         mKeyring.write("test-password");
         mKeyring.waitForBytesWritten();
         mKeyring.closeWriteChannel();
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", mBus.address().toUtf8());
         // The keyring answers once it has claimed its name on the bus.
-        for (int i = 0; i < 100; ++i) {
-            QProcess probe;
-            probe.setProcessEnvironment(environment);
-            probe.start(
-                QStringLiteral("dbus-send"),
-                QStringLiteral("--session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
-                               "org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets")
-                    .split(u' '));
-            probe.waitForFinished();
-            if (probe.readAllStandardOutput().contains("boolean true"))
-                return;
-            QThread::msleep(50);
-        }
-        GTEST_SKIP() << "the private keyring did not come up";
+        const QDBusConnection probe = mBus.connect(QStringLiteral("probe"));
+        if (!QTest::qWaitFor(
+                [&] {
+                    return probe.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.secrets"));
+                },
+                20000))
+            GTEST_SKIP() << "the private keyring did not come up";
     }
     void TearDown() override
     {
-        for (QProcess* process : {&mKeyring, &mBus}) {
-            if (process->state() != QProcess::NotRunning) {
-                process->terminate();
-                if (!process->waitForFinished(2000))
-                    process->kill();
-            }
-        }
+        mKeyring.terminate();
+        if (!mKeyring.waitForFinished(5000))
+            mKeyring.kill();
     }
 
     QTemporaryDir mHome;
-    QProcess mBus;
+    test::PrivateSessionBus mBus;
     QProcess mKeyring;
 };
 

@@ -1,5 +1,5 @@
+#include "QtPrinters.h"
 #include "sharing/FakeYouTubeService.h"
-#include "sharing/QtPrinters.h"
 #include "sharing/TokenStore.h"
 #include "sharing/YouTubeAuthorizer.h"
 #include "sharing/YouTubeCategoryList.h"
@@ -7,9 +7,9 @@
 
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QTest>
 #include <QUrlQuery>
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -77,6 +77,16 @@ protected:
 
 TEST_F(YouTubeServiceTest, SignInGoesThroughTheBrowserWithPKCEAndAState)
 {
+    // An answer that comes back with another state is refused before any code is exchanged.
+    mForgeState = true;
+    QSignalSpy forged(&mService->authorizer(), &YouTubeAuthorizer::signInFinished);
+    mService->authorizer().signIn();
+    ASSERT_TRUE(forged.wait(5000));
+    EXPECT_FALSE(forged.at(0).at(0).toString().isEmpty());
+    EXPECT_FALSE(mService->authorizer().canAuthorize());
+    EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/token")).isEmpty());
+
+    mForgeState = false;
     signIn();
     const QUrlQuery asked(mBrowserUrl);
     EXPECT_EQ(mBrowserUrl.path(), QStringLiteral("/auth"));
@@ -109,17 +119,6 @@ TEST_F(YouTubeServiceTest, SignInGoesThroughTheBrowserWithPKCEAndAState)
     EXPECT_FALSE(mStore->load(QString::fromLatin1(YouTubeService::keychainItemName)).has_value());
 }
 
-TEST_F(YouTubeServiceTest, AnswerWithAnotherStateIsRefused)
-{
-    mForgeState = true;
-    QSignalSpy finished(&mService->authorizer(), &YouTubeAuthorizer::signInFinished);
-    mService->authorizer().signIn();
-    ASSERT_TRUE(finished.wait(5000));
-    EXPECT_FALSE(finished.at(0).at(0).toString().isEmpty());
-    EXPECT_FALSE(mService->authorizer().canAuthorize());
-    EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/token")).isEmpty());
-}
-
 TEST(YouTubeAuthorizerTest, CodeVerifierAndChallengeFollowS256)
 {
     // RFC 7636, appendix B.
@@ -135,9 +134,7 @@ TEST(YouTubeAuthorizerTest, CodeVerifierAndChallengeFollowS256)
 TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
 {
     signIn();
-    YouTubeAuthorizer::Token lapsed = mService->authorizer().token();
-    lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
-    mService->authorizer().setToken(lapsed);
+    lapseToken(mService->authorizer());
     const qsizetype tokenRequestsBefore = mFake.requestsTo(QStringLiteral("/token")).size();
 
     int answered = 0;
@@ -146,9 +143,7 @@ TEST_F(YouTubeServiceTest, LapsedAccessTokenIsRefreshedOnceForWaitingRequests)
             EXPECT_FALSE(error.has_value());
             ++answered;
         });
-    for (int i = 0; i < 100 && answered < 2; ++i)
-        QSignalSpy(&mService->authorizer(), &YouTubeAuthorizer::authorizationChanged).wait(20);
-    EXPECT_EQ(answered, 2);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return answered == 2; }, 15000));
     EXPECT_EQ(mFake.requestsTo(QStringLiteral("/token")).size(), tokenRequestsBefore + 1);
     EXPECT_EQ(mService->authorizer().authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
     EXPECT_EQ(mService->authorizer().token().refreshToken, mFake.refreshToken);
@@ -158,7 +153,10 @@ TEST_F(YouTubeServiceTest, MovieArrivesWholeAfterABrokenConnection)
 {
     signIn();
     const QByteArray movie = randomMovie(3 * 1024 * 1024 + 17);
-    mFake.breakAfterBytes = 1024 * 1024;
+    mFake.fault = FakeYouTubeService::Fault::Drop;
+    mFake.faultPath = QStringLiteral("/upload/session/");
+    mFake.faultsLeft = 1;
+    mFake.dropAfterBytes = 1024 * 1024;
     // What is sent is the window's test; here only how.
     YouTubeUploadTicket ticket(*mService, movie, QStringLiteral("video/quicktime"), {});
     ticket.setRetryDelays({10, 10, 10});
@@ -219,9 +217,7 @@ TEST_F(YouTubeServiceTest, StalledUploadTimesOutWaitsAndGoesOnWhenTheServiceAnsw
     EXPECT_EQ(waiting.at(0).at(0).toString(),
               QStringLiteral("YouTube could not be reached: no answer within 1 s"));
     EXPECT_TRUE(ticket.isWaitingForNetwork());
-    for (int i = 0; i < 300 && waiting.size() < 2; ++i)
-        waiting.wait(100);
-    ASSERT_GE(waiting.size(), 2);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return waiting.size() >= 2; }, 30000));
     EXPECT_TRUE(finished.isEmpty());
     EXPECT_GE(mFake.faultsMet, 2);
 
@@ -238,16 +234,10 @@ TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain
     signIn();
     YouTubeAuthorizer& authorizer = mService->authorizer();
     authorizer.setRefreshRetryDelays({50, 100, 200, 400});
-    const auto lapse = [&] {
-        YouTubeAuthorizer::Token lapsed = authorizer.token();
-        lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
-        authorizer.setToken(lapsed);
-    };
     const auto authorize = [&] {
         std::optional<std::optional<QString>> outcome;
         authorizer.authorize([&](const std::optional<QString>& error) { outcome = error; });
-        for (int i = 0; i < 300 && !outcome; ++i)
-            QSignalSpy(&authorizer, &YouTubeAuthorizer::authorizationChanged).wait(100);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return outcome.has_value(); }, 30000));
         return outcome;
     };
     QSignalSpy retrying(&authorizer, &YouTubeAuthorizer::refreshRetrying);
@@ -258,7 +248,7 @@ TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain
     QStringList reasons;
     for (const auto fault : {FakeYouTubeService::Fault::Unavailable, FakeYouTubeService::Fault::Drop,
                              FakeYouTubeService::Fault::Stall}) {
-        lapse();
+        lapseToken(authorizer);
         mFake.fault = fault;
         mFake.faultPath = QStringLiteral("/token");
         mFake.faultsLeft = 2;
@@ -278,7 +268,7 @@ TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain
     EXPECT_EQ(reasons.value(2), QStringLiteral("YouTube could not be reached: no answer within 1 s"));
 
     // When the tries run out the reason comes back, and the sign-in is kept for later.
-    lapse();
+    lapseToken(authorizer);
     mFake.fault = FakeYouTubeService::Fault::Unavailable;
     mFake.faultsLeft = -1;
     auto outcome = authorize();
@@ -292,7 +282,7 @@ TEST_F(YouTubeServiceTest, FailedRefreshIsRetriedAndARefusedOneAsksToSignInAgain
     mFake.recover();
     mFake.refreshToken = QStringLiteral("refresh-2");
     const int before = mFake.requestsTo(QStringLiteral("/token")).size();
-    lapse();
+    lapseToken(authorizer);
     outcome = authorize();
     ASSERT_TRUE(outcome.has_value());
     ASSERT_TRUE(outcome->has_value());

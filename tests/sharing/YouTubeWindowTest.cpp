@@ -1,7 +1,7 @@
+#include "QtPrinters.h"
 #include "sharing/FakeYouTubeService.h"
 #include "sharing/MediaTools.h"
 #include "sharing/ProgressIndicator.h"
-#include "sharing/QtPrinters.h"
 #include "sharing/Reachability.h"
 #include "sharing/SharingServices.h"
 #include "sharing/TokenStore.h"
@@ -185,7 +185,6 @@ TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
     mWindow->categoryPopUp()->setCurrentIndex(1);
     mWindow->privateCheckbox()->setChecked(true);
     mWindow->keywordsTokenField()->setText(QStringLiteral("spindrel, kitchen"));
-    mFake.breakAfterBytes = 20000;
 
     mWindow->performUpload();
     EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
@@ -203,7 +202,6 @@ TEST_F(YouTubeWindowTest, TapeIsRenderedAndArrivesWithItsDetails)
     EXPECT_TRUE(movies().isEmpty()); // uploaded, so no longer needed
 
     ASSERT_TRUE(mFake.uploadComplete);
-    EXPECT_GE(mFake.connectionsBroken, 1);
     EXPECT_EQ(mFake.movie.mid(4, 4), "ftyp");
     EXPECT_EQ(mFake.uploadContentType, "video/quicktime");
     const QJsonObject snippet = mFake.uploadMetadata.value(QStringLiteral("snippet")).toObject();
@@ -235,22 +233,6 @@ TEST_F(YouTubeWindowTest, SkipUploadDefaultOpensTheMovieHere)
     EXPECT_TRUE(QFile::exists(movie));
     QFile::remove(movie);
     EXPECT_TRUE(mFake.requestsTo(QStringLiteral("/upload/youtube/v3/videos")).isEmpty());
-}
-
-TEST_F(YouTubeWindowTest, CompletionOfAnUploadNoLongerCurrentChangesNothing)
-{
-    const QString movie = mDir.filePath(QStringLiteral("small.mov"));
-    ASSERT_TRUE(mediatools::makeTape(movie, 0.1));
-    mWindow->switchToView(mWindow->uploadProgressView());
-    mWindow->uploadVideoAtURL(movie);
-    YouTubeUploadTicket* old = mWindow->videoUploadTicket();
-    ASSERT_TRUE(old);
-    mWindow->cancelUpload();
-    EXPECT_FALSE(mWindow->isVisible());
-    EXPECT_EQ(mWindow->videoUploadTicket(), nullptr);
-    EXPECT_FALSE(QFile::exists(movie)); // cancelled, so not kept
-    Q_EMIT old->finished(QString());
-    EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
 }
 
 TEST_F(YouTubeWindowTest, CategoriesThatCannotBeFetchedSayWhyAndComeBackByThemselves)
@@ -320,7 +302,7 @@ TEST_F(YouTubeWindowTest, UploadWaitsThroughAnOutageKeepsTheMovieAndResumesWithT
     EXPECT_FALSE(QFile::exists(kept.front()));
 }
 
-TEST_F(YouTubeWindowTest, CancellingAWaitingUploadDeletesItsMovie)
+TEST_F(YouTubeWindowTest, CancellingAWaitingUploadDeletesItsMovieAndItsLateEndChangesNothing)
 {
     mWindow->setRetryDelays({10 * 60 * 1000});
     mFake.fault = FakeYouTubeService::Fault::Stall;
@@ -330,24 +312,25 @@ TEST_F(YouTubeWindowTest, CancellingAWaitingUploadDeletesItsMovie)
     EXPECT_EQ(mWindow->uploadDetailLabel()->text(),
               QStringLiteral("YouTube could not be reached: no answer within 1 s"));
     ASSERT_EQ(movies().size(), 1);
+    YouTubeUploadTicket* old = mWindow->videoUploadTicket();
+    ASSERT_TRUE(old);
     mWindow->cancelUpload();
     EXPECT_FALSE(mWindow->isVisible());
+    EXPECT_EQ(mWindow->videoUploadTicket(), nullptr);
     EXPECT_TRUE(movies().isEmpty());
+    // The cancelled ticket finishing after all is no longer the window's business.
+    Q_EMIT old->finished(QString());
+    EXPECT_EQ(mWindow->currentView(), mWindow->uploadProgressView());
 }
 
 TEST_F(YouTubeWindowTest, SignInRenewalTroubleIsExplainedAndARevokedOneAsksForANewSignIn)
 {
     ASSERT_TRUE(QTest::qWaitFor([&] { return mWindow->categoryPopUp()->count() == 3; }, 30000));
-    const auto lapse = [&] {
-        YouTubeAuthorizer::Token lapsed = mService->authorizer().token();
-        lapsed.expiry = QDateTime::currentDateTimeUtc().addSecs(-10);
-        mService->authorizer().setToken(lapsed);
-    };
     QLabel* label = mWindow->loginFailedLabel();
 
     // The token service in trouble: the sheet says so, and the word goes once the renewal is through.
     mService->authorizer().setRefreshRetryDelays({2000});
-    lapse();
+    lapseToken(mService->authorizer());
     mFake.fault = FakeYouTubeService::Fault::Unavailable;
     mFake.faultPath = QStringLiteral("/token");
     mFake.faultsLeft = 1;
@@ -361,7 +344,7 @@ TEST_F(YouTubeWindowTest, SignInRenewalTroubleIsExplainedAndARevokedOneAsksForAN
     EXPECT_EQ(mService->authorizer().authorizationHeaderValue(), "Bearer " + mFake.lastAccessToken.toUtf8());
 
     // The grant withdrawn: the user is asked to sign in again.
-    lapse();
+    lapseToken(mService->authorizer());
     mFake.refreshToken = QStringLiteral("refresh-2");
     mWindow->fetchStandardCategories();
     ASSERT_TRUE(QTest::qWaitFor([&] { return label->isVisibleTo(mWindow.get()); }, 30000));
