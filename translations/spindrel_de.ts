@@ -1238,6 +1238,10 @@
         <source>Exporting tapes… %1 of %2</source>
         <translation>Kassetten werden exportiert… %1 von %2</translation>
     </message>
+    <message>
+        <source>Stop Copying</source>
+        <translation>Kopieren beenden</translation>
+    </message>
 </context>
 <context>
     <name>spindrel::YouTubeAuthorizer</name>

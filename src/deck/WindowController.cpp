@@ -323,7 +323,8 @@ void WindowController::finishClosing()
         return;
     }
     // Quitting never drops an edit, nor a copy half-way: the deck is gone from the screen, and a
-    // dialog tells how the writing goes when it takes more than a moment.
+    // dialog tells how the writing goes when it takes more than a moment. Copies may be stopped
+    // there (a copy to a hung or slow disk would hold the quit up), edits may not.
     auto* progress = new QProgressDialog(QString(), QString(), 0, 0);
     progress->setObjectName(QStringLiteral("SavingTapesDialog"));
     progress->setWindowTitle(tr("Spindrel"));
@@ -339,6 +340,7 @@ void WindowController::finishClosing()
             return;
         }
         progress->setLabelText(mCopies.isIdle() ? tr("Saving the tapes’ changes…") : tr("Copying tapes…"));
+        progress->setCancelButtonText(mCopies.isIdle() ? QString() : tr("Stop Copying"));
         progress->setMaximum(mCommits.batchTotal() + mCopies.importsTotal() + mCopies.exportsTotal());
         progress->setValue(mCommits.batchDone() + mCopies.importsDone() + mCopies.exportsDone());
     };
@@ -346,6 +348,7 @@ void WindowController::finishClosing()
     connect(&mCommits, &TapeCommitQueue::idle, progress, update);
     connect(&mCopies, &TapeCopyQueue::progressChanged, progress, update);
     connect(&mCopies, &TapeCopyQueue::idle, progress, update);
+    connect(progress, &QProgressDialog::canceled, &mCopies, &TapeCopyQueue::cancel);
     update();
 }
 

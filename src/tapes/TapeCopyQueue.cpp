@@ -66,6 +66,12 @@ void TapeCopyQueue::exportTape(const QString& source, const QString& destination
     });
 }
 
+void TapeCopyQueue::cancel()
+{
+    if (mRequests > 0)
+        mCancelled = true;
+}
+
 void TapeCopyQueue::requestDone()
 {
     if (--mRequests > 0) {
@@ -73,6 +79,7 @@ void TapeCopyQueue::requestDone()
         return;
     }
     mImportsTotal = mImportsDone = mExportsTotal = mExportsDone = 0;
+    mCancelled = false;
     Q_EMIT progressChanged();
     Q_EMIT idle();
 }

@@ -33,6 +33,10 @@ public:
     void exportTape(const QString& source, const QString& destination,
                     TapeExport::ExistingFile existing = TapeExport::ExistingFile::Keep);
 
+    /// Stops the copy under way, whose file goes with it, and the requests not yet begun, until the
+    /// queue is next idle: each ends with its cancel error, told as usual.
+    void cancel();
+
     bool isIdle() const { return mRequests == 0; }
     /// The files asked for since the queue was last idle, and how many of them are done.
     int importsTotal() const { return mImportsTotal; }

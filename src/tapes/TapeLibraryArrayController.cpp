@@ -309,7 +309,7 @@ std::optional<Error> TapeLibraryArrayController::copyTapeInto(const QString& fol
         return Error(Error::CocoaDomain, QFileDevice::OpenError,
                      {{Error::DescriptionKey, reason.arg(sourceInfo.fileName())}});
     }
-    // The copy is a hidden temporary until it is whole, so the library never lists part of it.
+    // The copy has no name until it is whole, so the library never lists part of it.
     const FileCopy::Result copied = FileCopy::copy(sourcePath, destination, false, cancelled);
     QString reason;
     switch (copied.outcome) {

@@ -2,18 +2,23 @@
 #include "deck/DeckWindow.h"
 #include "deck/SoundEffectPlayer.h"
 #include "deck/TapeBoxViewController.h"
+#include "foundation/Log.h"
 #include "hud/MenuMnemonics.h"
 #include "hud/TapeBoxView.h"
 #include "tapes/MusicLibraryPlaylist.h"
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
+#include <QProgressDialog>
+#include <QPushButton>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -243,6 +248,51 @@ TEST_F(FileOperationsTest, LargeImportsLeaveTheDeckRunningShowNoPartialFileAndFi
     EXPECT_FALSE(partSeen);
     EXPECT_EQ(QFileInfo(second).size(), size);
     EXPECT_EQ(temporaries(), QStringList());
+}
+
+TEST_F(FileOperationsTest, TheQuitDialogStopsTheCopiesAndLeavesEachFileWholeOrAbsent)
+{
+    WindowController& deck = openDeckWithFakes();
+    QTemporaryDir elsewhere;
+    constexpr qint64 size = 200 * 1024 * 1024;
+    const QStringList names{QStringLiteral("One.m4a"), QStringLiteral("Two.m4a"),
+                            QStringLiteral("Three.m4a")};
+    QList<QUrl> urls;
+    for (const QString& name : names) {
+        QFile file(elsewhere.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(size)); // sparse
+        urls.append(QUrl::fromLocalFile(file.fileName()));
+    }
+    QStringList logged;
+    const LogSink previousSink = setLogSink([&](const QString& line) { logged << line; });
+    deck.importTapesIntoLibrary(urls);
+    QSignalSpy closed(&deck, &WindowController::windowDidClose);
+    closeDeck();
+
+    // 400 MB cannot be copied before the dialog answers: the third copy has not begun.
+    QProgressDialog* dialog = nullptr;
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        dialog = widget->objectName() == QStringLiteral("SavingTapesDialog")
+                     ? qobject_cast<QProgressDialog*>(widget)
+                     : dialog;
+    ASSERT_NE(dialog, nullptr);
+    auto* stop = dialog->findChild<QPushButton*>();
+    ASSERT_NE(stop, nullptr);
+    EXPECT_EQ(stop->text(), QStringLiteral("Stop Copying"));
+    stop->click();
+    ASSERT_TRUE(closed.count() == 1 || closed.wait(180000));
+    setLogSink(previousSink);
+
+    EXPECT_FALSE(QFileInfo::exists(mLibraryPath + QStringLiteral("/Three.m4a")));
+    for (const QString& name : names) {
+        const QFileInfo copy(mLibraryPath + QLatin1Char('/') + name);
+        EXPECT_TRUE(!copy.exists() || copy.size() == size) << name.toStdString();
+    }
+    EXPECT_EQ(
+        QDir(mLibraryPath).entryList(QDir::Files | QDir::Hidden).filter(QStringLiteral("spindrel-copy")),
+        QStringList());
+    EXPECT_TRUE(logged.join(u'\n').contains(QStringLiteral("the import was cancelled")))
+        << logged.join(u'\n').toStdString();
 }
 
 TEST_F(FileOperationsTest, ATapeWhoseFileVanishedGivesAMessageAndLosesNothingElse)
