@@ -7,6 +7,7 @@
 #include "deck/DeckWindow.h"
 #include "deck/WindowController.h"
 
+#include <QApplication>
 #include <QDateTime>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -27,6 +28,17 @@ inline void PrintTo(TransportState state, std::ostream* out)
 } // namespace spindrel
 
 namespace spindrel::test {
+
+/// The window of type T named `name` among the application's top-level ones, or null: the deck's
+/// dialogs have no parent to find them by.
+template <typename T> T* topLevelWidget(const QString& name)
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* found = qobject_cast<T*>(widget); found && found->objectName() == name)
+            return found;
+    }
+    return nullptr;
+}
 
 /// A deck over a library folder of its own, with the sound server's test devices: what plays
 /// into the sink "mic" is what the deck records.

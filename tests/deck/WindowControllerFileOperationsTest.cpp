@@ -9,7 +9,6 @@
 #include "tapes/TapeLibraryArrayController.h"
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -270,11 +269,7 @@ TEST_F(FileOperationsTest, TheQuitDialogStopsTheCopiesAndLeavesEachFileWholeOrAb
     closeDeck();
 
     // 400 MB cannot be copied before the dialog answers: the third copy has not begun.
-    QProgressDialog* dialog = nullptr;
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        dialog = widget->objectName() == QStringLiteral("SavingTapesDialog")
-                     ? qobject_cast<QProgressDialog*>(widget)
-                     : dialog;
+    auto* dialog = topLevelWidget<QProgressDialog>(QStringLiteral("SavingTapesDialog"));
     ASSERT_NE(dialog, nullptr);
     auto* stop = dialog->findChild<QPushButton*>();
     ASSERT_NE(stop, nullptr);

@@ -24,12 +24,8 @@ using LibraryFolderTest = DeckTest;
 
 QFileDialog* openFolderDialog()
 {
-    for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (auto* dialog = qobject_cast<QFileDialog*>(widget);
-            dialog && dialog->objectName() == QStringLiteral("LibraryFolderDialog") && dialog->isVisible())
-            return dialog;
-    }
-    return nullptr;
+    auto* dialog = topLevelWidget<QFileDialog>(QStringLiteral("LibraryFolderDialog"));
+    return dialog && dialog->isVisible() ? dialog : nullptr;
 }
 
 TEST_F(LibraryFolderTest, AFolderThatGoesAwayIsNamedInABannerAndItsTapesReturnWithIt)
